@@ -1,0 +1,28 @@
+# Two interface targets. project_warnings is for our own code only; project_settings is what every target of ours is
+# built with. Nothing of them reaches GoogleTest.
+add_library(project_warnings INTERFACE)
+target_compile_options(project_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Werror
+    -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2
+    -Wcast-align -Wcast-qual -Wdouble-promotion -Wundef -Wunused -Wimplicit-fallthrough
+    $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op>)
+
+add_library(project_settings INTERFACE)
+target_include_directories(project_settings INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_link_libraries(project_settings INTERFACE project_warnings)
+# Bounds of the standard containers are checked wherever speed is not what the build is for.
+target_compile_definitions(project_settings INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+
+if(LORQ_SANITIZE)
+    # For GoogleTest too: a container that is poisoned on one side only gives false reports.
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+endif()
+
+if(LORQ_STATIC)
+    if(WIN32)
+        add_link_options(-static)
+    else()
+        add_link_options(-static-libstdc++ -static-libgcc)
+    endif()
+endif()
