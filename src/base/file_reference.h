@@ -1,0 +1,12 @@
+// base/file_reference.h: an NTFS file reference: MFT entry number in bits 0-47, sequence number in bits 48-63.
+#pragma once
+
+#include <cstdint>
+
+[[nodiscard]] constexpr std::uint64_t entry_number(std::uint64_t file_reference) {
+    return file_reference & 0xFFFFFFFFFFFFU;
+}
+
+[[nodiscard]] constexpr std::uint16_t sequence_number(std::uint64_t file_reference) {
+    return static_cast<std::uint16_t>(file_reference >> 48U);
+}

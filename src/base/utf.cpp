@@ -1,0 +1,85 @@
+#include "base/utf.h"
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+constexpr char32_t replacement_character = 0xFFFD;
+
+bool is_high_surrogate(char16_t unit) { return (unit & 0xFC00U) == 0xD800U; }
+bool is_low_surrogate(char16_t unit) { return (unit & 0xFC00U) == 0xDC00U; }
+
+// The code point that starts at `at`, which moves behind it.
+char32_t next_code_point(std::u16string_view text, std::size_t& at) {
+    const char16_t unit = text[at++];
+    if (!is_high_surrogate(unit) && !is_low_surrogate(unit)) return unit;
+    if (is_low_surrogate(unit) || at == text.size() || !is_low_surrogate(text[at])) return replacement_character;
+    return 0x10000U + ((unit & 0x3FFU) << 10U) + (text[at++] & 0x3FFU);
+}
+
+// Writes one code point of at least 0x80; the result is the place behind it.
+char* put_code_point(char32_t point, char* to) {
+    const auto byte = [&to](char32_t value) { *to++ = static_cast<char>(value); };
+    const auto rest = [&byte, point](unsigned shift) { byte(0x80U | ((point >> shift) & 0x3FU)); };
+    if (point < 0x800) {
+        byte(0xC0U | (point >> 6U));
+    } else if (point < 0x10000) {
+        byte(0xE0U | (point >> 12U));
+        rest(6);
+    } else {
+        byte(0xF0U | (point >> 18U));
+        rest(12);
+        rest(6);
+    }
+    rest(0);
+    return to;
+}
+
+}  // namespace
+
+void append_utf8(std::u16string_view text, std::string& out) {
+    static_assert(std::endian::native == std::endian::little, "units are packed as they lie");
+    constexpr std::size_t most_bytes_per_unit = 3;  // four bytes take two units
+    const std::size_t begin = out.size();
+    out.resize(begin + most_bytes_per_unit * text.size());
+    char* to = out.data() + begin;
+    for (std::size_t at = 0; at < text.size();) {
+        for (; text.size() - at >= 4; at += 4, to += 4) {  // four units at a time, while they are ASCII
+            std::uint64_t units = 0;
+            std::memcpy(&units, text.data() + at, sizeof(units));
+            if ((units & 0xFF80FF80FF80FF80U) != 0) break;
+            units |= units >> 8U;
+            units = (units & 0xFFFFU) | ((units >> 16U) & 0xFFFF0000U);
+            std::memcpy(to, &units, 4);
+        }
+        if (at == text.size()) break;
+        if (text[at] < 0x80) {
+            *to++ = static_cast<char>(text[at++]);
+        } else {
+            to = put_code_point(next_code_point(text, at), to);
+        }
+    }
+    out.resize(static_cast<std::size_t>(to - out.data()));
+}
+
+std::string to_utf8(std::u16string_view text) {
+    std::string out;
+    append_utf8(text, out);
+    return out;
+}
+
+std::size_t count_characters(std::string_view utf8) {
+    constexpr std::uint64_t each = 0x0101010101010101U;
+    std::size_t continuations = 0;
+    std::size_t at = 0;
+    for (; utf8.size() - at >= 8; at += 8) {  // bytes 10xxxxxx: the top bit set, the next one not
+        std::uint64_t bytes = 0;
+        std::memcpy(&bytes, utf8.data() + at, sizeof(bytes));
+        const std::uint64_t marks = (bytes >> 7U) & ~(bytes >> 6U) & each;
+        continuations += (marks * each) >> 56U;  // the sum of all bytes arrives in the top one
+    }
+    for (; at < utf8.size(); ++at) continuations += (static_cast<unsigned char>(utf8[at]) & 0xC0U) == 0x80U;
+    return utf8.size() - continuations;
+}

@@ -1,0 +1,14 @@
+// base/utf.h: names on NTFS are UTF-16 and may hold anything; output is UTF-8.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+// Appends `text` as UTF-8. A surrogate without its partner becomes U+FFFD; a NUL stays.
+void append_utf8(std::u16string_view text, std::string& out);
+
+[[nodiscard]] std::string to_utf8(std::u16string_view text);
+
+// Code points of a UTF-8 text: bytes that do not continue a sequence.
+[[nodiscard]] std::size_t count_characters(std::string_view utf8);
