@@ -1,0 +1,165 @@
+#include "journal/journal_collection.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace {
+
+constexpr std::size_t slots_per_block = std::size_t{1} << 14U;       // 1 MiB
+constexpr std::size_t name_units_per_block = std::size_t{1} << 19U;  // 1 MiB
+constexpr std::size_t longest_name_units = 255;
+
+// How many entries ahead of the reader memory is fetched when the order jumps about.
+constexpr std::size_t slot_lead = 24;
+constexpr std::size_t name_lead = 12;
+
+namespace mark {
+constexpr std::uint8_t valid = 0x01;
+constexpr std::uint8_t from_unalloc = 0x02;
+constexpr std::uint8_t from_vss = 0x04;
+constexpr std::uint8_t from_slack = 0x08;
+}  // namespace mark
+
+}  // namespace
+
+// One record, one cache line. The name's place counts units over all name blocks: 2^48 units are more than memory holds.
+struct alignas(64) journal_collection::slot {
+    std::uint64_t file_ref;
+    std::uint64_t parent_ref;
+    std::int64_t usn;
+    std::uint64_t timestamp;
+    std::uint64_t record_offset;
+    std::uint32_t reason;
+    std::uint32_t source_info;
+    std::uint32_t security_id;
+    std::uint32_t file_attributes;
+    std::uint32_t name_place_low;
+    std::uint16_t name_place_high;
+    std::uint8_t name_units;
+    std::uint8_t marks;
+};
+
+journal_collection::journal_collection() { static_assert(sizeof(slot) == 64); }
+journal_collection::~journal_collection() = default;
+
+journal_collection::slot& journal_collection::slot_at(std::size_t arrival) const {
+    return slots_[arrival / slots_per_block][arrival % slots_per_block];
+}
+
+void journal_collection::add(const journal_entry& entry) {
+    if (count_ % slots_per_block == 0) slots_.push_back(std::make_unique_for_overwrite<slot[]>(slots_per_block));
+    slot& into = slot_at(count_);
+    into.file_ref = entry.file_ref;
+    into.parent_ref = entry.parent_ref;
+    into.usn = entry.usn;
+    into.timestamp = entry.timestamp;
+    into.record_offset = entry.record_offset;
+    into.reason = entry.reason;
+    into.source_info = entry.source_info;
+    into.security_id = entry.security_id;
+    into.file_attributes = entry.file_attributes;
+    into.marks = static_cast<std::uint8_t>(
+        (entry.valid != 0 ? mark::valid : 0) | (entry.from_unalloc != 0 ? mark::from_unalloc : 0) |
+        (entry.from_vss != 0 ? mark::from_vss : 0) | (entry.from_slack != 0 ? mark::from_slack : 0));
+    store_name(entry.name, into);
+    if (!entry.snapshot_label.empty() || !labels_.empty()) note_label(entry.snapshot_label);
+
+    arrived_in_order_ = arrived_in_order_ && entry.timestamp >= last_key_;
+    last_key_ = entry.timestamp;
+    if (entry.timestamp != 0) lowest_key_ = std::min(lowest_key_, entry.timestamp);
+    highest_key_ = std::max(highest_key_, entry.timestamp);
+    ++count_;
+}
+
+void journal_collection::store_name(const std::u16string& name, slot& into) {
+    const std::size_t units = std::min(name.size(), longest_name_units);
+    if (names_.empty() || name_units_per_block - name_units_used_ < units) {
+        names_.push_back(std::make_unique_for_overwrite<char16_t[]>(name_units_per_block));
+        name_units_used_ = 0;
+    }
+    const std::uint64_t place = (names_.size() - 1) * name_units_per_block + name_units_used_;
+    std::copy_n(name.data(), units, names_.back().get() + name_units_used_);
+    name_units_used_ += units;
+    into.name_place_low = static_cast<std::uint32_t>(place);
+    into.name_place_high = static_cast<std::uint16_t>(place >> 32U);
+    into.name_units = static_cast<std::uint8_t>(units);
+}
+
+const char16_t* journal_collection::name_at(const slot& of) const {
+    const std::size_t place = static_cast<std::size_t>(std::uint64_t{of.name_place_high} << 32U | of.name_place_low);
+    return names_[place / name_units_per_block].get() + place % name_units_per_block;
+}
+
+void journal_collection::note_label(const std::string& label) {
+    if (labels_.empty() || labels_.back().label != label) labels_.push_back({count_, label});
+}
+
+const std::string& journal_collection::label_of(std::size_t arrival) const {
+    static const std::string none;
+    const auto behind = std::ranges::upper_bound(labels_, arrival, {}, &labelled_stretch::first_arrival);
+    return behind == labels_.begin() ? none : std::prev(behind)->label;
+}
+
+// Distributes by the leading bits that differ, which costs the same per record however many there are, then sorts each
+// bucket by key and arrival.
+void journal_collection::put_in_order() {
+    order_.clear();
+    if (arrived_in_order_) return;
+
+    // Version-4 records have key 0 and a bucket of their own; the span that is divided is that of the others.
+    const std::uint64_t lowest = lowest_key_;
+    const std::size_t bucket_bits = std::clamp<std::size_t>(static_cast<std::size_t>(std::bit_width(count_ / 32)), 1, 16);
+    const std::size_t span_bits = static_cast<std::size_t>(std::bit_width(highest_key_ - lowest));
+    const std::size_t shift = span_bits > bucket_bits ? span_bits - bucket_bits : 0;
+    const auto bucket_of = [&](std::uint64_t key) {
+        return key == 0 ? std::size_t{0} : static_cast<std::size_t>((key - lowest) >> shift) + 1;
+    };
+
+    std::vector<std::size_t> ends((std::size_t{1} << bucket_bits) + 2, 0);
+    for (std::size_t i = 0; i < count_; ++i) ++ends[bucket_of(slot_at(i).timestamp) + 1];
+    for (std::size_t i = 1; i < ends.size(); ++i) ends[i] += ends[i - 1];  // now where each bucket begins
+    order_.resize(count_);
+    for (std::size_t i = 0; i < count_; ++i) {
+        const std::uint64_t key = slot_at(i).timestamp;
+        order_[ends[bucket_of(key)]++] = {key, i};  // and, once it is full, where it ends
+    }
+    const auto before = [](const keyed_arrival& a, const keyed_arrival& b) {
+        return a.key != b.key ? a.key < b.key : a.arrival < b.arrival;
+    };
+    for (std::size_t begin = 0, i = 0; i < ends.size(); begin = ends[i++]) {
+        const auto first = order_.begin() + static_cast<std::ptrdiff_t>(begin);
+        const auto last = order_.begin() + static_cast<std::ptrdiff_t>(ends[i]);
+        if (!std::is_sorted(first, last, before)) std::sort(first, last, before);
+    }
+}
+
+std::size_t journal_collection::arrival_at(std::size_t place) const {
+    return order_.empty() ? place : static_cast<std::size_t>(order_[place].arrival);
+}
+
+void journal_collection::prefetch(std::size_t place) const {
+    if (place + slot_lead < count_) __builtin_prefetch(&slot_at(arrival_at(place + slot_lead)));
+    if (place + name_lead < count_) __builtin_prefetch(name_at(slot_at(arrival_at(place + name_lead))));
+}
+
+void journal_collection::read_in_order(std::size_t place, journal_entry& entry) const {
+    if (!order_.empty()) prefetch(place);
+    const std::size_t arrival = arrival_at(place);
+    const slot& from = slot_at(arrival);
+    entry.valid = (from.marks & mark::valid) != 0 ? 1 : 0;
+    entry.file_ref = from.file_ref;
+    entry.parent_ref = from.parent_ref;
+    entry.usn = from.usn;
+    entry.timestamp = from.timestamp;
+    entry.reason = from.reason;
+    entry.source_info = from.source_info;
+    entry.security_id = from.security_id;
+    entry.file_attributes = from.file_attributes;
+    entry.name.assign(name_at(from), from.name_units);
+    entry.record_offset = from.record_offset;
+    entry.from_unalloc = (from.marks & mark::from_unalloc) != 0 ? 1 : 0;
+    entry.from_vss = (from.marks & mark::from_vss) != 0 ? 1 : 0;
+    entry.from_slack = (from.marks & mark::from_slack) != 0 ? 1 : 0;
+    entry.snapshot_label = label_of(arrival);
+}

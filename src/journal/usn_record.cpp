@@ -1,0 +1,160 @@
+#include "journal/usn_record.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr std::uint16_t highest_sequence_number = 0xF000;
+constexpr std::uint32_t highest_file_attributes = 0x500000;
+
+// Names of more units than this are damage more often than names; of those only the beginning is kept.
+constexpr std::size_t longest_name_units = 200;
+constexpr std::size_t kept_units_of_longer_name = 10;
+
+// Versions 2 and 3 hold the same fields at different places.
+struct named_layout {
+    std::size_t file_reference, parent_reference, usn, timestamp, reason, source_info, security_id, file_attributes,
+        name_length, name_offset, fixed_size;
+    // A version-2 length and name are compared in 16 bits, so that a damaged name length can wrap and still pass.
+    bool name_end_wraps;
+};
+
+constexpr named_layout layout_v2{usn_v2::file_reference, usn_v2::parent_reference, usn_v2::usn,
+                                 usn_v2::timestamp,      usn_v2::reason,           usn_v2::source_info,
+                                 usn_v2::security_id,    usn_v2::file_attributes,  usn_v2::name_length,
+                                 usn_v2::name_offset,    usn_v2::fixed_size,       true};
+
+constexpr named_layout layout_v3{usn_v3::file_reference, usn_v3::parent_reference, usn_v3::usn,
+                                 usn_v3::timestamp,      usn_v3::reason,           usn_v3::source_info,
+                                 usn_v3::security_id,    usn_v3::file_attributes,  usn_v3::name_length,
+                                 usn_v3::name_offset,    usn_v3::fixed_size,       false};
+
+std::uint32_t shortest_record_of(std::uint16_t major_version) {
+    switch (major_version) {
+        case 2: return usn_v2::shortest_record;
+        case 3: return usn_v3::shortest_record;
+        case 4: return usn_v4::shortest_record;
+        default: return 0;
+    }
+}
+
+bool file_sequence_is_plausible(std::uint64_t file_reference) {
+    const std::uint16_t sequence = sequence_number(file_reference);
+    return sequence != 0 && sequence <= highest_sequence_number;
+}
+
+bool parent_sequence_is_plausible(std::uint64_t parent_reference) {
+    return sequence_number(parent_reference) <= highest_sequence_number;
+}
+
+template <const named_layout& at>
+bool check_named_record(byte_view record, std::uint64_t entry_bound) {
+    if (!header_is_plausible(record) || !record.fits(0, at.fixed_size)) return false;
+    const auto file_ref = record.value<std::uint64_t>(at.file_reference);
+    const auto parent_ref = record.value<std::uint64_t>(at.parent_reference);
+    const std::uint32_t name_end = record.value<std::uint16_t>(at.name_length) + static_cast<std::uint32_t>(at.fixed_size);
+    return record.value<std::uint64_t>(at.timestamp) != 0 && entry_number(parent_ref) < entry_bound &&
+           parent_sequence_is_plausible(parent_ref) && entry_number(file_ref) < entry_bound &&
+           file_sequence_is_plausible(file_ref) && record.value<std::uint16_t>(at.name_offset) == at.fixed_size &&
+           record.value<std::uint64_t>(at.usn) != 0 &&
+           record.value<std::uint32_t>(at.file_attributes) <= highest_file_attributes &&
+           record.value<std::uint32_t>(usn_header::record_length) >= (at.name_end_wraps ? name_end & 0xFFFFU : name_end);
+}
+
+// The name starts at its fixed place, wherever the record says; it may run past the record, never past the view.
+void copy_name(byte_view record, std::size_t name_at, std::size_t name_bytes, std::u16string& name) {
+    std::size_t units = name_bytes / sizeof(char16_t);
+    if (units > longest_name_units) units = kept_units_of_longer_name;
+    const auto available = record.from(name_at).bytes();
+    units = std::min(units, available.size() / sizeof(char16_t));
+    name.resize(units);
+    if (units != 0) std::memcpy(name.data(), available.data(), units * sizeof(char16_t));
+}
+
+void reset_decoded_fields(journal_entry& entry) {
+    entry.valid = 0;
+    entry.file_ref = 0;
+    entry.parent_ref = 0;
+    entry.usn = 0;
+    entry.timestamp = 0;
+    entry.reason = 0;
+    entry.source_info = 0;
+    entry.security_id = 0;
+    entry.file_attributes = 0;
+    entry.name.clear();
+    entry.record_offset = 0;
+}
+
+template <const named_layout& at>
+void decode_named_record(journal_entry& entry, byte_view record) {
+    reset_decoded_fields(entry);
+    if (!check_named_record<at>(record, any_entry_number)) return;
+    entry.valid = 1;
+    entry.file_ref = record.value<std::uint64_t>(at.file_reference);
+    entry.parent_ref = record.value<std::uint64_t>(at.parent_reference);
+    entry.usn = static_cast<std::int64_t>(record.value<std::uint64_t>(at.usn));
+    entry.timestamp = record.value<std::uint64_t>(at.timestamp);
+    entry.reason = record.value<std::uint32_t>(at.reason);
+    entry.source_info = record.value<std::uint32_t>(at.source_info);
+    entry.security_id = record.value<std::uint32_t>(at.security_id);
+    entry.file_attributes = record.value<std::uint32_t>(at.file_attributes);
+    copy_name(record, at.fixed_size, record.value<std::uint16_t>(at.name_length), entry.name);
+    entry.record_offset = record.image_offset();
+}
+
+bool check_record_v4(byte_view record) {
+    if (!header_is_plausible(record) || !record.fits(0, usn_v4::fixed_size)) return false;
+    const auto file_ref = record.value<std::uint64_t>(usn_v4::file_reference);
+    const auto parent_ref = record.value<std::uint64_t>(usn_v4::parent_reference);
+    return entry_number(file_ref) < any_entry_number && file_sequence_is_plausible(file_ref) &&
+           parent_sequence_is_plausible(parent_ref) && record.value<std::uint64_t>(usn_v4::usn) != 0;
+}
+
+}  // namespace
+
+bool header_is_plausible(byte_view record) {
+    if (!record.fits(0, usn_header::size)) return false;
+    const auto length = record.value<std::uint32_t>(usn_header::record_length);
+    const std::uint32_t shortest = shortest_record_of(record.value<std::uint16_t>(usn_header::major_version));
+    return shortest != 0 && record.value<std::uint16_t>(usn_header::minor_version) == 0 &&
+           length <= usn_header::longest_record && length >= shortest && length <= record.size();
+}
+
+bool check_record_v2(byte_view record, std::uint64_t entry_bound) {
+    return check_named_record<layout_v2>(record, entry_bound);
+}
+
+void decode_record_v2(journal_entry& entry, byte_view record) { decode_named_record<layout_v2>(entry, record); }
+
+void decode_record_v3(journal_entry& entry, byte_view record) { decode_named_record<layout_v3>(entry, record); }
+
+void decode_record_v4(journal_entry& entry, byte_view record) {
+    reset_decoded_fields(entry);
+    if (check_record_v4(record)) {
+        entry.valid = 1;
+        entry.file_ref = record.value<std::uint64_t>(usn_v4::file_reference);
+        entry.parent_ref = record.value<std::uint64_t>(usn_v4::parent_reference);
+        entry.usn = static_cast<std::int64_t>(record.value<std::uint64_t>(usn_v4::usn));
+        entry.reason = record.value<std::uint32_t>(usn_v4::reason);
+        entry.source_info = record.value<std::uint32_t>(usn_v4::source_info);
+        entry.record_offset = record.image_offset();
+    }
+    clear_run_fields(entry);
+}
+
+void clear_run_fields(journal_entry& entry) {
+    entry.parent_path.clear();
+    entry.mft_entry_missing = 0;
+    entry.mft_parent_missing = 0;
+    entry.mft_entry_current = 0;
+    entry.si_created = 0;
+    entry.si_modified = 0;
+    entry.si_mft_changed = 0;
+    entry.si_accessed = 0;
+    entry.mft_entry_remnant = 0;
+    entry.from_unalloc = 0;
+    entry.from_vss = 0;
+    entry.from_slack = 0;
+    entry.snapshot_label.clear();
+}
