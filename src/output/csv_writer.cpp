@@ -1,0 +1,249 @@
+#include "output/csv_writer.h"
+
+#include "journal/usn_text.h"
+#include "output/mft_status.h"
+#include "output/number_text.h"
+#include "output/text_marks.h"
+
+#include "base/utf.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace uni {
+namespace {
+
+constexpr std::size_t number_width = 14;
+constexpr std::size_t sequence_width = 10;
+constexpr std::size_t longest_value = 40;  // of a time with its blanks; a number takes less
+
+// Blanks up to `width`, which counts characters: a name with accents has more bytes than characters.
+char* put_padding(char* to, std::size_t characters, std::size_t width) {
+    return characters < width ? put_blanks(to, width - characters) : to;
+}
+
+// Of an ASCII text.
+char* put_padded(char* to, std::string_view text, std::size_t width) {
+    return put_padding(put_text(to, text), text.size(), width);
+}
+
+std::string_view type_text(const journal_entry& entry) {
+    if (entry.from_unalloc != 0) return "unalloc";
+    if (entry.from_vss != 0) return entry.snapshot_label;
+    return entry.from_slack != 0 ? "slack" : "$J";
+}
+
+}  // namespace
+
+csv_writer::csv_writer(usnjrnl_context& settings)
+    : settings_(settings),
+      padding_(!settings.no_whitespace && !settings.csvgen),
+      blank_(padding_ ? " " : ""),
+      separator_length_(settings.separator.size()),
+      time_kind_(settings.pair_date_time ? cell_kind::paired_time : cell_kind::split_time),
+      times_(settings.time_format_flags),
+      reasons_(reason_tokens),
+      attributes_(attribute_tokens) {
+    std::copy_n(settings.separator.data(), std::min(separator_length_, short_separator_.size()),
+                short_separator_.data());
+}
+
+void csv_writer::write_csv_record(const journal_entry& entry, text_buffer& out) {
+    if (column_list_.empty()) make_column_list();
+    if (settings_.write_header) write_csv_header(out);
+    if (settings_.closed_only && (entry.reason & usn_reason::close) == 0) return;
+    if (!times_.format(entry.timestamp)) return;
+    fill_row(entry);
+    write_csv_row(row_, out);
+}
+
+// Under -multiline the names stand in front of the cells and there is no header, but it is no longer pending either.
+void csv_writer::write_csv_header(text_buffer& out) {
+    settings_.write_header = false;
+    if (settings_.multiline) return;
+    char* to = out.room(fixed_room_);
+    for (std::size_t i = 0; i < column_list_.size(); ++i) {
+        const table_column& column = column_list_[i];
+        if (i != 0) to = put_separator(to);
+        if (column.kind == cell_kind::time_column && settings_.leading_space) *to++ = ' ';
+        to = put_padded(to, column.name, column.width);
+    }
+    *to++ = '\n';
+    out.end_at(to);
+}
+
+void csv_writer::add_column(std::string_view name, std::size_t width, cell_kind kind) {
+    column_list_.push_back({std::string(name), padding_ ? width : 0, kind});
+}
+
+void csv_writer::add_time_columns(std::string_view paired_name, std::string_view date_name) {
+    const std::size_t date_width = settings_.date_format.size();
+    const std::size_t time_width = settings_.time_format.size();
+    if (time_kind_ == cell_kind::paired_time) {
+        add_column(paired_name, date_width + time_width + 1);
+    } else {
+        add_column(date_name, date_width);
+        add_column("time-UTC", time_width, cell_kind::time_column);
+    }
+}
+
+// In the order of the cells: `fill_row` follows it.
+void csv_writer::make_column_list() {
+    add_time_columns("usndate [UTC]", "usndate");
+    add_column("MFT entry", number_width);
+    add_column("mft seqnum", sequence_width);
+    add_column("parent MFT", number_width);
+    add_column("par seqnum", sequence_width);
+    add_column("usn#", number_width);
+    if (settings_.extra_scan) add_column("type", 7);
+    if (settings_.show_offset) add_column("offset", number_width);
+    add_column("attributes", 29);
+    add_column("filename", 45);
+    add_column("type change", 35);
+    if (settings_.show_dir_path) {
+        add_column("MFT status", 10);
+        if (settings_.pull_times) {
+            add_time_columns("modify date [UTC]", "mdate");
+            add_time_columns("access date [UTC]", "adate");
+            add_time_columns("MFT date [UTC]", "mftdate");
+            add_time_columns("create date [UTC]", "cdate");
+        }
+        add_column("Path", 10);
+    }
+    if (!settings_.user_name.empty()) add_column("user acct", 9);
+    if (!settings_.host_name.empty()) add_column("host name", 9);
+    if (settings_.multiline) set_multiline_widths();
+    row_.resize(column_list_.size());
+    for (const table_column& column : column_list_) {
+        fixed_room_ += settings_.separator.size() + name_width_ + column.name.size() + longest_value + column.width;
+    }
+}
+
+// One width for every name, also without padding, and for every cell.
+void csv_writer::set_multiline_widths() {
+    for (table_column& column : column_list_) {
+        column.name += ':';
+        name_width_ = std::max(name_width_, column.name.size() + 1);
+    }
+    for (table_column& column : column_list_) column.width = padding_ ? name_width_ : 0;
+}
+
+void csv_writer::fill_row(const journal_entry& entry) {
+    std::size_t at = 0;
+    at += row_.set_value(at, entry.timestamp, time_kind_);
+    at += row_.set_value(at, entry_number(entry.file_ref), cell_kind::number);
+    at += row_.set_value(at, sequence_number(entry.file_ref), cell_kind::short_number);
+    at += row_.set_value(at, entry_number(entry.parent_ref), cell_kind::number);
+    at += row_.set_value(at, sequence_number(entry.parent_ref), cell_kind::number);  // so eight digits when unpadded
+    at += row_.set_value(at, static_cast<std::uint64_t>(entry.usn), cell_kind::number);
+    if (settings_.extra_scan) at += row_.set_token(at, type_text(entry));
+    if (settings_.show_offset) at += row_.set_value(at, entry.record_offset, cell_kind::number);
+    at += row_.set_token(at, attributes_.text_of(entry.file_attributes));
+    at += row_.set_wide_text(at, entry.name);
+    at += row_.set_token(at, reasons_.text_of(entry.reason));
+    if (settings_.show_dir_path) at = fill_path_cells(entry, at);
+    if (!settings_.user_name.empty()) at += row_.set_text(at, settings_.user_name);
+    if (!settings_.host_name.empty()) row_.set_text(at, settings_.host_name);
+}
+
+std::size_t csv_writer::fill_path_cells(const journal_entry& entry, std::size_t at) {
+    const mft_status status = mft_status_of(entry);
+    at += row_.set_token(at, status_word(status));
+    if (settings_.pull_times) {
+        const bool known = status == mft_status::valid || status == mft_status::wisp;
+        for (const std::uint64_t time :
+             {entry.si_modified, entry.si_accessed, entry.si_mft_changed, entry.si_created}) {
+            at += row_.set_value(at, known ? time : 0, time_kind_);
+        }
+    }
+    path_text(entry, status, path_);
+    return at + row_.set_text(at, path_);
+}
+
+void csv_writer::write_csv_row(const table_row& row, text_buffer& out) {
+    if (!row.ready()) return;
+    const std::size_t count = std::min(row.cells().size(), column_list_.size());
+    char* to = out.room(fixed_room_);
+    for (std::size_t i = 0; i < count; ++i) {
+        const table_cell& cell = row.cells()[i];
+        if (settings_.multiline) {
+            to = put_padded(to, column_list_[i].name, name_width_);
+        } else if (i != 0) {
+            to = put_separator(to);
+        }
+        to = put_cell(out, to, cell, i);
+        if (cell.kind == cell_kind::split_time) ++i;
+        if (settings_.multiline) *to++ = '\n';
+    }
+    *to++ = '\n';
+    out.end_at(to);
+}
+
+char* csv_writer::put_cell(text_buffer& out, char* to, const table_cell& cell, std::size_t index) {
+    const std::size_t width = column_list_[index].width;
+    switch (cell.kind) {
+        case cell_kind::text: return put_text_cell(out, to, cell, width);
+        case cell_kind::short_number:
+        case cell_kind::number: return put_number(to, cell, width);
+        case cell_kind::split_time: return put_split_time(to, cell.number, index);
+        case cell_kind::paired_time: return put_paired_time(to, cell.number, width);
+        case cell_kind::none:
+        case cell_kind::time_column: break;
+    }
+    return to;
+}
+
+// Keeps room ahead for the cells that follow.
+char* csv_writer::put_text_cell(text_buffer& out, char* to, const table_cell& cell, std::size_t width) {
+    if (cell.content == text_kind::token) {
+        return put_padded(out.room(to, cell.text.size() + fixed_room_), cell.text, width);
+    }
+    std::string_view text = cell.text;
+    if (cell.content == text_kind::utf16) {
+        const std::size_t units = cell.wide_text.size();
+        to = out.room(to, units + fixed_room_);
+        if (put_plain_name(cell.wide_text, settings_.replaced_character, to))
+            return put_padding(to + units, units, width);
+        name_.clear();
+        append_utf8(cell.wide_text, name_);
+        text = name_;
+    }
+    text = table_text(text, settings_, scratch_);
+    to = put_text(out.room(to, text.size() + fixed_room_), text);
+    return width == 0 ? to : put_padding(to, count_characters(text), width);
+}
+
+char* csv_writer::put_number(char* to, const table_cell& cell, std::size_t width) const {
+    if (!settings_.hexadecimal) return put_decimal(to, cell.number, width);
+    if (width >= 2) return put_hexadecimal(to, cell.number, width - 2);
+    return put_hexadecimal(to, cell.number, cell.kind == cell_kind::short_number ? 4 : 8);
+}
+
+// Two columns, under -multiline one line. The leading space stays without padding: only -no_whitespace takes it away.
+char* csv_writer::put_split_time(char* to, std::uint64_t filetime, std::size_t index) {
+    const bool valid = times_.format(filetime);
+    to = put_padded(to, valid ? times_.date() : blank_, column_list_[index].width);
+    if (!settings_.multiline) to = put_separator(to);
+    if (settings_.leading_space) *to++ = ' ';
+    return put_padded(to, valid ? times_.time() : blank_, column_list_[index + 1].width);
+}
+
+// The leading space stands outside the column's width.
+char* csv_writer::put_paired_time(char* to, std::uint64_t filetime, std::size_t width) {
+    const bool valid = times_.format(filetime);
+    if (settings_.leading_space && padding_) *to++ = ' ';
+    const char* const begin = to;
+    to = put_text(to, valid ? times_.date() : blank_);
+    *to++ = ' ';
+    to = put_text(to, valid ? times_.time() : blank_);
+    return put_padding(to, static_cast<std::size_t>(to - begin), width);
+}
+
+// Nearly always a few characters, for which a copy of fixed size is a plain store.
+char* csv_writer::put_separator(char* to) const {
+    if (separator_length_ > short_separator_.size()) return put_text(to, settings_.separator);
+    std::memcpy(to, short_separator_.data(), short_separator_.size());
+    return to + separator_length_;
+}
+
+}  // namespace uni

@@ -1,0 +1,23 @@
+// output/text_marks.h: what is done to a text so that it cannot break the table it stands in: the separator's character
+// is replaced, line breaks are marked.
+#pragma once
+
+#include "app/cmd_params.h"
+
+#include <string>
+#include <string_view>
+
+namespace uni {
+
+// "[CRLF]", "[LFCR]" and "[LF]", found from left to right. A CR of its own becomes "[CR]", but only in a text without
+// any LF.
+void mark_line_breaks(std::string& text);
+
+// Replacement, then marks, as the settings say. The result is `text` itself when nothing is to be done, else `scratch`.
+[[nodiscard]] std::string_view table_text(std::string_view text, const cmd_params& settings, std::string& scratch);
+
+// Puts a name's characters at `to` as long as they are what nearly all are: ASCII, with nothing to replace or to mark.
+// False when one is not; what was put is then worthless.
+[[nodiscard]] bool put_plain_name(std::u16string_view name, char replaced, char* to);
+
+}  // namespace uni
