@@ -1,0 +1,75 @@
+#include "app/evidence_guard.h"
+
+#include "app/option_table.h"
+#include "app/source_names.h"
+#include "base/text.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace {
+
+// Answers for the files that are not opened here. Which arguments are taken depends on these answers (-l2 and -l3 on an
+// open log, -append on a results file that could not be created), so the guard asks for each.
+class answered_effects final : public option_effects {
+public:
+    answered_effects(bool log_opens, bool results_open) : log_opens_(log_opens), results_open_(results_open) {}
+
+    bool open_log(const std::string&, const std::string&) override { return log_opens_; }
+    bool can_create_results(const std::string&) override { return results_open_; }
+    void say(std::string_view) override {}
+    [[nodiscard]] bool stops_at_failure() const override { return false; }
+
+private:
+    bool log_opens_;
+    bool results_open_;
+};
+
+}  // namespace
+
+evidence_guard::evidence_guard(const argument_list& arguments) {
+    for (const bool log_opens : {true, false}) {
+        for (const bool results_open : {true, false}) {
+            argument_list left = arguments;
+            usnjrnl_context settings;
+            answered_effects effects(log_opens, results_open);
+            (void)take_options(left, settings, effects);  // with these effects it never gives up
+            add(settings.mft_file_path);
+            for (const char* option : {"-file", "-image", "-partition", "-vss"}) add_values(option, left);
+        }
+    }
+}
+
+bool evidence_guard::is_source(const std::string& native_path) const {
+    const std::optional<std::string> identity = platform::identity_of(native_path);
+    return identity && std::ranges::any_of(sources_, [&](const std::string& source) {
+               return platform::identity_of(source) == identity;
+           });
+}
+
+void evidence_guard::add(const std::string& path) {
+    if (path.empty() || std::ranges::find(sources_, path) != sources_.end()) return;
+    sources_.push_back(path);
+}
+
+// Every place counts, also where the value of one is the next option's name. Volumes are read through their device nodes; an
+// image may be a device too.
+void evidence_guard::add_values(std::string_view option, const argument_list& arguments) {
+    for (std::size_t i = 0; i + 1 < arguments.size(); ++i) {
+        if (!equal_ignoring_case(arguments[i], option)) continue;
+        const std::string& value = arguments[i + 1];
+        if (option == "-vss") {
+            add(platform::device_node(shadow_copy_path(value)));
+        } else if (option == "-partition") {
+            add(platform::device_node(is_drive_letter_form(value) ? live_volume_path(value.front()) : value));
+        } else if (option == "-image") {
+            add(value);
+            add(platform::device_node(value));
+        } else {
+            const std::string path = expand_env_path(value);
+            add(path);
+            if (is_volume_journal_path(path)) add(platform::device_node(live_volume_path(path.front())));
+        }
+    }
+}

@@ -1,0 +1,72 @@
+#include "app/journal_options.h"
+
+#include "app/evidence_guard.h"
+#include "app/option_table.h"
+#include "base/diagnostic_log.h"
+#include "output/output_file.h"
+#include "output/status_line.h"
+#include "platform/platform.h"
+
+#include <memory>
+
+namespace {
+
+class real_effects final : public option_effects {
+public:
+    real_effects(const argument_list& arguments, uni::status_line& status, diagnostic_log& log)
+        : guard_(arguments), status_(status), log_(log) {}
+
+    bool open_log(const std::string& path, const std::string& first_line) override {
+        if (guard_.is_source(path)) {
+            status_.report_problem("prob opening file %s for output, log is off\n", path.c_str());
+            return false;
+        }
+        const auto file = std::make_shared<uni::output_file>();
+        if (!file->open(path, false, true)) return false;
+        // Nothing is buffered: a line is in the file when this returns. A log that cannot grow does not end a run.
+        log_.open([file](std::string_view text) { (void)file->append_text("->" + std::string(text) + "\n"); });
+        log_.line(first_line);
+        return true;
+    }
+
+    // Only a regular file or a new one is tried, by making it and taking it away again. What lies behind a link or a device
+    // is left alone until it is opened for good.
+    bool can_create_results(const std::string& stored_path) override {
+        const std::string path = platform::native_results_path(stored_path);
+        if (guard_.is_source(path)) return false;
+        switch (platform::kind_of(path)) {
+            case platform::path_kind::folder: return false;
+            case platform::path_kind::link: return platform::kind_of_target(path) != platform::path_kind::folder;
+            case platform::path_kind::other: return true;
+            case platform::path_kind::absent:
+            case platform::path_kind::regular_file: break;
+        }
+        uni::output_file file;
+        if (!file.open(path, false, true)) return false;
+        file.close();
+        (void)platform::remove_file(path);
+        return true;
+    }
+
+    void say(std::string_view text) override { status_.say(text); }
+    [[nodiscard]] bool stops_at_failure() const override { return true; }
+
+private:
+    evidence_guard guard_;
+    uni::status_line& status_;
+    diagnostic_log& log_;
+};
+
+}  // namespace
+
+bool parse_journal_options(argument_list& arguments, const std::string& version_text, usnjrnl_context& settings,
+                           uni::status_line& status, diagnostic_log& log) {
+    settings = usnjrnl_context{};
+    real_effects effects(arguments, status, log);
+    if (!take_options(arguments, settings, effects)) return false;
+
+    settings.tool_tag = "USNJRNL";
+    settings.version_text = version_text;
+    if (settings.csv && !settings.xml) settings.write_header = true;
+    return true;
+}

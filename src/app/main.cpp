@@ -1,0 +1,113 @@
+// app/main.cpp: the table of contents of a run.
+
+#include "app/argument_list.h"
+#include "app/journal_options.h"
+#include "app/run_driver.h"
+#include "app/run_guard.h"
+#include "app/run_header.h"
+#include "app/source_choice.h"
+#include "app/usage.h"
+#include "app/usnjrnl_context.h"
+#include "base/diagnostic_log.h"
+#include "output/output_file.h"
+#include "output/output_stream.h"
+#include "output/status_line.h"
+#include "platform/platform.h"
+
+#include <chrono>
+#include <cstdint>
+#include <new>
+#include <string>
+
+namespace {
+
+constexpr int exit_ok = 0;
+constexpr int exit_failed = -1;
+
+std::uint64_t filetime_now() {
+    using hundred_nanoseconds = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
+    constexpr std::int64_t filetime_of_1970 = 116'444'736'000'000'000;
+    const auto since_1970 = std::chrono::system_clock::now().time_since_epoch();
+    return static_cast<std::uint64_t>(std::chrono::duration_cast<hundred_nanoseconds>(since_1970).count() +
+                                      filetime_of_1970);
+}
+
+// What the options may ask for and a later version will do: better no output than one that was not asked for.
+bool can_do(const usnjrnl_context& settings, uni::status_line& status) {
+    const char* option = settings.xml           ? "-xml"
+                         : settings.bodyfile    ? "-bodyfile"
+                         : settings.csvl2t      ? "-csvl2t"
+                         : settings.xml_escape  ? "-xml_escape"
+                         : settings.rebuild_mft ? "-rebuild_mft"
+                                                : nullptr;
+    if (option != nullptr) status.report_problem("prob option %s: this build cannot do it yet, aborting\n", option);
+    return option == nullptr;
+}
+
+bool open_results(uni::output_file& results, const cmd_params& settings, uni::status_line& status) {
+    if (settings.results_path.empty()) {
+        results.use_standard_output();
+    } else if (!results.open(platform::native_results_path(settings.results_path), false, true)) {
+        status.report_problem("prob opening results file: %s for writing\n", settings.results_path.c_str());
+        return false;
+    }
+    return results.make_stream() != nullptr;
+}
+
+// Closes the results and tells when a byte of them was not taken. A reader that closes its pipe has seen enough: no message.
+bool results_are_whole(uni::output_file& results, const cmd_params& settings, uni::status_line& status) {
+    results.close();
+    if (!results.failed()) return true;
+    if (results.reader_closed()) return false;
+    if (settings.results_path.empty()) {
+        status.report_problem("prob writing to standard output\n");
+    } else {
+        status.report_problem("prob writing results file: %s\n", settings.results_path.c_str());
+    }
+    return false;
+}
+
+bool write_header(uni::output_file& results, const std::string& header) {
+    std::ostream& out = *results.stream();
+    out.write(header.data(), static_cast<std::streamsize>(header.size()));
+    out.flush();
+    return !results.failed();
+}
+
+int run(argument_list& arguments, uni::status_line& status) {
+    const std::string header = compose_run_header(arguments, filetime_now());
+    diagnostic_log log;
+    run_guard guard(status, log);
+    usnjrnl_context settings;
+    uni::output_file results;
+    if (!parse_journal_options(arguments, std::string(version_text), settings, status, log)) {
+        results.use_standard_output();
+        if (results.make_stream() != nullptr) (void)write_header(results, header);
+        (void)results_are_whole(results, cmd_params{}, status);
+        return exit_failed;
+    }
+    settings.banner = banner();
+    guard.follow(settings);
+    if (!can_do(settings, status) || !open_results(results, settings, status)) return exit_failed;
+
+    const bool done = write_header(results, header) && choose_source(arguments, settings, status) &&
+                      run_driver(*results.stream(), settings, status);
+    return results_are_whole(results, settings, status) && done ? exit_ok : exit_failed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    uni::status_line status;
+    try {
+        argument_list arguments = platform::start_process(argc, argv);
+        if (help_wanted(arguments)) {
+            print_usage(status);
+            return exit_ok;
+        }
+        return run(arguments, status);
+    } catch (const std::bad_alloc&) {
+        status.report_problem("prob out of memory, aborting\n");
+        return exit_failed;
+    }
+}

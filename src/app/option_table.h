@@ -1,0 +1,33 @@
+// app/option_table.h: every option of the program in the order in which it is taken, whatever the order on the command line.
+// The order decides who gets an argument that two options could take. What an option does beyond the settings goes
+// through option_effects, so that the evidence guard can go through the same table and touch nothing.
+#pragma once
+
+#include "app/argument_list.h"
+#include "app/usnjrnl_context.h"
+
+#include <string>
+#include <string_view>
+
+class option_effects {
+public:
+    virtual ~option_effects() = default;
+
+    // -diags: opens the diagnostic log; `first_line` is its first line. Answering true makes -l2 or -l3 be taken.
+    [[nodiscard]] virtual bool open_log(const std::string& path, const std::string& first_line) = 0;
+
+    // -out: whether the results file could be created. After a first false the question is put again when -append is
+    // there to be taken.
+    [[nodiscard]] virtual bool can_create_results(const std::string& stored_path) = 0;
+
+    // A line for standard error.
+    virtual void say(std::string_view text) = 0;
+
+    // Whether a malformed option ends the taking.
+    [[nodiscard]] virtual bool stops_at_failure() const = 0;
+};
+
+// Takes all options from the list into settings that were just reset. The source options stay in the list (-partition,
+// -vss, -file, -image, -offset, -ignore_image_size), and so does what no option takes. False when the effects stop at
+// failures and an option was malformed.
+[[nodiscard]] bool take_options(argument_list& arguments, usnjrnl_context& settings, option_effects& effects);

@@ -1,0 +1,23 @@
+// app/usage.h: the program's name and version, and what it says when it is asked how it is used.
+#pragma once
+
+#include "app/argument_list.h"
+
+#include <string>
+#include <string_view>
+
+namespace uni {
+class status_line;
+}
+
+inline constexpr std::string_view program_name = "lorq";  // whatever the program's file is called
+inline constexpr std::string_view version_text = "ver: 1.49";
+
+[[nodiscard]] std::string banner();
+
+// Whether the run ends with the usage text before anything else is looked at: help was asked for at any place of the
+// arguments, another option's value included, or there is no argument.
+[[nodiscard]] bool help_wanted(const argument_list& arguments);
+
+[[nodiscard]] std::string usage_text();
+void print_usage(uni::status_line& status);

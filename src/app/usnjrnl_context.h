@@ -1,0 +1,44 @@
+// app/usnjrnl_context.h: the settings and the state of one journal run. Plain data like its base; what it points to
+// belongs to the run driver.
+#pragma once
+
+#include "app/cmd_params.h"
+
+#include <cstdint>
+#include <string>
+
+class journal_collection;
+
+enum class source_kind : std::uint32_t {
+    live_volume = 0x20,
+    image = 0x21,
+    device_path = 0x23,
+    extracted_file = 0xFF,
+};
+
+struct usnjrnl_context : cmd_params {
+    bool closed_only = true;
+    bool key_by_time = true;
+
+    bool show_offset = false;
+    bool show_dir_path = false;
+    bool pull_times = false;
+    bool include_unalloc = false;
+    bool include_vss = false;
+    bool include_slack = false;
+    bool extra_scan = false;  // any of the three
+    bool xml_escape = false;
+    bool rebuild_mft = false;
+
+    std::string banner;
+    std::string mft_file_path;
+    std::string journal_path;
+    std::string volume_path;
+    std::string image_path;
+    std::int64_t volume_offset = 0;  // bytes, of the NTFS volume inside the image
+    source_kind source = source_kind::extracted_file;
+
+    journal_collection* journal = nullptr;
+    bool file_mode = false;  // the journal is read from an extracted file: offsets need no translation
+    bool found_something = false;
+};
