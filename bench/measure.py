@@ -1,0 +1,137 @@
+"""Times lorq on made-up journals and writes the table bench/results.md. Called by scripts/bench.
+
+Each command runs several times on one core with its output on /dev/null; the best time counts, and the highest memory.
+"""
+import argparse
+import os
+import pathlib
+import platform
+import re
+import shutil
+import subprocess
+import time
+
+HOUSE = pathlib.Path(__file__).resolve().parent.parent
+FOLDER = HOUSE / "build" / "bench"
+LORQ = HOUSE / "build" / "release" / "lorq"
+MAKER = HOUSE / "build" / "release" / "lorq-make-journal"
+LEAD = 65536
+LAYOUTS = ["", "-csv", "-csvgen", "-multiline", "-no_whitespace", "-pair_datetime", "-base10 -show_offset", "-csv_separator tab"]
+
+
+def make(name, records, *options):
+    path = FOLDER / name
+    subprocess.run([MAKER, "--records", str(records), "--closed", "100", *options, path], check=True)
+    return path
+
+
+def run(command, times):
+    """(best seconds, highest resident bytes) of a command line; paths of the project are cut from what is shown."""
+    best, memory = float("inf"), 0
+    for _ in range(times):
+        before = time.monotonic()
+        with open(os.devnull, "wb") as nothing:
+            child = subprocess.Popen(["taskset", "-c", "1" if os.cpu_count() > 1 else "0", *map(str, command)],
+                                     stdout=nothing, stderr=nothing)
+            _, status, usage = os.wait4(child.pid, 0)
+            child.returncode = os.waitstatus_to_exitcode(status)
+        best = min(best, time.monotonic() - before)
+        memory = max(memory, usage.ru_maxrss * 1024)
+        if child.returncode != 0:
+            raise SystemExit(f"{command} ended with {child.returncode}")
+    return best, memory
+
+
+def shown(command):
+    return " ".join(map(str, command)).replace(str(FOLDER) + "/", "").replace(str(LORQ.parent) + "/", "")
+
+
+def row(what, command, records, times=5):
+    seconds, memory = run(command, times)
+    line = f"| {what} | `{shown(command)}` | {seconds:.2f} | {records / seconds / 1e6:.2f} | {memory / 2**20:.0f} |"
+    print(line, flush=True)
+    return line, seconds, memory
+
+
+def volume_with(journal):
+    """A journal as a file of an NTFS volume, made without mounting anything; (image, MFT entry of the file)."""
+    image = FOLDER / "volume.img"
+    with open(image, "wb") as out:
+        out.truncate(journal.stat().st_size * 5 // 4 + 2**26)
+    quiet = {"check": True, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
+    subprocess.run(["mkntfs", "-F", "-Q", "-q", image], **quiet)
+    subprocess.run(["ntfscp", image, journal, "journal"], **quiet)
+    found = subprocess.run(["ifind", "-n", "/journal", image], check=True, capture_output=True, text=True).stdout
+    return image, found.strip()
+
+
+def layouts(records):
+    journal = make("journal.bin", records)
+    lines = []
+    for layout in LAYOUTS:
+        line, seconds, memory = row(layout or "default table", [LORQ, "-file", journal, *layout.split()], records)
+        lines.append(line)
+        if not layout:
+            default, peak = seconds, memory
+    image, entry = volume_with(journal)
+    line, other, _ = row("Sleuth Kit, the same journal in a volume", ["usnjls", image, entry], records, 3)
+    image.unlink()
+    bytes_of_records = journal.stat().st_size - LEAD
+    return [*lines, line], [
+        f"- The default table is written at {other / default:.1f} times the rate of `usnjls`.",
+        f"- Its peak resident memory is {peak / bytes_of_records:.2f} times the bytes of the records "
+        f"({bytes_of_records / 2**20:.0f} MiB)."]
+
+
+def lead():
+    journal = make("lead.bin", 1000, "--sparse-lead", str(20 * 2**30))
+    line, seconds, _ = row("1000 records behind a hole of 20 GiB", [LORQ, "-file", journal], 1000)
+    return line, f"- A hole of 20 GiB before the records costs {seconds:.3f} s."
+
+
+def growth(name, *options):
+    lines, seconds = [], []
+    for records, times in [(1_000_000, 5), (20_000_000, 3)]:
+        journal = make(f"{name}.bin", records, *options)
+        line, best, _ = row(f"{records // 1_000_000} million, {name}", [LORQ, "-file", journal], records, times)
+        journal.unlink()
+        lines.append(line)
+        seconds.append(best)
+    return lines, f"- 20 million records, {name}, take {seconds[1] / seconds[0]:.1f} times as long as 1 million."
+
+
+def machine():
+    model = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8"))
+    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
+    compiler = subprocess.run(["g++", "--version"], check=True, capture_output=True, text=True).stdout.splitlines()[0]
+    return (f"{model[1] if model else platform.machine()}, {os.cpu_count()} cores, {memory:.0f} GiB, "
+            f"Linux {platform.release()}, {compiler}")
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--records", type=int, default=5_000_000)
+    records = parser.parse_args().records
+    FOLDER.mkdir(parents=True, exist_ok=True)
+    try:
+        lines, findings = layouts(records)
+        line, finding = lead()
+        for name, options in [("sorted by time", []), ("shuffled", ["--shuffle"])]:
+            more, other = growth(name.split()[0], *options)
+            lines, findings = [*lines, *more], [*findings, other]
+    finally:
+        shutil.rmtree(FOLDER)
+    (HOUSE / "bench" / "results.md").write_text("\n".join([
+        "# Speed and memory",
+        "",
+        f"Written by `scripts/bench`. Machine: {machine()}; each command on one core, output to /dev/null, journals in the "
+        "page cache, best time of several runs.",
+        f"Journals: `lorq-make-journal --records {records} --closed 100`; names of 20 units on average, all records closed.",
+        "",
+        "| what | command | seconds | million records/s | peak MiB |",
+        "|---|---|---:|---:|---:|",
+        *lines, line, "", *findings, finding, ""]), encoding="utf-8")
+    print("bench/results.md is written")
+
+
+main()

@@ -1,0 +1,139 @@
+"""What the program says when it cannot do what it was asked for: text, stream and exit code."""
+import os
+import re
+
+import pytest
+
+from conftest import FAILED, WINDOWS, as_root, linux_only
+from journal import CLOSE, FIRST, page, record
+
+CLEAR = "\x1b[2K\r    \r"
+HEADER = re.compile(r'lorq ver: 1\.49\nrun time: \d\d/\d\d/\d{4} \d\d:\d\d:\d\d; [^;\n]+; [^;\n]+; [^\n]+\n"cmdline: [^\n]*"\n')
+NOT_YET = "this build cannot read volumes yet"
+
+
+def said(done):
+    """Standard error without the sequences that clear the status line."""
+    return done.err.replace(CLEAR, "")
+
+
+@pytest.mark.parametrize("arguments", [[], ["-h"], ["-HELP"], ["/?"], ["-file", "j", "--help"], ["-out", "-h"]])
+def test_usage_is_no_failure(lorq, arguments):
+    done = lorq(*arguments)
+    assert (done.code, done.out) == (0, "")
+    assert done.err.startswith("lorq ver: 1.49\n\nusage:\n\n lorq -image <dd image> [-offset <offset>]\n")
+    assert done.err.endswith("   -show_offset              = include offset of record in output\n\n")
+
+
+@pytest.mark.parametrize("arguments, message", [
+    (["-out", "no/such/x"], "prob opening file no\\such\\x for output, aborting\n"),
+    (["-out", "."], "prob opening file . for output, aborting\n"),
+    (["-sqlite", "x"], "This option is not offered in this build\n"),
+    (["-sqlite_log", "x"], "This option is not offered in this build\n"),
+    (["-alias", "a|b|c"], "imbalanced alias to true pathfiles, aborting\n"),
+    (["-aliaspath", "a"], "imbalanced alias to true pathfiles, aborting\n"),
+    (["-cmd_start_time", "20240102"], ""),
+    (["-cmd_stop_time", "2024.01.02"], ""),
+])
+def test_refused_options_leave_only_the_run_header(lorq, arguments, message):
+    done = lorq("-file", "j", *arguments)
+    assert (done.code, said(done)) == (FAILED, message)
+    assert HEADER.fullmatch(done.out)
+
+
+@pytest.mark.parametrize("arguments, message", [
+    (["-cmd_start_time", "2024-13-02"], "invalid start time, ignoring\n"),
+    (["-cmd_stop_time", "2024-01-32"], "invalid stop time, ignoring\n"),
+    (["-cmd_start_time", "2024-02-01", "-cmd_stop_time", "2024/01/31"], "invalid stop time, ignoring\n"),
+    (["-dateformat", "yyyy"], "invalid yyyy, using default format\n"),
+    (["-dateformat", "dd-mmm-yy"], "invalid dd-mmm-yy, using default format\n"),
+    (["-timeformat", "hh:mm"], "invalid hh:mm, using default format\n"),
+    (["-timeformat", "hhmmss.xxxxx"], "invalid hhmmss.xxxxx, using default format\n"),
+    (["-diags", "no/such/x"], ""),
+    (["-show_dir_path"], "prob no usable $MFT, paths not resolved\n"),
+    (["-mftfile", "no-mft"], "prob opening mft file: no-mft, paths not resolved\n"),
+    (["-signal", "end of run"], ""),
+    (["stray", "-nonsense"], ""),
+])
+def test_lesser_problems_change_nothing_in_the_table(lorq, arguments, message):
+    done = lorq("-file", "j", *arguments)
+    assert (done.code, said(done)) == (0, message)
+    assert done.out.splitlines()[3:] == lorq.table("-file", "j")
+
+
+@pytest.mark.parametrize("arguments, message", [
+    (["-a"], "lorq ver: 1.49\n\nusage:\n"),
+    (["-file", "j", "-include_unalloc_clusters"], "-include_unalloc_clusters cannot be used with -file option\n"),
+    (["-file", "j", "-include_vss_clusters"], "-include_vss_clusters cannot be used with -file option\n"),
+    (["-file", "j", "-include_slack_space"], "-include_mft_slack_space cannot be used with -file option\n"),
+    (["-file", "j", "-include_slack_space", "-include_vss_clusters", "-include_unalloc_clusters"],
+     "-include_unalloc_clusters cannot be used with -file option\n"),
+    (["-file", "missing"], "prob reading missing\n"),
+    (["-file", "."], "prob reading .\n"),
+    (["-file", "C:\\$Extend\\$UsnJrnl:$J"], NOT_YET),
+    (["-image", "j"], NOT_YET),
+    pytest.param(["-file", "j", "-partition", "c"], NOT_YET, marks=as_root),
+    pytest.param(["-file", "j", "-vss", "1"], NOT_YET, marks=as_root),
+    pytest.param(["-partition", ""], "prob validating volume  as a NTFS partition, aborting...\n", marks=as_root),
+    (["-file", "zero"], ""),
+    (["-file", "empty"], ""),
+])
+def test_sources_that_give_nothing(lorq, arguments, message):
+    lorq.write("zero", bytes(3 * 4096))
+    lorq.write("empty", b"")
+    done = lorq(*arguments)
+    assert done.code == FAILED
+    assert HEADER.fullmatch(done.out)
+    assert message in said(done) if message else said(done) == ""
+
+
+@pytest.mark.parametrize("option", ["-xml", "-bodyfile", "-csvl2t", "-xml_escape", "-rebuild_mft"])
+def test_layouts_of_a_later_version_give_no_other_layout_instead(lorq, option):
+    done = lorq("-file", "j", option)
+    assert done.code == FAILED
+    assert option in said(done) and "this build cannot do it yet" in said(done)
+    assert "a.txt" not in done.out
+
+
+@linux_only
+@as_root
+def test_volumes_need_rights(lorq_as_nobody):
+    restart = 'need to restart cmd prompt using "Run As Administrator" option...\n'
+    done = lorq_as_nobody("-partition", "c")
+    assert (done.code, said(done)) == (FAILED, "")
+    assert HEADER.sub("", done.out) == "command prompt not running w/ admin privileges...\n" + restart
+    done = lorq_as_nobody("-vss", "1")
+    assert (done.code, said(done)) == (FAILED, "This option requires admin privileges...\n" + restart)
+    assert HEADER.fullmatch(done.out)
+
+
+@linux_only
+def test_a_pipe_has_no_size_and_gives_nothing(lorq):
+    os.mkfifo(lorq.path("fifo"))
+    done = lorq("-file", "fifo")
+    assert (done.code, said(done)) == (FAILED, "")
+
+
+@linux_only
+def test_a_full_disk_is_told(lorq):
+    done = lorq("-file", "j", "-out", "/dev/full")
+    assert (done.code, said(done)) == (FAILED, "prob writing results file: \\dev\\full\n")
+    with open("/dev/full", "wb") as full:
+        done = lorq("-file", "j", stdout=full)
+    assert (done.code, said(done)) == (FAILED, "prob writing to standard output\n")
+
+
+def test_a_reader_that_has_seen_enough_is_no_problem_to_report(lorq):
+    reader, writer = os.pipe()
+    os.close(reader)
+    done = lorq("-file", "j", stdout=writer)
+    os.close(writer)
+    assert (done.code, said(done)) == (FAILED, "")
+
+
+@pytest.mark.parametrize("arguments, seen", [([], False), (["-a"], True)])
+def test_unclosed_records_count_as_found(lorq, arguments, seen):
+    lorq.write("open", page(record(reason=0x102)))
+    done = lorq("-file", "open", *arguments)
+    assert done.code == 0
+    assert len(done.out.splitlines()) == (5 if seen else 4)

@@ -1,0 +1,154 @@
+"""Runs that work: run header, table, results file, progress, log; and the sources, which no run may change."""
+import os
+import re
+
+import pytest
+
+from conftest import FAILED, NOBODY, PROGRAM, WINDOWS, as_root, linux_only
+from journal import CLOSE, FIRST, PAGE, page, record
+from test_failures import CLEAR, HEADER, said
+
+A_TXT = ("2024-01-02 |  03:04:05.678 | 0x000000000028 | 0x00000003 | 0x000000000005 | 0x00000005 | 0x000000001000 | "
+         "archive                       | a.txt                                         | "
+         "data_appended; file_created; file_closed")
+
+
+def test_run_header(lorq):
+    lorq.write("two words", lorq.path("j").read_bytes())
+    done = lorq("-file", "two words", "-pipe", "-dateformat", "yyyy/mm/dd")
+    first, second, third = done.out.splitlines()[:3]
+    assert first == "lorq ver: 1.49"
+    assert re.match(r"run time: \d{4}/\d\d/\d\d \d\d:\d\d:\d\d; ", second)
+    assert re.fullmatch(r"""\"cmdline: <filelist> \.\.\. \| \S*lorq(\.exe)? -file 'two words' -pipe -dateformat yyyy/mm/dd\"""",
+                        third)
+
+
+def test_default_table(lorq):
+    header, line = lorq.table("-file", "j")
+    assert header.split(" | ")[1] == " time-UTC    "
+    assert line == A_TXT
+
+
+def test_order_and_damage(lorq):
+    later = FIRST.replace(second=6)
+    lorq.write("mixed", page(record("late", usn=8, moment=later), record("early", usn=16), record(usn=24, version=4))
+               + page(b"\x40\0\0\0\2\0\1\0", record("lost", usn=32))
+               + page(record("v\u00e9rsion 3, long", usn=40, version=3), bytes(8), record("lost", usn=48))
+               + record("cut off", usn=56)[:-8])
+    rows = lorq.table("-file", "mixed", "-csv", "-show_offset")
+    assert [row.split(",")[6:8] + row.split(",")[9:10] for row in rows[1:]] == [
+        ["0x00000010", "0x00000048", "early"],
+        ["0x00000028", "0x00002000", "v\u00e9rsion 3  long"],
+        ["0x00000008", "0x00000000", "late"]]
+
+
+def test_a_hole_before_the_records_changes_no_offset(lorq):
+    with open(lorq.path("sparse"), "wb") as sparse:
+        sparse.seek(16384 * PAGE)
+        sparse.write(page(record()))
+    assert "0x000004000000 | archive" in lorq.table("-file", "sparse", "-show_offset")[1]
+
+
+def test_environment_names_in_paths(lorq):
+    done = lorq("-file", "%LORQ_TEST_NAME%", "-out", "%LORQ_TEST_NAME%.txt", env={**os.environ, "LORQ_TEST_NAME": "j"})
+    assert done.code == 0
+    assert lorq.path("j.txt").exists()
+
+
+def test_results_file_holds_the_same_with_its_own_line_ends(lorq):
+    lorq.path("sub").mkdir()
+    table = lorq.table("-file", "j")
+    done = lorq("-file", "j", "-out", "sub\\x.txt")
+    assert (done.code, done.out) == (0, "")
+    lines = lorq.path("sub/x.txt").read_bytes().decode().split("\r\n")
+    assert lines[3:] == [*table, ""] and not any("\n" in line for line in lines)
+    assert HEADER.fullmatch("\n".join(lines[:3]) + "\n")
+
+
+def test_long_results_path(lorq):
+    folder = "/".join(["d" * 100] * 3)
+    lorq.path(folder).mkdir(parents=True)
+    assert lorq("-file", "j", "-out", folder + "/x.txt").code == 0
+    assert lorq.path(folder + "/x.txt").read_bytes().decode().endswith(A_TXT + "\r\n")
+
+
+@as_root
+@pytest.mark.parametrize("caller", ["lorq" if WINDOWS else "lorq_as_nobody"])
+def test_a_read_only_results_file_is_replaced(request, caller):
+    run = request.getfixturevalue(caller)
+    old = run.path(run.write("x.txt", b"old" * 1000))
+    os.chown(old, *([0, 0] if WINDOWS else [NOBODY, NOBODY]))
+    os.chmod(old, 0o444)
+    assert run("-file", "j", "-out", "x.txt").code == 0
+    assert old.read_bytes().startswith(b"lorq ver") and b"old" not in old.read_bytes()
+
+
+@linux_only
+def test_results_file_permissions_and_link(lorq):
+    lorq.write("target.txt", b"old")
+    os.symlink("target.txt", lorq.path("link.txt"))
+    assert lorq("-file", "j", "-out", "link.txt").code == 0
+    assert lorq.path("link.txt").is_symlink() and b"a.txt" in lorq.path("target.txt").read_bytes()
+    assert lorq("-file", "j", "-out", "new.txt", umask=0o027).code == 0
+    assert lorq.path("new.txt").stat().st_mode & 0o777 == 0o640
+
+
+@pytest.mark.parametrize("arguments, pattern", [
+    ([], re.escape(CLEAR) + "+"),
+    (["-quiet"], ""),
+    (["-quiet", "-profile"], r"->\d+(\.\d+)?(e-\d+)? secs\n"),
+    (["-quiet", "-show_dir_path"], re.escape(CLEAR) + r"prob no usable \$MFT, paths not resolved\n"),
+])
+def test_standard_error(lorq, arguments, pattern):
+    assert re.fullmatch(f"({pattern})" + ("+" if not arguments else ""), lorq("-file", "j", *arguments).err)
+
+
+def test_diagnostic_log(lorq):
+    assert lorq("-file", "j", "-diags", "log", "-hostname", "two words").code == 0
+    log = lorq.path("log").read_bytes().decode().replace("\r\n", "\n")
+    assert re.fullmatch(r'->\S*lorq(\.exe)? -file j -diags log -hostname "two words"\n(->.*\n)*->[\d.e-]+ secs\n', log)
+
+
+@pytest.mark.parametrize("arguments, code, message", [
+    (["-file", "x", "-out", "x"], FAILED, "prob opening file x for output, aborting\n"),
+    (["-file", "-a", "x", "-out", "x"], FAILED, "prob opening file x for output, aborting\n"),
+    (["-file", "x", "-out", "hard"], FAILED, "prob opening file hard for output, aborting\n"),
+    (["-file", "x", "-out", "soft"], FAILED, "prob opening file soft for output, aborting\n"),
+    (["-file", "soft", "-out", "hard"], FAILED, "prob opening file hard for output, aborting\n"),
+    (["-file", "x", "-out", "./x"], FAILED, "prob opening file .\\x for output, aborting\n"),
+    (["-outfile", "x", "-file", "-quiet", "x"], FAILED, "prob opening file x for output, aborting\n"),
+    (["-mftfile", "-a", "x", "-out", "x"], FAILED, "prob opening file x for output, aborting\n"),
+    (["-file", "j", "-mftfile", "x", "-out", "x"], FAILED, "prob opening file x for output, aborting\n"),
+    (["-file", "j", "-image", "x", "-out", "x"], FAILED, "prob opening file x for output, aborting\n"),
+    (["-file", "-a", "x", "-diags", "x"], 0, "prob opening file x for output, log is off\n"),
+    (["-file", "x", "-diags", "soft"], 0, "prob opening file soft for output, log is off\n"),
+])
+def test_no_output_goes_over_a_source(lorq, arguments, code, message):
+    source = lorq.path(lorq.write("x", page(record())))
+    os.link(source, lorq.path("hard"))
+    os.symlink("x", lorq.path("soft"))
+    before = source.stat()
+    done = lorq(*arguments)
+    after = source.stat()
+    assert (done.code, said(done)) == (code, message)
+    assert source.read_bytes() == page(record())
+    assert (after.st_mtime_ns, after.st_ctime_ns, after.st_nlink) == (before.st_mtime_ns, before.st_ctime_ns, 2)
+    assert lorq.path("soft").is_symlink()
+
+
+@linux_only
+@as_root
+def test_no_output_goes_over_a_volume(lorq):
+    """The device node behind a Windows name; this build looks for it in a folder of its own."""
+    folder = os.environ["LORQ_DEVICE_FOLDER"]
+    os.makedirs(folder, exist_ok=True)
+    for arguments, node in [(["-partition", "\\\\.\\q:"], "q:"), (["-partition", "q"], "q:"),
+                            (["-file", "q:\\$extend\\$usnjrnl:$J"], "q:"), (["-vss", "97"], "HarddiskVolumeShadowCopy97")]:
+        path = os.path.join(folder, node)
+        with open(path, "wb") as device:
+            device.write(b"volume")
+        done = lorq(*arguments, "-out", path)
+        assert done.code == FAILED and said(done).startswith("prob opening file ")
+        with open(path, "rb") as device:
+            assert device.read() == b"volume"
+        os.remove(path)
