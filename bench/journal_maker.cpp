@@ -84,7 +84,7 @@ void journal_maker::draw_record() {
     while (draw >= plan_.weights[next_.version - 2]) draw -= plan_.weights[next_.version++ - 2];
 
     // Several records of one moment are common.
-    if (below(4) != 0) now_ += below(ticks_per_second / 10);
+    if (below(4) != 0) now_ += below(2 * ticks_per_second);
     next_.time = plan_.shuffled ? first_moment + below(ticks_per_second * 86400 * 30) : now_;
     next_.reference = file->reference;
     next_.parent = file->parent;

@@ -1,5 +1,6 @@
-// bench/journal_maker.h: change journals of any size for trying, testing and measuring, made page by page. The same plan
-// always gives the same bytes. A small population of files is created, written, renamed and deleted, as on a volume in use.
+// bench/journal_maker.h: change journals of any size for trying, testing and measuring, made page by page. The same
+// plan always gives the same bytes. A small population of files is created, written, renamed and deleted, as on a
+// volume in use.
 #pragma once
 
 #include <array>

@@ -26,3 +26,7 @@ if(LORQ_STATIC)
         add_link_options(-static-libstdc++ -static-libgcc)
     endif()
 endif()
+
+if(CMAKE_INTERPROCEDURAL_OPTIMIZATION)
+    add_link_options(-flto=auto)  # on all cores
+endif()

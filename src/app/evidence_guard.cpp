@@ -53,8 +53,8 @@ void evidence_guard::add(const std::string& path) {
     sources_.push_back(path);
 }
 
-// Every place counts, also where the value of one is the next option's name. Volumes are read through their device nodes; an
-// image may be a device too.
+// Every place counts, also where the value of one is the next option's name. Volumes are read through their device
+// nodes; an image may be a device too.
 void evidence_guard::add_values(std::string_view option, const argument_list& arguments) {
     for (std::size_t i = 0; i + 1 < arguments.size(); ++i) {
         if (!equal_ignoring_case(arguments[i], option)) continue;

@@ -1,5 +1,6 @@
-// app/evidence_guard.h: keeps what the run writes (-out, -diags) away from what it reads. Made from the arguments as typed,
-// before the options are taken, because -diags and -out are opened long before the main flow reads its source options.
+// app/evidence_guard.h: keeps what the run writes (-out, -diags) away from what it reads. Made from the arguments as
+// typed, before the options are taken, because -diags and -out are opened long before the main flow reads its source
+// options.
 #pragma once
 
 #include "app/argument_list.h"
@@ -10,8 +11,9 @@
 
 class evidence_guard {
 public:
-    // Opens nothing. A source is the value of -mftfile, and every value of -file, -image, -partition and -vss that is left
-    // when all options have taken theirs: whichever of them the run will choose, and even where it will give up before.
+    // Opens nothing. A source is the value of -mftfile, and every value of -file, -image, -partition and -vss that is
+    // left when all options have taken theirs: whichever of them the run will choose, and even where it will give up
+    // before.
     explicit evidence_guard(const argument_list& arguments);
 
     // Whether a path leads to one of the sources, by the file that it leads to and not by its name.

@@ -29,8 +29,8 @@ public:
         return true;
     }
 
-    // Only a regular file or a new one is tried, by making it and taking it away again. What lies behind a link or a device
-    // is left alone until it is opened for good.
+    // Only a regular file or a new one is tried, by making it and taking it away again. What lies behind a link or a
+    // device is left alone until it is opened for good.
     bool can_create_results(const std::string& stored_path) override {
         const std::string path = platform::native_results_path(stored_path);
         if (guard_.is_source(path)) return false;

@@ -54,7 +54,8 @@ bool open_results(uni::output_file& results, const cmd_params& settings, uni::st
     return results.make_stream() != nullptr;
 }
 
-// Closes the results and tells when a byte of them was not taken. A reader that closes its pipe has seen enough: no message.
+// Closes the results and tells when a byte of them was not taken. A reader that closes its pipe has seen enough: no
+// message.
 bool results_are_whole(uni::output_file& results, const cmd_params& settings, uni::status_line& status) {
     results.close();
     if (!results.failed()) return true;

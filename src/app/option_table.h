@@ -1,6 +1,6 @@
-// app/option_table.h: every option of the program in the order in which it is taken, whatever the order on the command line.
-// The order decides who gets an argument that two options could take. What an option does beyond the settings goes
-// through option_effects, so that the evidence guard can go through the same table and touch nothing.
+// app/option_table.h: every option of the program in the order in which it is taken, whatever the order on the command
+// line. The order decides who gets an argument that two options could take. What an option does beyond the settings
+// goes through option_effects, so that the evidence guard can go through the same table and touch nothing.
 #pragma once
 
 #include "app/argument_list.h"

@@ -6,5 +6,6 @@
 
 #include <iosfwd>
 
-// Pulls the source into a collection of its own, then writes that to `out`. True when records were found and `out` took them.
+// Pulls the source into a collection of its own, then writes that to `out`. True when records were found and `out` took
+// them.
 [[nodiscard]] bool run_driver(std::ostream& out, usnjrnl_context& settings, uni::status_line& status);

@@ -1,5 +1,5 @@
-// app/run_guard.h: what has to happen at the end of every run, whichever way it ends: the console gets its mode back, the
-// status line is cleared, the time is told, the end-of-run event is set.
+// app/run_guard.h: what has to happen at the end of every run, whichever way it ends: the console gets its mode back,
+// the status line is cleared, the time is told, the end-of-run event is set.
 #pragma once
 
 #include "app/cmd_params.h"

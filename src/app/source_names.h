@@ -1,5 +1,6 @@
-// app/source_names.h: what the values of the source options name: which device a volume's short form stands for, and which
-// -file path is a live volume's own journal. Texts only; nothing is opened. Read by the main flow and the evidence guard.
+// app/source_names.h: what the values of the source options name: which device a volume's short form stands for, and
+// which -file path is a live volume's own journal. Texts only; nothing is opened. Read by the main flow and the
+// evidence guard.
 #pragma once
 
 #include <string>

@@ -1,6 +1,6 @@
-// app/style_options.h: what the style options and -csv_separator switch. They are taken in a fixed order, whatever their
-// order on the command line; each leaves its settings, so the last one taken wins and what it does not touch stays as
-// the one before left it.
+// app/style_options.h: what the style options and -csv_separator switch. They are taken in a fixed order, whatever
+// their order on the command line; each leaves its settings, so the last one taken wins and what it does not touch
+// stays as the one before left it.
 #pragma once
 
 #include "app/cmd_params.h"

@@ -12,6 +12,6 @@
 
 enum class window_text { valid, invalid, malformed };
 
-// Reads "year-month-day hour:minute:second" ("/" serves for "-"); without a time `default_time` counts. Malformed is a date
-// without either separator; invalid is what names no date or time. `window` is written only when valid.
+// Reads "year-month-day hour:minute:second" ("/" serves for "-"); without a time `default_time` counts. Malformed is a
+// date without either separator; invalid is what names no date or time. `window` is written only when valid.
 [[nodiscard]] window_text read_time_window(std::string_view value, std::string_view default_time, time_window& window);

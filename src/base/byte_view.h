@@ -1,5 +1,6 @@
 // base/byte_view.h: bytes taken from evidence. Nothing outside a view can be read through it.
-// A view does not own its bytes; whoever made the buffer keeps it alive. All numbers are little-endian, at any alignment.
+// A view does not own its bytes; whoever made the buffer keeps it alive. All numbers are little-endian, at any
+// alignment.
 #pragma once
 
 #include <bit>

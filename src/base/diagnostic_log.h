@@ -1,4 +1,5 @@
-// base/diagnostic_log.h: the verbose log of -diags as every room sees it: lines go in, where they go to is app's business.
+// base/diagnostic_log.h: the verbose log of -diags as every room sees it: lines go in, where they go to is app's
+// business.
 #pragma once
 
 #include <functional>

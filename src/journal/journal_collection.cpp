@@ -23,7 +23,8 @@ constexpr std::uint8_t from_slack = 0x08;
 
 }  // namespace
 
-// One record, one cache line. The name's place counts units over all name blocks: 2^48 units are more than memory holds.
+// One record, one cache line. The name's place counts units over all name blocks: 2^48 units are more than memory
+// holds.
 struct alignas(64) journal_collection::slot {
     std::uint64_t file_ref;
     std::uint64_t parent_ref;
@@ -109,7 +110,8 @@ void journal_collection::put_in_order() {
 
     // Version-4 records have key 0 and a bucket of their own; the span that is divided is that of the others.
     const std::uint64_t lowest = lowest_key_;
-    const std::size_t bucket_bits = std::clamp<std::size_t>(static_cast<std::size_t>(std::bit_width(count_ / 32)), 1, 16);
+    const std::size_t bucket_bits =
+        std::clamp<std::size_t>(static_cast<std::size_t>(std::bit_width(count_ / 32)), 1, 16);
     const std::size_t span_bits = static_cast<std::size_t>(std::bit_width(highest_key_ - lowest));
     const std::size_t shift = span_bits > bucket_bits ? span_bits - bucket_bits : 0;
     const auto bucket_of = [&](std::uint64_t key) {

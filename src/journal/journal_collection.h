@@ -1,7 +1,7 @@
-// journal/journal_collection.h: every record of a run, in order of time stamp, equal ones in order of arrival. Filled by the
-// walk and the carving passes, read once by the writers. Tens of millions of records must fit in memory: one cache line a
-// record in order of arrival, names in one arena, nothing allocated per record, and an order computed only when the
-// arrival was not in order.
+// journal/journal_collection.h: every record of a run, in order of time stamp, equal ones in order of arrival. Filled
+// by the walk and the carving passes, read once by the writers. Tens of millions of records must fit in memory: one
+// cache line a record in order of arrival, names in one arena, nothing allocated per record, and an order computed only
+// when the arrival was not in order.
 #pragma once
 
 #include "journal/journal_entry.h"
@@ -28,8 +28,8 @@ public:
     // Fixes the order for `read_in_order`; adding afterwards makes it stale.
     void put_in_order();
 
-    // The entry at `place` (0 to size() - 1) of the order. `entry` keeps its buffers, so nothing is allocated once they have
-    // grown.
+    // The entry at `place` (0 to size() - 1) of the order. `entry` keeps its buffers, so nothing is allocated once they
+    // have grown.
     void read_in_order(std::size_t place, journal_entry& entry) const;
 
 private:

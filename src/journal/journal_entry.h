@@ -1,5 +1,5 @@
-// journal/journal_entry.h: one decoded change record and what the run adds to it. Decoders fill it, the collection packs
-// and unpacks it, writers read it. A plain value; it owns its texts, so one entry is reused for a whole run.
+// journal/journal_entry.h: one decoded change record and what the run adds to it. Decoders fill it, the collection
+// packs and unpacks it, writers read it. A plain value; it owns its texts, so one entry is reused for a whole run.
 #pragma once
 
 #include "base/file_reference.h"

@@ -1,4 +1,5 @@
-// journal/journal_file.h: the extracted $J file as a source, and the one callback that every source hands its chunks to.
+// journal/journal_file.h: the extracted $J file as a source, and the one callback that every source hands its chunks
+// to.
 #pragma once
 
 #include "app/usnjrnl_context.h"
@@ -20,6 +21,7 @@ private:
     journal_entry scratch_;
 };
 
-// Reads the file at the run's journal path, in pages of 4096 bytes from its start: holes are skipped, a page that cannot be
-// read is lost and the rest goes on. False when the file cannot be opened; a source without a size yields nothing.
+// Reads the file at the run's journal path, in pages of 4096 bytes from its start: holes are skipped, a page that
+// cannot be read is lost and the rest goes on. False when the file cannot be opened; a source without a size yields
+// nothing.
 [[nodiscard]] bool read_extracted_journal(usnjrnl_context& run);

@@ -1,5 +1,5 @@
-// journal/journal_walk.h: from a chunk of the $J stream to entries of the collection. The sources read chunks, whole 4096-byte
-// pages from the stream's start on, and hand each one over once.
+// journal/journal_walk.h: from a chunk of the $J stream to entries of the collection. The sources read chunks, whole
+// 4096-byte pages from the stream's start on, and hand each one over once.
 #pragma once
 
 #include "base/byte_view.h"
@@ -11,7 +11,7 @@
 // A journal page: no record crosses one, damage is survived at the next one, and a failed read costs one.
 inline constexpr std::size_t journal_page_size = 4096;
 
-// Walks the records of one chunk, whose image_offset is the offset to report for its first byte, and adds every one to the
-// collection, those that fail a field check too (valid 0). Zero pages and damage are skipped page by page. True when the
-// collection grew. `scratch` is overwritten; handing in the same one saves its name buffer.
+// Walks the records of one chunk, whose image_offset is the offset to report for its first byte, and adds every one to
+// the collection, those that fail a field check too (valid 0). Zero pages and damage are skipped page by page. True
+// when the collection grew. `scratch` is overwritten; handing in the same one saves its name buffer.
 bool walk_chunk(journal_collection& journal, byte_view chunk, journal_entry& scratch);

@@ -53,13 +53,15 @@ bool check_named_record(byte_view record, std::uint64_t entry_bound) {
     if (!header_is_plausible(record) || !record.fits(0, at.fixed_size)) return false;
     const auto file_ref = record.value<std::uint64_t>(at.file_reference);
     const auto parent_ref = record.value<std::uint64_t>(at.parent_reference);
-    const std::uint32_t name_end = record.value<std::uint16_t>(at.name_length) + static_cast<std::uint32_t>(at.fixed_size);
+    const std::uint32_t name_end =
+        record.value<std::uint16_t>(at.name_length) + static_cast<std::uint32_t>(at.fixed_size);
     return record.value<std::uint64_t>(at.timestamp) != 0 && entry_number(parent_ref) < entry_bound &&
            parent_sequence_is_plausible(parent_ref) && entry_number(file_ref) < entry_bound &&
            file_sequence_is_plausible(file_ref) && record.value<std::uint16_t>(at.name_offset) == at.fixed_size &&
            record.value<std::uint64_t>(at.usn) != 0 &&
            record.value<std::uint32_t>(at.file_attributes) <= highest_file_attributes &&
-           record.value<std::uint32_t>(usn_header::record_length) >= (at.name_end_wraps ? name_end & 0xFFFFU : name_end);
+           record.value<std::uint32_t>(usn_header::record_length) >=
+               (at.name_end_wraps ? name_end & 0xFFFFU : name_end);
 }
 
 // The name starts at its fixed place, wherever the record says; it may run past the record, never past the view.

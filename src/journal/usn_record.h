@@ -1,7 +1,7 @@
-// journal/usn_record.h: the change record (USN_RECORD_V2, _V3 and _V4) as it lies in the journal: where its fields stand,
-// which bytes are taken for a record, and how one becomes a journal_entry. Called by the walk and by the carving passes.
-// Views begin at the record's first byte and end where the available bytes end; their image_offset is the record's offset
-// in the source. Decoded entries own their names, nothing points back into the chunk.
+// journal/usn_record.h: the change record (USN_RECORD_V2, _V3 and _V4) as it lies in the journal: where its fields
+// stand, which bytes are taken for a record, and how one becomes a journal_entry. Called by the walk and by the carving
+// passes. Views begin at the record's first byte and end where the available bytes end; their image_offset is the
+// record's offset in the source. Decoded entries own their names, nothing points back into the chunk.
 #pragma once
 
 #include "base/byte_view.h"
@@ -64,16 +64,16 @@ inline constexpr std::uint32_t shortest_record = 64;
 // Exclusive bound for entry numbers where nothing is known about the volume's MFT.
 inline constexpr std::uint64_t any_entry_number = 0xFFFFFFFF;
 
-// Whether the header names a known version with minor version 0 and a length that the version, the longest record and the
-// available bytes allow.
+// Whether the header names a known version with minor version 0 and a length that the version, the longest record and
+// the available bytes allow.
 [[nodiscard]] bool header_is_plausible(byte_view record);
 
-// Whether the bytes pass every check of the version-2 layout, with entry numbers below `entry_bound`. The header may name
-// any known version; records of the others practically never pass.
+// Whether the bytes pass every check of the version-2 layout, with entry numbers below `entry_bound`. The header may
+// name any known version; records of the others practically never pass.
 [[nodiscard]] bool check_record_v2(byte_view record, std::uint64_t entry_bound);
 
-// Each resets the decoded fields of `entry` and fills them when the record passes its version's checks. A record that does
-// not is no error: `entry.valid` is 0 then. The fields of the run are left alone by v2 and v3 and cleared by v4.
+// Each resets the decoded fields of `entry` and fills them when the record passes its version's checks. A record that
+// does not is no error: `entry.valid` is 0 then. The fields of the run are left alone by v2 and v3 and cleared by v4.
 void decode_record_v2(journal_entry& entry, byte_view record);
 void decode_record_v3(journal_entry& entry, byte_view record);
 void decode_record_v4(journal_entry& entry, byte_view record);

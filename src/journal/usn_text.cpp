@@ -35,10 +35,9 @@ constexpr token reason_table[] = {
 };
 
 constexpr token attribute_table[] = {
-    {0x0001, "readonly"},   {0x0002, "hidden"},  {0x0004, "system"},       {0x0010, "dir"},
-    {0x0020, "archive"},    {0x0040, "device"},  {0x0080, "normal"},       {0x0100, "temp"},
-    {0x0200, "sparse"},     {0x0400, "symlink"}, {0x0800, "compressed"},   {0x1000, "offline"},
-    {0x2000, "not_indexed"}, {0x4000, "encrypted"}, {0x10000, "virtual"},
+    {0x0001, "readonly"},   {0x0002, "hidden"},  {0x0004, "system"},      {0x0010, "dir"},       {0x0020, "archive"},
+    {0x0040, "device"},     {0x0080, "normal"},  {0x0100, "temp"},        {0x0200, "sparse"},    {0x0400, "symlink"},
+    {0x0800, "compressed"}, {0x1000, "offline"}, {0x2000, "not_indexed"}, {0x4000, "encrypted"}, {0x10000, "virtual"},
 };
 
 void join_tokens(std::span<const token> table, std::uint32_t bits, std::string& out) {

@@ -13,8 +13,8 @@ inline constexpr std::uint32_t close = 0x80000000;
 void reason_tokens(std::uint32_t reason, std::string& out);
 void attribute_tokens(std::uint32_t attributes, std::string& out);
 
-// The reason as the descriptions of the four times of a timeline. Of the bits of one group the last set one in table order
-// gives the text.
+// The reason as the descriptions of the four times of a timeline. Of the bits of one group the last set one in table
+// order gives the text.
 struct reason_group_texts {
     std::string access;
     std::string modify;

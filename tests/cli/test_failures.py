@@ -4,8 +4,8 @@ import re
 
 import pytest
 
-from conftest import FAILED, WINDOWS, as_root, linux_only
-from journal import CLOSE, FIRST, page, record
+from conftest import FAILED, as_root, linux_only
+from journal import page, record
 
 CLEAR = "\x1b[2K\r    \r"
 HEADER = re.compile(r'lorq ver: 1\.49\nrun time: \d\d/\d\d/\d{4} \d\d:\d\d:\d\d; [^;\n]+; [^;\n]+; [^\n]+\n"cmdline: [^\n]*"\n')

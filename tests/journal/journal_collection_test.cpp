@@ -68,8 +68,10 @@ TEST(JournalCollection, GivesBackWhatWasPutIn) {
     for (std::size_t i = 0; i < count; ++i) {
         journal.read_in_order(i, got);
         const journal_entry want = make(i);
-        ASSERT_EQ(std::tie(got.valid, got.file_ref, got.parent_ref, got.usn, got.timestamp, got.reason, got.source_info),
-                  std::tie(want.valid, want.file_ref, want.parent_ref, want.usn, want.timestamp, want.reason, want.source_info));
+        ASSERT_EQ(
+            std::tie(got.valid, got.file_ref, got.parent_ref, got.usn, got.timestamp, got.reason, got.source_info),
+            std::tie(want.valid, want.file_ref, want.parent_ref, want.usn, want.timestamp, want.reason,
+                     want.source_info));
         ASSERT_EQ(std::tie(got.security_id, got.file_attributes, got.name, got.record_offset, got.snapshot_label),
                   std::tie(want.security_id, want.file_attributes, want.name, want.record_offset, want.snapshot_label));
         ASSERT_EQ(std::tie(got.from_unalloc, got.from_vss, got.from_slack),

@@ -22,7 +22,10 @@ std::string in_order(journal_collection& journal) {
     for (std::size_t i = 0; i < journal.size(); ++i) {
         journal.read_in_order(i, entry);
         const std::string name(entry.name.begin(), entry.name.end());
-        out += (entry.valid == 0 ? "-" : entry.name.empty() ? "v4" : name) + "@" + std::to_string(entry.record_offset) + " ";
+        out += (entry.valid == 0     ? "-"
+                : entry.name.empty() ? "v4"
+                                     : name) +
+               "@" + std::to_string(entry.record_offset) + " ";
     }
     return out;
 }
@@ -108,8 +111,10 @@ protected:
 
 TEST_F(ExtractedJournal, OffsetsAreThoseOfTheFileAcrossPiecesAndHoles) {
     constexpr std::uint64_t far = std::uint64_t{3} << 30U;
-    EXPECT_EQ(read_back({{0, record_named(u"a", 1)}, {2'097'152 - 4096, record_named(u"b", 2)}, {far, record_named(u"c", 3)}}, far + 72),
-              "a@0 b@2093056 c@3221225472 ");
+    EXPECT_EQ(
+        read_back({{0, record_named(u"a", 1)}, {2'097'152 - 4096, record_named(u"b", 2)}, {far, record_named(u"c", 3)}},
+                  far + 72),
+        "a@0 b@2093056 c@3221225472 ");
     EXPECT_EQ(read_back({}, 1'000'000), "");
     EXPECT_EQ(read_back({{0, record_named(u"a")}}, 59), "");  // shorter than any record's fixed part
     EXPECT_EQ(read_back({}, 0), "");

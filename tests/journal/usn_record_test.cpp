@@ -72,7 +72,8 @@ TEST(UsnRecord, LengthBoundsOfEachVersion) {
     for (const auto& row : rows) {
         bytes record = usn_record_builder{.version = row.version, .name = u"a"}.build();
         record.resize(5000);
-        for (const auto& [length, passes] : {std::pair{row.shortest - 1, false}, {row.shortest, true}, {4096U, true}, {4097U, false}}) {
+        for (const auto& [length, passes] :
+             {std::pair{row.shortest - 1, false}, {row.shortest, true}, {4096U, true}, {4097U, false}}) {
             poke<std::uint32_t>(record, 0, length);
             EXPECT_EQ(header_is_plausible(byte_view(record)), passes) << row.version << ": " << length;
             EXPECT_EQ(decodes(row.version, record), passes) << row.version << ": " << length;
@@ -102,7 +103,8 @@ TEST(UsnRecord, NameMustEndInsideTheRecord) {
         poke<std::uint16_t>(record, name_length_at, static_cast<std::uint16_t>(room + 1));
         EXPECT_FALSE(decodes(version, record));
         poke<std::uint16_t>(record, name_length_at, 2);
-        poke<std::uint16_t>(record, name_length_at + 2, static_cast<std::uint16_t>(fixed + 2));  // and begin at its place
+        poke<std::uint16_t>(record, name_length_at + 2,
+                            static_cast<std::uint16_t>(fixed + 2));  // and begin at its place
         EXPECT_FALSE(decodes(version, record));
     }
     // In version 2 the sum is taken in 16 bits: a wrapped length passes, and the name stops at the available bytes.

@@ -18,14 +18,41 @@ std::string attributes(std::uint32_t flags) {
     return out;
 }
 
-const char* const reason_names[] = {"data_overwritten", "data_appended", "data_truncated", nullptr,
-    "ads_data_overwritten", "ads_data_appended", "ads_data_truncated", nullptr, "file_created", "file_deleted",
-    "extended_attrib_changed", "access_changed", "file_old_name", "file_new_name", "context_indexed_changed",
-    "basic_info_changed", "hardlink_changed", "compression_changed", "encryption_changed", "objid_changed",
-    "reparse_changed", "ads_added_or_deleted", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    nullptr, "file_closed"};
-const char* const attribute_names[] = {"readonly", "hidden", "system", nullptr, "dir", "archive", "device", "normal",
-    "temp", "sparse", "symlink", "compressed", "offline", "not_indexed", "encrypted", nullptr, "virtual"};
+const char* const reason_names[] = {"data_overwritten",
+                                    "data_appended",
+                                    "data_truncated",
+                                    nullptr,
+                                    "ads_data_overwritten",
+                                    "ads_data_appended",
+                                    "ads_data_truncated",
+                                    nullptr,
+                                    "file_created",
+                                    "file_deleted",
+                                    "extended_attrib_changed",
+                                    "access_changed",
+                                    "file_old_name",
+                                    "file_new_name",
+                                    "context_indexed_changed",
+                                    "basic_info_changed",
+                                    "hardlink_changed",
+                                    "compression_changed",
+                                    "encryption_changed",
+                                    "objid_changed",
+                                    "reparse_changed",
+                                    "ads_added_or_deleted",
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    "file_closed"};
+const char* const attribute_names[] = {"readonly", "hidden",      "system",    nullptr,  "dir",     "archive",
+                                       "device",   "normal",      "temp",      "sparse", "symlink", "compressed",
+                                       "offline",  "not_indexed", "encrypted", nullptr,  "virtual"};
 
 // Every bit alone, then all of them in order.
 void expect_tokens(std::span<const char* const> names, std::string (*tokens)(std::uint32_t)) {

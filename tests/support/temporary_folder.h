@@ -24,8 +24,8 @@ public:
 
     std::string operator/(const std::string& name) const { return (path_ / name).string(); }
 
-    std::string write(const std::string& name, const std::string& bytes) const {
-        std::ofstream(path_ / name, std::ios::binary) << bytes;
+    std::string write(const std::string& name, const std::string& content) const {
+        std::ofstream(path_ / name, std::ios::binary) << content;
         return *this / name;
     }
 

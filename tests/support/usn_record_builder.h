@@ -19,7 +19,9 @@ void poke(bytes& into, std::size_t at, std::type_identity_t<T> value) {
     std::memcpy(into.data() + at, &number, sizeof number);
 }
 
-[[nodiscard]] constexpr std::uint64_t reference(std::uint64_t entry, std::uint64_t sequence) { return sequence << 48U | entry; }
+[[nodiscard]] constexpr std::uint64_t reference(std::uint64_t entry, std::uint64_t sequence) {
+    return sequence << 48U | entry;
+}
 
 struct usn_record_builder {
     std::uint16_t version = 2;
@@ -33,7 +35,9 @@ struct usn_record_builder {
 
     // The record padded to a multiple of 8, which is its RecordLength.
     [[nodiscard]] bytes build() const {
-        const std::size_t fixed = version == 2 ? usn_v2::fixed_size : version == 3 ? usn_v3::fixed_size : usn_v4::fixed_size;
+        const std::size_t fixed = version == 2   ? usn_v2::fixed_size
+                                  : version == 3 ? usn_v3::fixed_size
+                                                 : usn_v4::fixed_size;
         const std::size_t name_bytes = version == 4 ? 0 : name.size() * 2;
         bytes out((fixed + name_bytes + 7) / 8 * 8);
         poke<std::uint32_t>(out, usn_header::record_length, static_cast<std::uint32_t>(out.size()));
