@@ -1,0 +1,23 @@
+// storage/byte_source.h: what a disk_reader reads from: an image file or a device of the system, or bytes that a test
+// makes up. One virtual call a read, never one a record.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+class byte_source {
+public:
+    byte_source() = default;
+    byte_source(const byte_source&) = delete;
+    byte_source& operator=(const byte_source&) = delete;
+    virtual ~byte_source() = default;
+
+    [[nodiscard]] virtual std::uint64_t size() const = 0;  // bytes; 0 when the system does not say
+
+    // Offsets and lengths of reads must be multiples of this; 1 when any will do. Never 0.
+    [[nodiscard]] virtual std::uint32_t alignment() const = 0;
+
+    // Reads into.size() bytes at a byte offset; fewer only at the end of the source. False for an error.
+    [[nodiscard]] virtual bool read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) = 0;
+};

@@ -1,0 +1,115 @@
+#include "storage/disk_reader.h"
+
+#include "platform/platform.h"
+#include "storage/volume_names.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <new>
+
+namespace {
+
+constexpr auto highest_offset = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+
+class image_source final : public byte_source {
+public:
+    [[nodiscard]] bool open(const std::string& path) {
+        if (!file_.open_for_reading(path)) return false;
+        size_ = static_cast<std::uint64_t>(std::max<std::int64_t>(file_.size(), 0));
+        return true;
+    }
+    [[nodiscard]] std::uint64_t size() const override { return size_; }
+    [[nodiscard]] std::uint32_t alignment() const override { return 1; }
+    [[nodiscard]] bool read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) override {
+        got = 0;
+        while (got < into.size()) {  // a short read is no error: the rest is asked for
+            std::size_t part = 0;
+            if (!file_.read_at(static_cast<std::int64_t>(offset + got), into.subspan(got), part)) break;
+            got += part;
+        }
+        return got == into.size() || offset + got >= size_;
+    }
+
+private:
+    platform::file file_;
+    std::uint64_t size_ = 0;
+};
+
+class device_source final : public byte_source {
+public:
+    [[nodiscard]] bool open(const std::string& path, platform::device_access access, bool needs_geometry) {
+        platform::device_geometry geometry;
+        platform::device_partition partition;
+        if (!device_.open(path, access)) return false;
+        if (device_.query_geometry(geometry)) {
+            if (geometry.bytes_per_sector != 0) alignment_ = geometry.bytes_per_sector;
+            size_ = static_cast<std::uint64_t>(std::max<std::int64_t>(geometry.total_size, 0));
+        } else if (needs_geometry) {
+            return false;
+        }
+        // A volume is as long as its partition, not as its disk.
+        if (device_.query_partition(partition))
+            size_ = static_cast<std::uint64_t>(std::max<std::int64_t>(partition.length, 0));
+        return true;
+    }
+    [[nodiscard]] std::uint64_t size() const override { return size_; }
+    [[nodiscard]] std::uint32_t alignment() const override { return alignment_; }
+    [[nodiscard]] bool read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) override {
+        return device_.read_at(static_cast<std::int64_t>(offset), into, got) != platform::device_read::failed;
+    }
+
+private:
+    platform::device device_;
+    std::uint64_t size_ = 0;
+    std::uint32_t alignment_ = 512;
+};
+
+}  // namespace
+
+bool disk_reader::open(const std::string& path, reader_mode mode) {
+    close();
+    if (path.empty()) return false;
+    if (mode == reader_mode::image_file) {
+        auto source = std::make_unique<image_source>();
+        if (!source->open(path)) return false;
+        source_ = std::move(source);
+        return true;
+    }
+    auto source = std::make_unique<device_source>();
+    const bool by_letter = mode == reader_mode::live_volume && is_drive_letter_form(path);
+    const bool longer_path = mode == reader_mode::live_volume && path.size() > 3;
+    const auto access = longer_path ? platform::device_access::random : platform::device_access::plain;
+    if (!source->open(by_letter ? live_volume_path(path.front()) : path, access, !longer_path)) return false;
+    source_ = std::move(source);
+    return true;
+}
+
+bool disk_reader::read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) {
+    got = 0;
+    if (!is_open() || into.empty() || offset > highest_offset || into.size() > highest_offset - offset) return false;
+    if (const std::uint64_t size = disk_size(); size != 0) {
+        if (offset >= size) return false;
+        into = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), size - offset)));
+    }
+    return read_aligned(offset, into, got) && got != 0;
+}
+
+// Whole sectors go straight into the caller's buffer, anything else through one of our own.
+bool disk_reader::read_aligned(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) {
+    const std::uint64_t sector = source_->alignment();
+    const auto lead = static_cast<std::size_t>(offset % sector);
+    if (lead == 0 && into.size() % sector == 0) return source_->read_at(offset, into, got);
+
+    const std::uint64_t span = (into.size() + lead + sector - 1) / sector * sector;
+    try {
+        bounce_.resize(static_cast<std::size_t>(span));
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    std::size_t bounced = 0;
+    if (!source_->read_at(offset - lead, bounce_, bounced)) return false;
+    got = std::min(into.size(), bounced > lead ? bounced - lead : 0);
+    if (got != 0) std::memcpy(into.data(), bounce_.data() + lead, got);
+    return true;
+}
