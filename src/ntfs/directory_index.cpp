@@ -1,0 +1,67 @@
+#include "ntfs/directory_index.h"
+
+#include "base/file_reference.h"
+#include "ntfs/fixup.h"
+#include "ntfs/index_node.h"
+#include "ntfs/stream_pull.h"
+
+namespace {
+
+constexpr std::u16string_view directory_index_name = u"$I30";
+
+// A base record is no extension record; a longer chain is damage.
+constexpr int most_redirections = 4;
+
+void visit_root(ntfs_volume& volume, const mft_entry& directory, const node_visitor& visit) {
+    ntfs_stream root;
+    if (!collect_stream(directory, attribute_type::index_root, directory_index_name, volume.cluster_size(), root))
+        return;
+    if (!root.resident ||
+        root.content.value<std::uint32_t>(index_root_value::indexed_type) != attribute_type::file_name ||
+        root.content.value<std::uint32_t>(index_root_value::block_size) == 0) {
+        return;
+    }
+    visit(root.content.from(index_root_value::node));
+}
+
+void visit_blocks(ntfs_volume& volume, const mft_entry& directory, const node_visitor& visit) {
+    ntfs_stream allocation;
+    if (!volume.has_clusters() || !collect_stream(directory, attribute_type::index_allocation, directory_index_name,
+                                                  volume.cluster_size(), allocation)) {
+        return;
+    }
+    if (allocation.resident || allocation.initialised_size == 0) return;
+    // Whatever the sizes say: every block that has clusters.
+    allocation.real_size = bytes_up_to_end(allocation.extents, volume.cluster_size());
+    std::uint64_t lost = 0;
+    const auto visit_chunk = [&](byte_view chunk) {
+        byte_view block;
+        for (std::size_t at = 0; chunk.sub(at, index_block::size, block); at += index_block::size) {
+            if (block.value<std::uint32_t>(multi_sector_header::signature) == signature_indx) {
+                visit(block.from(index_block::node));
+            }
+        }
+    };
+    if (!pull_stream(volume, allocation, visit_chunk, lost)) return;
+    if (lost != 0) volume.log().line("err: part of a directory index cannot be read");
+}
+
+}  // namespace
+
+void visit_index_nodes(ntfs_volume& volume, const mft_entry& directory, const node_visitor& visit) {
+    visit_root(volume, directory, visit);
+    visit_blocks(volume, directory, visit);
+}
+
+bool get_children_nodes(ntfs_volume& volume, std::uint64_t directory, std::set<std::uint64_t>& children) {
+    mft_entry entry;
+    for (int step = 0; step < most_redirections; ++step) {
+        if (!volume.load_entry(directory, entry)) return false;
+        if (entry.base_reference == 0) {
+            visit_index_nodes(volume, entry, [&](byte_view node) { collect_index_node(node, children); });
+            return true;
+        }
+        directory = entry_number(entry.base_reference);
+    }
+    return false;
+}

@@ -1,0 +1,21 @@
+// ntfs/directory_index.h: the $I30 index of one directory, whose root and allocation may lie in extension records and
+// in many pieces. Used by the path look-up and by the path resolution.
+#pragma once
+
+#include "ntfs/mft_entry.h"
+#include "ntfs/ntfs_volume.h"
+
+#include <cstdint>
+#include <functional>
+#include <set>
+
+// A node from its header to the end of its space.
+using node_visitor = std::function<void(byte_view node)>;
+
+// Visits the node of the entry's $INDEX_ROOT, then every INDX block of its $INDEX_ALLOCATION in stream order, update
+// sequence applied. Blocks that cannot be read whole are left out.
+void visit_index_nodes(ntfs_volume& volume, const mft_entry& directory, const node_visitor& visit);
+
+// Adds the entry number of every entry in the directory's index. An extension record stands for its base record. False
+// when the directory's record cannot be read.
+[[nodiscard]] bool get_children_nodes(ntfs_volume& volume, std::uint64_t directory, std::set<std::uint64_t>& children);

@@ -1,0 +1,112 @@
+// ntfs/entry_loading.cpp: ntfs_volume::load_entry: a base record and what its attribute list names.
+
+#include "base/file_reference.h"
+#include "base/format_text.h"
+#include "ntfs/attribute_list.h"
+#include "ntfs/fixup.h"
+#include "ntfs/ntfs_volume.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+namespace {
+
+using ull = unsigned long long;
+
+bool find_attribute(byte_view record, const listed_attribute& wanted, attribute& out) {
+    attribute_walk walk(record, wanted.entry_number);
+    while (walk.next(out)) {
+        if (out.type == wanted.type && out.id == wanted.id) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+bool ntfs_volume::load_entry(std::uint64_t entry_number, mft_entry& entry) {
+    entry = mft_entry{};
+    entry.number = entry_number;
+    std::vector<std::uint8_t> record;
+    switch (read_record(entry_number, record)) {
+        case record_state::good: break;
+        case record_state::marked_bad:
+            log_.line(format_text("err: recd bad %llx", static_cast<ull>(entry_number)));
+            return false;
+        case record_state::unreadable:
+            log_.line(format_text("err: mftfixup %llx", static_cast<ull>(entry_number)));
+            return false;
+    }
+    const byte_view view(record);
+    entry.sequence = view.value<std::uint16_t>(mft_record::sequence_number);
+    entry.flags = view.value<std::uint16_t>(mft_record::flags);
+    entry.base_reference = view.value<std::uint64_t>(mft_record::base_reference);
+    entry.records.push_back(std::move(record));  // moving keeps the bytes where `view` sees them
+
+    attribute_walk walk(view, entry_number);
+    for (attribute next; walk.next(next);) entry.attributes.push_back(next);
+    add_listed_attributes(entry);
+    return true;
+}
+
+void ntfs_volume::add_listed_attributes(mft_entry& entry) {
+    std::vector<attribute> lists;
+    std::ranges::copy_if(entry.attributes, std::back_inserter(lists),
+                         [](const attribute& one) { return one.type == attribute_type::attribute_list; });
+    const bool learning = entry.number == mft_entry_number && !mounted_;
+    if (learning) {
+        for (const attribute& piece : entry.attributes) learn_mft_extents(piece);
+    }
+    std::map<std::uint64_t, byte_view> loaded;  // an empty view: tried, and of no use
+    std::set<listed_attribute> seen;
+    for (const attribute& list : lists) {
+        const std::vector<std::uint8_t> bytes = attribute_list_bytes(list);
+        attribute_list_walk walk{byte_view(bytes)};
+        for (listed_attribute wanted; walk.next(wanted);) {
+            if (wanted.entry_number == entry.number || !seen.insert(wanted).second) continue;
+            const auto [place, is_new] = loaded.try_emplace(wanted.entry_number);
+            if (is_new) place->second = load_extension_record(wanted.entry_number, entry);
+            attribute found;
+            if (!find_attribute(place->second, wanted, found)) continue;
+            if (learning) learn_mft_extents(found);
+            entry.attributes.push_back(std::move(found));
+        }
+    }
+}
+
+byte_view ntfs_volume::load_extension_record(std::uint64_t entry_number, mft_entry& entry) {
+    log_.line(format_text("primary entry %llu pointing to ref entry %llu", static_cast<ull>(entry.number),
+                          static_cast<ull>(entry_number)));
+    std::vector<std::uint8_t> record;
+    if (read_record(entry_number, record) != record_state::good ||
+        byte_view(record).value<std::uint32_t>(multi_sector_header::signature) != signature_file) {
+        return {};
+    }
+    entry.records.push_back(std::move(record));
+    return byte_view(entry.records.back());
+}
+
+std::vector<std::uint8_t> ntfs_volume::attribute_list_bytes(const attribute& list) {
+    if (list.resident) {
+        const auto bytes = list.value.bytes();
+        return {bytes.begin(), bytes.end()};
+    }
+    extent_list extents;
+    make_extents(decode_runs(list.run_list, list.first_vcn), extents);
+    put_in_vcn_order(extents);
+    // What the last cluster holds behind the real size is stale.
+    const std::uint64_t length =
+        std::min({list.real_size, extent_bytes(extents, cluster_size(), false), std::uint64_t{longest_attribute_list}});
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
+    std::size_t got = 0;
+    if (!read_stream_range(extents, 0, bytes, got)) log_.line("err: attribute list cannot be read");
+    bytes.resize(got);
+    return bytes;
+}
+
+// The extension records of $MFT itself are found through the runs of $MFT known so far.
+void ntfs_volume::learn_mft_extents(const attribute& piece) {
+    if (piece.type != attribute_type::data || !piece.name.empty() || piece.resident) return;
+    make_extents(decode_runs(piece.run_list, piece.first_vcn), mft_extents_);
+    put_in_vcn_order(mft_extents_);
+}

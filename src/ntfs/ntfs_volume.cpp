@@ -1,0 +1,211 @@
+#include "ntfs/ntfs_volume.h"
+
+#include "base/format_text.h"
+#include "ntfs/fixup.h"
+#include "storage/volume_names.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+using ull = unsigned long long;
+
+// What an exported $MFT is taken to come from.
+constexpr volume_geometry default_geometry{.bytes_per_sector = 512, .cluster_size = 4096, .record_size = 1024};
+
+constexpr std::uint32_t smallest_record = 48;
+constexpr std::uint32_t largest_record = 64U << 10U;
+constexpr std::size_t smallest_memory_mft = 4096;
+
+}  // namespace
+
+bool ntfs_volume::open_volume(const std::string& path, reader_mode mode, std::uint64_t volume_offset) {
+    disk_reader reader;
+    if (!reader.open(path, mode)) return false;
+    open_volume(std::move(reader), volume_offset);
+    return true;
+}
+
+void ntfs_volume::open_volume(disk_reader reader, std::uint64_t volume_offset) {
+    reader_ = std::move(reader);
+    volume_offset_ = volume_offset;
+    clusters_readable_ = true;
+    mounted_ = false;
+    memory_mft_.reset();
+    mft_extents_.clear();
+    directories_.clear();
+}
+
+bool ntfs_volume::open_mft_file(const std::string& path) {
+    disk_reader reader;
+    if (!reader.open(path, reader_mode::image_file)) return false;
+    open_volume(std::move(reader), 0);
+    clusters_readable_ = false;
+    geometry_ = default_geometry;
+    record_size_ = geometry_.record_size;
+    mounted_ = source_size() >= record_size_ && read_first_record();
+    if (mounted_) record_count_ = source_size() / record_stride_;
+    return mounted_;
+}
+
+bool ntfs_volume::use_memory_mft(std::vector<std::uint8_t> bytes) {
+    if (bytes.size() <= smallest_memory_mft || record_size_ == 0) return false;
+    record_count_ = bytes.size() / record_size_;
+    record_stride_ = record_size_;
+    memory_mft_ = std::move(bytes);
+    return true;
+}
+
+bool ntfs_volume::mount() {
+    if (!mounted_ && reader_.is_open() && clusters_readable_) mounted_ = mount_source();
+    return mounted_;
+}
+
+bool ntfs_volume::mount_source() {
+    std::vector<std::uint8_t> sector(boot_sector::size);
+    std::size_t got = 0;
+    std::string reason = "boot sector cannot be read";
+    if (!reader_.read_at(volume_offset_, sector, got) || got != sector.size() ||
+        !read_boot_sector(byte_view(sector), geometry_, reason)) {
+        log_.line("err: mount: " + reason);
+        return false;
+    }
+    record_size_ = geometry_.record_size;
+    if (!read_first_record()) return false;
+
+    mft_entry mft;
+    if (!load_entry(mft_entry_number, mft)) return false;
+    ntfs_stream data;
+    if (!collect_stream(mft, attribute_type::data, u"", cluster_size(), data)) return true;
+    mft_extents_ = std::move(data.extents);
+    const std::uint64_t bytes = data.resident ? cluster_size() : bytes_up_to_end(mft_extents_, cluster_size());
+    record_count_ = bytes / record_stride_;
+    return true;
+}
+
+// A record knows its own size better than the boot sector does: by the sectors that its update sequence covers.
+bool ntfs_volume::read_first_record() {
+    std::vector<std::uint8_t> record;
+    record_stride_ = record_size_;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        if (!fetch_record(mft_entry_number, record) || !is_well_formed_file_record(byte_view(record))) {
+            log_.line("err: mount: MFT record 0 is damaged");
+            return false;
+        }
+        const std::uint32_t count = byte_view(record).value<std::uint16_t>(multi_sector_header::sequence_count);
+        const std::uint32_t true_size = count == 0 ? 0 : (count - 1) * std::uint32_t{update_sequence_stride};
+        if (true_size <= record_size_) break;
+        record_size_ = true_size;
+    }
+    record_stride_ = byte_view(record).value<std::uint32_t>(mft_record::bytes_allocated);
+    if (record_stride_ >= smallest_record && record_stride_ <= largest_record) return true;
+    log_.line(format_text("err: mount: MFT record 0: bytes allocated: %u", record_stride_));
+    return false;
+}
+
+std::optional<std::uint64_t> ntfs_volume::record_offset(std::uint64_t entry_number) const {
+    if (!mounted_ || !clusters_readable_ || memory_mft_) return std::nullopt;
+    if (entry_number > std::numeric_limits<std::uint64_t>::max() / record_stride_) return std::nullopt;
+    const std::uint64_t position = entry_number * record_stride_;
+    std::size_t index = 0;
+    if (!find_extent(mft_extents_, position / cluster_size(), index) || mft_extents_[index].sparse) return std::nullopt;
+    const extent& part = mft_extents_[index];
+    const auto at = cluster_offset(part.lcn + (position / cluster_size() - part.vcn));
+    if (!at) return std::nullopt;
+    return *at - volume_offset_ + position % cluster_size();
+}
+
+std::optional<std::uint64_t> ntfs_volume::cluster_offset(std::uint64_t lcn) const {
+    constexpr auto highest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    if (volume_offset_ > highest || lcn > (highest - volume_offset_) / cluster_size()) return std::nullopt;
+    return lcn * cluster_size() + volume_offset_;
+}
+
+// The bytes of a record as they lie.
+bool ntfs_volume::fetch_record(std::uint64_t entry_number, std::vector<std::uint8_t>& record) {
+    if (memory_mft_) {
+        if (entry_number >= memory_mft_->size() / record_size_) return false;
+        const auto begin = memory_mft_->begin() + static_cast<std::ptrdiff_t>(entry_number * record_size_);
+        record.assign(begin, begin + static_cast<std::ptrdiff_t>(record_size_));
+        return true;
+    }
+    record.resize(entry_number == mft_entry_number ? record_size_ : record_stride_);
+    if (entry_number > std::numeric_limits<std::uint64_t>::max() / largest_record) return false;
+    std::size_t got = 0;
+    bool read = false;
+    if (!clusters_readable_) {
+        read = reader_.read_at(entry_number * record_size_, record, got);
+    } else if (entry_number == mft_entry_number) {
+        read = read_clusters(geometry_.mft_cluster, record, got);
+    } else {
+        read = read_stream_range(mft_extents_, entry_number * record_stride_, record, got);
+    }
+    record.resize(got);
+    return read && got != 0;
+}
+
+record_state ntfs_volume::read_record(std::uint64_t entry_number, std::vector<std::uint8_t>& record) {
+    if (!fetch_record(entry_number, record)) return record_state::unreadable;
+    switch (apply_fixup(record)) {
+        case record_kind::file_record:
+        case record_kind::index_block: return record_state::good;
+        case record_kind::bad_record: log_.line("err: fixup_mft type: BAAD"); return record_state::marked_bad;
+        case record_kind::none: break;
+    }
+    return record_state::unreadable;
+}
+
+bool ntfs_volume::read_clusters(std::uint64_t lcn, std::span<std::uint8_t> into, std::size_t& got) {
+    got = 0;
+    const auto at = cluster_offset(lcn);
+    return clusters_readable_ && at && reader_.read_at(*at, into, got);
+}
+
+bool ntfs_volume::read_stream_range(const extent_list& extents, std::uint64_t position, std::span<std::uint8_t> into,
+                                    std::size_t& got) {
+    got = 0;
+    std::size_t index = 0;
+    while (got < into.size() && find_extent(extents, position / cluster_size(), index)) {
+        const extent& part = extents[index];
+        const std::uint64_t into_cluster = position % cluster_size();
+        const std::uint64_t wanted = into.size() - got;
+        const std::uint64_t clusters =
+            std::min(part.end_vcn() - position / cluster_size(), wanted / cluster_size() + 2);
+        const auto length = static_cast<std::size_t>(std::min(clusters * cluster_size() - into_cluster, wanted));
+        const auto target = into.subspan(got, length);
+        std::size_t part_got = length;
+        if (part.sparse) {
+            std::ranges::fill(target, std::uint8_t{0});
+        } else {
+            const auto at = cluster_offset(part.lcn + (position / cluster_size() - part.vcn));
+            part_got = at ? read_as_far_as_possible(*at + into_cluster, target) : 0;
+        }
+        got += part_got;
+        if (part_got != length) break;
+        position += length;
+    }
+    return got != 0;
+}
+
+// One read; when it fails, cluster by cluster up to the bad one.
+std::size_t ntfs_volume::read_as_far_as_possible(std::uint64_t at, std::span<std::uint8_t> into) {
+    std::size_t got = 0;
+    if (!clusters_readable_) return 0;
+    if (reader_.read_at(at, into, got)) return got;
+    std::size_t done = 0;
+    while (done < into.size()) {
+        const auto piece = into.subspan(done, std::min<std::size_t>(cluster_size(), into.size() - done));
+        if (!reader_.read_at(at + done, piece, got)) break;
+        done += got;
+        if (got != piece.size()) break;
+    }
+    return done;
+}
+
+std::unique_ptr<ntfs_volume> open_volume_at(const std::string& path, std::uint64_t volume_offset,
+                                            const diagnostic_log& log) {
+    auto volume = std::make_unique<ntfs_volume>(log);
+    if (!volume->open_volume(path, reader_mode_of(path), volume_offset) || !volume->mount()) return nullptr;
+    return volume;
+}

@@ -1,0 +1,104 @@
+// ntfs/ntfs_volume.h: one NTFS volume, read by itself: geometry, MFT records by entry number, clusters. Made over an
+// image, a live volume, a device path or an exported $MFT; lives from the choice of the source to the end of the pull.
+// Says why something failed in the diagnostic log and nowhere else.
+#pragma once
+
+#include "base/diagnostic_log.h"
+#include "ntfs/boot_sector.h"
+#include "ntfs/data_runs.h"
+#include "ntfs/directory_cache.h"
+#include "ntfs/mft_entry.h"
+#include "storage/disk_reader.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+enum class record_state : std::uint8_t { good, marked_bad, unreadable };
+
+class ntfs_volume {
+public:
+    explicit ntfs_volume(const diagnostic_log& log) : log_(log) {}
+
+    // Over a source; `volume_offset` is the byte offset of the boot sector in it. False when the reader does not open.
+    [[nodiscard]] bool open_volume(const std::string& path, reader_mode mode, std::uint64_t volume_offset);
+    void open_volume(disk_reader reader, std::uint64_t volume_offset);
+
+    // Over an exported $MFT: records can be read, clusters cannot. Mounted when true.
+    [[nodiscard]] bool open_mft_file(const std::string& path);
+
+    // Serves every record from `bytes`, record n at n times the record size. False for 4096 bytes or less.
+    [[nodiscard]] bool use_memory_mft(std::vector<std::uint8_t> bytes);
+
+    // Reads boot sector and record 0, with the extension records of $MFT. True at once when it was mounted before.
+    [[nodiscard]] bool mount();
+    [[nodiscard]] bool mounted() const { return mounted_; }
+
+    // All sizes in bytes. Of an exported $MFT: the geometry of a default volume.
+    [[nodiscard]] const volume_geometry& geometry() const { return geometry_; }
+    [[nodiscard]] std::uint32_t cluster_size() const { return geometry_.cluster_size; }
+    [[nodiscard]] std::uint32_t record_size() const { return record_size_; }
+    [[nodiscard]] std::uint64_t record_count() const { return record_count_; }
+    [[nodiscard]] std::uint64_t volume_offset() const { return volume_offset_; }
+    [[nodiscard]] bool has_clusters() const { return clusters_readable_; }
+
+    // Byte offset of a record within the volume; empty when it lies behind the runs of $MFT, in a hole, or there are no
+    // clusters.
+    [[nodiscard]] std::optional<std::uint64_t> record_offset(std::uint64_t entry_number) const;
+
+    // One record, update sequence applied. `record` is sized here and unspecified unless the result is good.
+    [[nodiscard]] record_state read_record(std::uint64_t entry_number, std::vector<std::uint8_t>& record);
+
+    // A record and the extension records that its attribute list names. False when the base record cannot be read;
+    // pieces whose record cannot be read are missing.
+    [[nodiscard]] bool load_entry(std::uint64_t entry_number, mft_entry& entry);
+
+    // Byte offset of a cluster in what the reader reads; empty when it does not fit 63 bits.
+    [[nodiscard]] std::optional<std::uint64_t> cluster_offset(std::uint64_t lcn) const;
+
+    // The clusters from `lcn` on that fill `into`. `got` is less at the end of the source. False when nothing was read.
+    [[nodiscard]] bool read_clusters(std::uint64_t lcn, std::span<std::uint8_t> into, std::size_t& got);
+
+    // Bytes of a stream from `position` on, holes as zeros. `got` ends at the first place that no extent holds or that
+    // cannot be read. False when it is 0.
+    [[nodiscard]] bool read_stream_range(const extent_list& extents, std::uint64_t position,
+                                         std::span<std::uint8_t> into, std::size_t& got);
+
+    // Bytes of the source; reads behind them fail. 0 when the system does not say.
+    [[nodiscard]] std::uint64_t source_size() const { return reader_.disk_size(); }
+
+    [[nodiscard]] const diagnostic_log& log() const { return log_; }
+    [[nodiscard]] directory_cache& directories() { return directories_; }
+
+private:
+    [[nodiscard]] bool mount_source();
+    [[nodiscard]] bool read_first_record();
+    [[nodiscard]] bool fetch_record(std::uint64_t entry_number, std::vector<std::uint8_t>& record);
+    [[nodiscard]] std::size_t read_as_far_as_possible(std::uint64_t at, std::span<std::uint8_t> into);
+    void add_listed_attributes(mft_entry& entry);
+    [[nodiscard]] byte_view load_extension_record(std::uint64_t entry_number, mft_entry& entry);
+    [[nodiscard]] std::vector<std::uint8_t> attribute_list_bytes(const attribute& list);
+    void learn_mft_extents(const attribute& piece);
+
+    const diagnostic_log& log_;
+    disk_reader reader_;
+    std::uint64_t volume_offset_ = 0;
+    bool clusters_readable_ = false;
+    bool mounted_ = false;
+    volume_geometry geometry_;
+    std::uint32_t record_size_ = 0;    // of record 0
+    std::uint32_t record_stride_ = 0;  // from one record to the next
+    std::uint64_t record_count_ = 0;
+    extent_list mft_extents_;
+    std::optional<std::vector<std::uint8_t>> memory_mft_;
+    directory_cache directories_;
+};
+
+// A volume named by a path whose form says how it is read (a device path, a drive letter, anything else an image),
+// mounted. Null when it cannot be opened or is no NTFS volume.
+[[nodiscard]] std::unique_ptr<ntfs_volume> open_volume_at(const std::string& path, std::uint64_t volume_offset,
+                                                          const diagnostic_log& log);

@@ -1,0 +1,22 @@
+// ntfs/stream_pull.h: a whole stream, handed on in chunks on a fixed grid of 16 clusters. Used for the change journal.
+// How the bytes are read is another matter: neighbouring clusters together, holes not at all, and around damage cluster
+// by cluster.
+#pragma once
+
+#include "base/byte_view.h"
+#include "ntfs/mft_entry.h"
+#include "ntfs/ntfs_volume.h"
+
+#include <cstdint>
+#include <functional>
+
+// A chunk's image_offset is its place in the stream. The bytes hold during the call only.
+using chunk_sink = std::function<void(byte_view chunk)>;
+
+// Hands on the stream's bytes up to its size or the end of its last extent. A chunk begins on a 4096-byte page of the
+// stream whose first cluster is on the volume and could be read; it ends on the grid, or before the first place that is
+// lost: a cluster that cannot be read, one behind the end of the source, a piece of the stream that is missing.
+// `lost_bytes` grows by those and by what the stream's size promises behind its last extent. Holes inside a chunk are
+// zeros. A resident stream is one chunk. False when there is nothing to pull.
+[[nodiscard]] bool pull_stream(ntfs_volume& volume, const ntfs_stream& stream, const chunk_sink& sink,
+                               std::uint64_t& lost_bytes);
