@@ -1,7 +1,7 @@
 #include "app/evidence_guard.h"
 
 #include "app/option_table.h"
-#include "app/source_names.h"
+#include "storage/volume_names.h"
 #include "base/text.h"
 #include "platform/platform.h"
 

@@ -91,8 +91,8 @@ int run(argument_list& arguments, uni::status_line& status) {
     guard.follow(settings);
     if (!can_do(settings, status) || !open_results(results, settings, status)) return exit_failed;
 
-    const bool done = write_header(results, header) && choose_source(arguments, settings, status) &&
-                      run_driver(*results.stream(), settings, status);
+    const bool done = write_header(results, header) && choose_source(arguments, settings, status, log) &&
+                      run_driver(*results.stream(), settings, status, log);
     return results_are_whole(results, settings, status) && done ? exit_ok : exit_failed;
 }
 

@@ -31,6 +31,7 @@ struct usnjrnl_context : cmd_params {
     bool rebuild_mft = false;
 
     std::string banner;
+    std::string source_text;  // the source as typed
     std::string mft_file_path;
     std::string journal_path;
     std::string volume_path;
@@ -41,4 +42,5 @@ struct usnjrnl_context : cmd_params {
     journal_collection* journal = nullptr;
     bool file_mode = false;  // the journal is read from an extracted file: offsets need no translation
     bool found_something = false;
+    std::uint64_t lost_bytes = 0;  // of the source, that could not be read
 };

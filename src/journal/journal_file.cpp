@@ -1,7 +1,7 @@
 #include "journal/journal_file.h"
 
+#include "journal/chunk_receiver.h"
 #include "journal/journal_walk.h"
-#include "journal/usn_record.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -38,6 +38,9 @@ public:
         }
     }
 
+    // Bytes that could not be read.
+    [[nodiscard]] std::uint64_t lost() const { return lost_; }
+
 private:
     void read_piece(std::int64_t offset, std::span<std::uint8_t> piece) {
         const std::size_t have = read_fully(source_, offset, piece);
@@ -49,6 +52,7 @@ private:
             const auto page = piece.subspan(at, std::min(journal_page_size, piece.size() - at));
             const std::size_t got = read_fully(source_, offset + static_cast<std::int64_t>(at), page);
             hand_on(offset, piece.first(at + got), at);
+            lost_ += page.size() - got;
         }
     }
 
@@ -60,20 +64,10 @@ private:
     const platform::file& source_;
     chunk_receiver& receiver_;
     std::vector<std::uint8_t> buffer_;
+    std::uint64_t lost_ = 0;
 };
 
 }  // namespace
-
-bool chunk_receiver::on_journal_chunk(byte_view chunk) {
-    if (!scan_chunk(chunk)) return false;
-    run_.found_something = true;
-    return true;
-}
-
-bool chunk_receiver::scan_chunk(byte_view chunk) {
-    if (run_.journal == nullptr || chunk.size() < usn_v2::fixed_size) return false;
-    return walk_chunk(*run_.journal, chunk, scratch_);
-}
 
 bool read_extracted_journal(usnjrnl_context& run) {
     platform::file source;
@@ -92,5 +86,6 @@ bool read_extracted_journal(usnjrnl_context& run) {
         if (begin >= end) break;
         reader.read(begin, end);
     }
+    run.lost_bytes += reader.lost();
     return true;
 }

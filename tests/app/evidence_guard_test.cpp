@@ -1,6 +1,6 @@
 #include "app/evidence_guard.h"
 
-#include "app/source_names.h"
+#include "storage/volume_names.h"
 #include "platform/platform.h"
 #include "support/parsed_options.h"
 #include "support/temporary_folder.h"
