@@ -42,7 +42,9 @@ void visit_blocks(ntfs_volume& volume, const mft_entry& directory, const node_vi
             }
         }
     };
-    if (!pull_stream(volume, allocation, visit_chunk, lost)) return;
+    // Whatever the stream's sizes say: every block that has clusters.
+    const std::uint64_t size = end_in_bytes(allocation.extents, volume.cluster_size());
+    pull_extents(volume, allocation.extents, size, true, visit_chunk, lost);
     if (lost != 0) volume.log().line("err: part of a directory index cannot be read");
 }
 

@@ -54,3 +54,7 @@ std::uint64_t extent_bytes(std::span<const extent> extents, std::uint32_t cluste
 std::uint64_t bytes_up_to_end(std::span<const extent> extents, std::uint32_t cluster_size) {
     return bytes_of(end_of(extents), cluster_size);
 }
+
+std::uint64_t end_in_bytes(std::span<const extent> extents, std::uint32_t cluster_size) {
+    return bytes_of(end_of(extents), cluster_size);
+}

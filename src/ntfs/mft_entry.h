@@ -47,3 +47,6 @@ struct ntfs_stream {
 
 // Where the last extent ends in the stream, places that no extent holds included; bounded likewise.
 [[nodiscard]] std::uint64_t bytes_up_to_end(std::span<const extent> extents, std::uint32_t cluster_size);
+
+// Where the last extent ends, in bytes of the stream, under the same limit.
+[[nodiscard]] std::uint64_t end_in_bytes(std::span<const extent> extents, std::uint32_t cluster_size);

@@ -27,13 +27,13 @@ struct stretch {
 // The stream as stretches that follow one another without a gap, cut where the source ends.
 class stream_plan {
 public:
-    stream_plan(const ntfs_volume& volume, const ntfs_stream& stream) : volume_(volume) {
+    stream_plan(const ntfs_volume& volume, const extent_list& extents, std::uint64_t size) : volume_(volume) {
         const std::uint64_t cluster_size = volume.cluster_size();
-        const std::uint64_t size = std::min(std::max(stream.real_size, stream.initialised_size), longest_stream);
-        const std::uint64_t end = end_of(stream.extents);
+        size = std::min(size, longest_stream);
+        const std::uint64_t end = end_of(extents);
         length_ = end > size / cluster_size ? size : end * cluster_size;
         lost_ = size - length_;
-        for (const extent& part : stream.extents) {
+        for (const extent& part : extents) {
             if (part.vcn > length_ / cluster_size) break;
             add_lost_up_to(std::min(part.vcn * cluster_size, length_));
             add_extent(part);
@@ -212,15 +212,20 @@ bool pull_stream(ntfs_volume& volume, const ntfs_stream& stream, const chunk_sin
     volume.log().line(format_text("info: data size 0x%llx", static_cast<unsigned long long>(size)));
     if (stream.compressed) volume.log().line("info: compressed stream, read as it lies");
 
-    const stream_plan plan(volume, stream);
+    pull_extents(volume, stream.extents, size, stream.type == attribute_type::index_allocation, sink, lost_bytes);
+    return true;
+}
+
+void pull_extents(ntfs_volume& volume, const extent_list& extents, std::uint64_t size, bool index_blocks,
+                  const chunk_sink& sink, std::uint64_t& lost_bytes) {
+    const stream_plan plan(volume, extents, size);
     lost_bytes += plan.lost();
     window part(volume, plan);
     std::uint64_t at = 0;
     while (const stretch* next = plan.data_at_or_behind(at)) {
         at = std::max(at, next->begin / part.size() * part.size());
         lost_bytes += part.fill(at);
-        part.hand_on(stream.type == attribute_type::index_allocation, sink);
+        part.hand_on(index_blocks, sink);
         at += part.size();
     }
-    return true;
 }

@@ -20,3 +20,8 @@ using chunk_sink = std::function<void(byte_view chunk)>;
 // zeros. A resident stream is one chunk. False when there is nothing to pull.
 [[nodiscard]] bool pull_stream(ntfs_volume& volume, const ntfs_stream& stream, const chunk_sink& sink,
                                std::uint64_t& lost_bytes);
+
+// The same for extents alone, as far as `size` bytes, without a word in the log. `index_blocks`: every 4096 bytes of a
+// chunk have an update sequence, which is applied.
+void pull_extents(ntfs_volume& volume, const extent_list& extents, std::uint64_t size, bool index_blocks,
+                  const chunk_sink& sink, std::uint64_t& lost_bytes);
