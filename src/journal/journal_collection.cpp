@@ -1,5 +1,7 @@
 #include "journal/journal_collection.h"
 
+#include "journal/resolved_paths.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -136,6 +138,13 @@ void journal_collection::put_in_order() {
     }
 }
 
+reference_pair journal_collection::references_at(std::size_t arrival) const {
+    const slot& at = slot_at(arrival);
+    return {at.parent_ref, at.file_ref};
+}
+
+void journal_collection::keep_paths(std::unique_ptr<const resolved_paths> paths) { paths_ = std::move(paths); }
+
 std::size_t journal_collection::arrival_at(std::size_t place) const {
     return order_.empty() ? place : static_cast<std::size_t>(order_[place].arrival);
 }
@@ -164,4 +173,5 @@ void journal_collection::read_in_order(std::size_t place, journal_entry& entry) 
     entry.from_vss = (from.marks & mark::from_vss) != 0 ? 1 : 0;
     entry.from_slack = (from.marks & mark::from_slack) != 0 ? 1 : 0;
     entry.snapshot_label = label_of(arrival);
+    if (paths_ != nullptr) paths_->fill(arrival, entry);
 }

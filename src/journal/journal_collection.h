@@ -5,12 +5,15 @@
 #pragma once
 
 #include "journal/journal_entry.h"
+#include "journal/reference_pairs.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
+
+class resolved_paths;
 
 class journal_collection {
 public:
@@ -24,6 +27,13 @@ public:
     void add(const journal_entry& entry);
 
     [[nodiscard]] std::size_t size() const { return count_; }
+
+    // Parent and file of the record that arrived as number `arrival`, from 0 on.
+    [[nodiscard]] reference_pair references_at(std::size_t arrival) const;
+
+    // What path resolution found out about the records that are here; `read_in_order` hands it on. Adding afterwards
+    // makes it stale.
+    void keep_paths(std::unique_ptr<const resolved_paths> paths);
 
     // Fixes the order for `read_in_order`; adding afterwards makes it stale.
     void put_in_order();
@@ -56,6 +66,7 @@ private:
     std::size_t name_units_used_ = 0;                 // of the last block
     std::vector<labelled_stretch> labels_;            // where the shadow-copy label changes; few in any run
     std::vector<keyed_arrival> order_;                // empty: the order of arrival is the order
+    std::unique_ptr<const resolved_paths> paths_;     // null: they were not asked for
     std::size_t count_ = 0;
     std::uint64_t last_key_ = 0;
     std::uint64_t lowest_key_ = ~std::uint64_t{0};  // of the keys that are not 0

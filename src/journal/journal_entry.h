@@ -21,6 +21,7 @@ struct journal_entry {
     std::uint64_t record_offset = 0;  // bytes, in the source
 
     std::u16string parent_path;
+    std::uint32_t path_number = 0;  // which of the run's paths that is, so that it is made once; 0: none
     std::uint8_t mft_entry_missing = 0;   // "del/entry"
     std::uint8_t mft_parent_missing = 0;  // "del/parent"
     std::uint8_t mft_entry_current = 0;   // "valid"

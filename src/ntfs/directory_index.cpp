@@ -5,6 +5,8 @@
 #include "ntfs/index_node.h"
 #include "ntfs/stream_pull.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr std::u16string_view directory_index_name = u"$I30";
@@ -24,13 +26,33 @@ void visit_root(ntfs_volume& volume, const mft_entry& directory, const node_visi
     visit(root.content.from(index_root_value::node));
 }
 
-void visit_blocks(ntfs_volume& volume, const mft_entry& directory, const node_visitor& visit) {
+// What the runs of an index claim of the source, each for itself: damaged ones overlap.
+std::uint64_t claimed_bytes(const ntfs_volume& volume, const extent_list& extents) {
+    const std::uint64_t most = most_index_bytes(volume);
+    std::uint64_t claimed = 0;
+    for (const extent& part : extents) {
+        if (part.sparse) continue;
+        const std::uint64_t most_clusters = most / 2 / volume.cluster_size() + 1;
+        claimed += std::min(part.length, most_clusters) * volume.cluster_size();
+        if (claimed > most) break;
+    }
+    return claimed;
+}
+
+void visit_blocks(ntfs_volume& volume, const mft_entry& directory, std::uint64_t& most_bytes,
+                  const node_visitor& visit) {
     ntfs_stream allocation;
     if (!volume.has_clusters() || !collect_stream(directory, attribute_type::index_allocation, directory_index_name,
                                                   volume.cluster_size(), allocation)) {
         return;
     }
     if (allocation.resident || allocation.initialised_size == 0) return;
+    const std::uint64_t claimed = claimed_bytes(volume, allocation.extents);
+    if (claimed > most_bytes) {
+        volume.log().line("err: directory indexes claim more than the volume holds");
+        return;
+    }
+    most_bytes -= claimed;
     // Whatever the sizes say: every block that has clusters.
     allocation.real_size = bytes_up_to_end(allocation.extents, volume.cluster_size());
     std::uint64_t lost = 0;
@@ -50,9 +72,16 @@ void visit_blocks(ntfs_volume& volume, const mft_entry& directory, const node_vi
 
 }  // namespace
 
-void visit_index_nodes(ntfs_volume& volume, const mft_entry& directory, const node_visitor& visit) {
+void visit_index_nodes(ntfs_volume& volume, const mft_entry& directory, std::uint64_t& most_bytes,
+                       const node_visitor& visit) {
     visit_root(volume, directory, visit);
-    visit_blocks(volume, directory, visit);
+    visit_blocks(volume, directory, most_bytes, visit);
+}
+
+std::uint64_t most_index_bytes(const ntfs_volume& volume) {
+    constexpr std::uint64_t most_source_bytes = std::uint64_t{1} << 60U;  // also where the system does not say
+    const std::uint64_t size = volume.source_size();
+    return size == 0 || size > most_source_bytes ? most_source_bytes : size * 2;
 }
 
 bool get_children_nodes(ntfs_volume& volume, std::uint64_t directory, std::set<std::uint64_t>& children) {
@@ -60,7 +89,8 @@ bool get_children_nodes(ntfs_volume& volume, std::uint64_t directory, std::set<s
     for (int step = 0; step < most_redirections; ++step) {
         if (!volume.load_entry(directory, entry)) return false;
         if (entry.base_reference == 0) {
-            visit_index_nodes(volume, entry, [&](byte_view node) { collect_index_node(node, children); });
+            std::uint64_t most_bytes = most_index_bytes(volume);
+            visit_index_nodes(volume, entry, most_bytes, [&](byte_view node) { collect_index_node(node, children); });
             return true;
         }
         directory = entry_number(entry.base_reference);

@@ -6,7 +6,6 @@ namespace {
 
 constexpr std::uint32_t largest_node = 4096;
 constexpr std::uint16_t longest_next_entry = 768;
-constexpr std::uint16_t flag_last = 2;
 
 }  // namespace
 
@@ -21,7 +20,7 @@ void collect_index_node(byte_view node, std::set<std::uint64_t>& children) {
         if (length > total || key_length > total || key_length > length) return;
         const auto reference = entry.value<std::uint64_t>(index_entry::reference);
         const auto flags = entry.value<std::uint16_t>(index_entry::flags);
-        if (reference == 0 || flags == flag_last || flags == flag_last + 1) return;
+        if (reference == 0 || flags == index_entry::flag_last || flags == index_entry::flag_last + 1) return;
         children.insert(entry_number(reference));
         if (length >= remaining) return;
         remaining -= length;

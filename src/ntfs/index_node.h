@@ -32,6 +32,8 @@ inline constexpr std::size_t length = 8;       // u16
 inline constexpr std::size_t key_length = 10;  // u16
 inline constexpr std::size_t flags = 12;       // u16: 1 has a sub-node, 2 last
 inline constexpr std::size_t key = 16;         // a $FILE_NAME value
+
+inline constexpr std::uint16_t flag_last = 2;
 }  // namespace index_entry
 
 // Adds the entry numbers that a node names. `node`: from its header to the end of its space. Every step advances by at

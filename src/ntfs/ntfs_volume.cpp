@@ -18,6 +18,10 @@ constexpr std::uint32_t smallest_record = 48;
 constexpr std::uint32_t largest_record = 64U << 10U;
 constexpr std::size_t smallest_memory_mft = 4096;
 
+// Of $MFT: how much is read ahead, and how far behind the last record one may lie for that to pay.
+constexpr std::size_t window_size = std::size_t{64} << 10U;
+constexpr std::uint64_t nearby = std::uint64_t{16} << 10U;
+
 }  // namespace
 
 bool ntfs_volume::open_volume(const std::string& path, reader_mode mode, std::uint64_t volume_offset) {
@@ -32,7 +36,9 @@ void ntfs_volume::open_volume(disk_reader reader, std::uint64_t volume_offset) {
     volume_offset_ = volume_offset;
     clusters_readable_ = true;
     mounted_ = false;
-    memory_mft_.reset();
+    mft_damaged_ = false;
+    memory_mft_.clear();
+    window_.clear();
     mft_extents_.clear();
     directories_.clear();
 }
@@ -49,11 +55,12 @@ bool ntfs_volume::open_mft_file(const std::string& path) {
     return mounted_;
 }
 
-bool ntfs_volume::use_memory_mft(std::vector<std::uint8_t> bytes) {
-    if (bytes.size() <= smallest_memory_mft || record_size_ == 0) return false;
-    record_count_ = bytes.size() / record_size_;
+bool ntfs_volume::use_memory_mft(std::vector<record_place> places) {
+    if (record_size_ == 0 || places.size() <= smallest_memory_mft / record_size_) return false;
+    record_count_ = places.back().entry + 1;
     record_stride_ = record_size_;
-    memory_mft_ = std::move(bytes);
+    memory_mft_ = std::move(places);
+    mounted_ = true;
     return true;
 }
 
@@ -62,7 +69,7 @@ bool ntfs_volume::mount() {
     return mounted_;
 }
 
-bool ntfs_volume::mount_source() {
+bool ntfs_volume::read_geometry() {
     std::vector<std::uint8_t> sector(boot_sector::size);
     std::size_t got = 0;
     std::string reason = "boot sector cannot be read";
@@ -72,10 +79,14 @@ bool ntfs_volume::mount_source() {
         return false;
     }
     record_size_ = geometry_.record_size;
-    if (!read_first_record()) return false;
+    return true;
+}
 
+bool ntfs_volume::mount_source() {
+    if (!read_geometry()) return false;
     mft_entry mft;
-    if (!load_entry(mft_entry_number, mft)) return false;
+    mft_damaged_ = !read_first_record() || !load_entry(mft_entry_number, mft);
+    if (mft_damaged_) return false;
     ntfs_stream data;
     if (!collect_stream(mft, attribute_type::data, u"", cluster_size(), data)) return true;
     mft_extents_ = std::move(data.extents);
@@ -105,7 +116,12 @@ bool ntfs_volume::read_first_record() {
 }
 
 std::optional<std::uint64_t> ntfs_volume::record_offset(std::uint64_t entry_number) const {
-    if (!mounted_ || !clusters_readable_ || memory_mft_) return std::nullopt;
+    if (!mounted_ || !clusters_readable_) return std::nullopt;
+    if (!memory_mft_.empty()) {
+        const auto found = std::ranges::lower_bound(memory_mft_, entry_number, {}, &record_place::entry);
+        if (found == memory_mft_.end() || found->entry != entry_number) return std::nullopt;
+        return found->offset;
+    }
     if (entry_number > std::numeric_limits<std::uint64_t>::max() / record_stride_) return std::nullopt;
     const std::uint64_t position = entry_number * record_stride_;
     std::size_t index = 0;
@@ -124,25 +140,58 @@ std::optional<std::uint64_t> ntfs_volume::cluster_offset(std::uint64_t lcn) cons
 
 // The bytes of a record as they lie.
 bool ntfs_volume::fetch_record(std::uint64_t entry_number, std::vector<std::uint8_t>& record) {
-    if (memory_mft_) {
-        if (entry_number >= memory_mft_->size() / record_size_) return false;
-        const auto begin = memory_mft_->begin() + static_cast<std::ptrdiff_t>(entry_number * record_size_);
-        record.assign(begin, begin + static_cast<std::ptrdiff_t>(record_size_));
-        return true;
-    }
+    if (!memory_mft_.empty()) return fetch_remembered(entry_number, record);
     record.resize(entry_number == mft_entry_number ? record_size_ : record_stride_);
     if (entry_number > std::numeric_limits<std::uint64_t>::max() / largest_record) return false;
     std::size_t got = 0;
     bool read = false;
-    if (!clusters_readable_) {
-        read = reader_.read_at(entry_number * record_size_, record, got);
-    } else if (entry_number == mft_entry_number) {
+    if (clusters_readable_ && entry_number == mft_entry_number) {
         read = read_clusters(geometry_.mft_cluster, record, got);
     } else {
-        read = read_stream_range(mft_extents_, entry_number * record_stride_, record, got);
+        const std::uint64_t position = entry_number * (clusters_readable_ ? record_stride_ : record_size_);
+        if (mounted_ && fetch_through_window(position, record)) return true;
+        read = read_mft(position, record, got);
     }
     record.resize(got);
     return read && got != 0;
+}
+
+bool ntfs_volume::fetch_remembered(std::uint64_t entry_number, std::vector<std::uint8_t>& record) {
+    const auto offset = record_offset(entry_number);
+    record.resize(record_size_);
+    std::size_t got = 0;
+    if (!offset || !read_volume(*offset, record, got)) return false;
+    record.resize(got);
+    return true;
+}
+
+// False when the record is not in the window and is not to be read with its neighbours, or a part of it is missing.
+bool ntfs_volume::fetch_through_window(std::uint64_t position, std::span<std::uint8_t> record) {
+    const auto inside = [&] {
+        return position >= window_begin_ && position - window_begin_ <= window_.size() &&
+               record.size() <= window_.size() - (position - window_begin_);
+    };
+    if (!inside()) {
+        const bool near = position > last_position_ && position - last_position_ <= nearby;
+        last_position_ = position;
+        if (!near) return false;
+        window_.resize(window_size);
+        window_begin_ = position;
+        std::size_t got = 0;
+        if (!read_mft(position, window_, got)) got = 0;
+        window_.resize(got);
+        if (!inside()) return false;
+    }
+    last_position_ = position;
+    const auto from = window_.begin() + static_cast<std::ptrdiff_t>(position - window_begin_);
+    std::copy_n(from, record.size(), record.begin());
+    return true;
+}
+
+// Bytes of $MFT, or of the file that it was exported to.
+bool ntfs_volume::read_mft(std::uint64_t position, std::span<std::uint8_t> into, std::size_t& got) {
+    if (!clusters_readable_) return reader_.read_at(position, into, got);
+    return read_stream_range(mft_extents_, position, into, got);
 }
 
 record_state ntfs_volume::read_record(std::uint64_t entry_number, std::vector<std::uint8_t>& record) {
@@ -154,6 +203,19 @@ record_state ntfs_volume::read_record(std::uint64_t entry_number, std::vector<st
         case record_kind::none: break;
     }
     return record_state::unreadable;
+}
+
+bool ntfs_volume::read_volume(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) {
+    got = 0;
+    return clusters_readable_ && offset <= ~volume_offset_ && reader_.read_at(volume_offset_ + offset, into, got);
+}
+
+bool ntfs_volume::next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) const {
+    if (!clusters_readable_ || offset > ~volume_offset_) return false;
+    if (!reader_.next_data(volume_offset_ + offset, begin, end)) return false;
+    begin -= volume_offset_;
+    end -= volume_offset_;
+    return true;
 }
 
 bool ntfs_volume::read_clusters(std::uint64_t lcn, std::span<std::uint8_t> into, std::size_t& got) {

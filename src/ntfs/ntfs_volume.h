@@ -18,6 +18,12 @@
 #include <string>
 #include <vector>
 
+// Where on the volume a record of a rebuilt MFT was found.
+struct record_place {
+    std::uint64_t entry = 0;
+    std::uint64_t offset = 0;  // bytes from the volume's start
+};
+
 enum class record_state : std::uint8_t { good, marked_bad, unreadable };
 
 class ntfs_volume {
@@ -31,12 +37,20 @@ public:
     // Over an exported $MFT: records can be read, clusters cannot. Mounted when true.
     [[nodiscard]] bool open_mft_file(const std::string& path);
 
-    // Serves every record from `bytes`, record n at n times the record size. False for 4096 bytes or less.
-    [[nodiscard]] bool use_memory_mft(std::vector<std::uint8_t> bytes);
+    // Serves every record from where `places`, in order of entry, say that it lies; $MFT itself is not asked. What is kept
+    // in memory are the places: of the records there are too many. Mounted when true; false for no more than 4096 bytes
+    // of records.
+    [[nodiscard]] bool use_memory_mft(std::vector<record_place> places);
 
     // Reads boot sector and record 0, with the extension records of $MFT. True at once when it was mounted before.
     [[nodiscard]] bool mount();
     [[nodiscard]] bool mounted() const { return mounted_; }
+
+    // Reads the boot sector alone, which is enough to read clusters.
+    [[nodiscard]] bool read_geometry();
+
+    // Why the volume did not mount: its boot sector is in order, the record that describes $MFT is not.
+    [[nodiscard]] bool mft_damaged() const { return mft_damaged_; }
 
     // All sizes in bytes. Of an exported $MFT: the geometry of a default volume.
     [[nodiscard]] const volume_geometry& geometry() const { return geometry_; }
@@ -56,6 +70,12 @@ public:
     // A record and the extension records that its attribute list names. False when the base record cannot be read;
     // pieces whose record cannot be read are missing.
     [[nodiscard]] bool load_entry(std::uint64_t entry_number, mft_entry& entry);
+
+    // Bytes from `offset` of the volume on; `got` is less at the end of the source. False when nothing was read.
+    [[nodiscard]] bool read_volume(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got);
+
+    // The next stretch of the volume at or behind `offset` that is no hole of its source.
+    [[nodiscard]] bool next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) const;
 
     // Byte offset of a cluster in what the reader reads; empty when it does not fit 63 bits.
     [[nodiscard]] std::optional<std::uint64_t> cluster_offset(std::uint64_t lcn) const;
@@ -78,6 +98,9 @@ private:
     [[nodiscard]] bool mount_source();
     [[nodiscard]] bool read_first_record();
     [[nodiscard]] bool fetch_record(std::uint64_t entry_number, std::vector<std::uint8_t>& record);
+    [[nodiscard]] bool fetch_remembered(std::uint64_t entry_number, std::vector<std::uint8_t>& record);
+    [[nodiscard]] bool fetch_through_window(std::uint64_t position, std::span<std::uint8_t> record);
+    [[nodiscard]] bool read_mft(std::uint64_t position, std::span<std::uint8_t> into, std::size_t& got);
     [[nodiscard]] std::size_t read_as_far_as_possible(std::uint64_t at, std::span<std::uint8_t> into);
     void add_listed_attributes(mft_entry& entry);
     [[nodiscard]] byte_view load_extension_record(std::uint64_t entry_number, mft_entry& entry);
@@ -89,12 +112,19 @@ private:
     std::uint64_t volume_offset_ = 0;
     bool clusters_readable_ = false;
     bool mounted_ = false;
+    bool mft_damaged_ = false;
     volume_geometry geometry_;
     std::uint32_t record_size_ = 0;    // of record 0
     std::uint32_t record_stride_ = 0;  // from one record to the next
     std::uint64_t record_count_ = 0;
     extent_list mft_extents_;
-    std::optional<std::vector<std::uint8_t>> memory_mft_;
+    std::vector<record_place> memory_mft_;  // not empty: these are the records
+
+    // A stretch of $MFT as it lies, read ahead while records are asked for one behind the other.
+    std::vector<std::uint8_t> window_;
+    std::uint64_t window_begin_ = 0;  // byte of $MFT
+    std::uint64_t last_position_ = 0;
+
     directory_cache directories_;
 };
 

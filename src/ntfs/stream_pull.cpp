@@ -91,7 +91,8 @@ public:
         : volume_(volume),
           plan_(plan),
           chunk_size_(clusters_per_chunk * volume.cluster_size()),
-          bytes_(static_cast<std::size_t>((least_window + chunk_size_ - 1) / chunk_size_ * chunk_size_)) {}
+          bytes_(static_cast<std::size_t>(
+              std::min(plan.length(), (least_window + chunk_size_ - 1) / chunk_size_ * chunk_size_))) {}
 
     [[nodiscard]] std::uint64_t size() const { return bytes_.size(); }
 

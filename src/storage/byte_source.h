@@ -18,6 +18,14 @@ public:
     // Offsets and lengths of reads must be multiples of this; 1 when any will do. Never 0.
     [[nodiscard]] virtual std::uint32_t alignment() const = 0;
 
+    // The next stretch [begin, end) of bytes at or behind `offset` that is no hole; false when none follows. A source that
+    // does not know its holes answers with all that is left, for which the end may lie anywhere behind the last byte.
+    [[nodiscard]] virtual bool next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) {
+        begin = offset;
+        end = size() != 0 ? size() : ~std::uint64_t{0};
+        return begin < end;
+    }
+
     // Reads into.size() bytes at a byte offset; fewer only at the end of the source. False for an error.
     [[nodiscard]] virtual bool read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) = 0;
 };
