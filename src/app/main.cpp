@@ -34,12 +34,11 @@ std::uint64_t filetime_now() {
 
 // What the options may ask for and a later version will do: better no output than one that was not asked for.
 bool can_do(const usnjrnl_context& settings, uni::status_line& status) {
-    const char* option = settings.xml           ? "-xml"
-                         : settings.bodyfile    ? "-bodyfile"
-                         : settings.csvl2t      ? "-csvl2t"
-                         : settings.xml_escape  ? "-xml_escape"
-                         : settings.rebuild_mft ? "-rebuild_mft"
-                                                : nullptr;
+    const char* option = settings.xml          ? "-xml"
+                         : settings.bodyfile   ? "-bodyfile"
+                         : settings.csvl2t     ? "-csvl2t"
+                         : settings.xml_escape ? "-xml_escape"
+                                               : nullptr;
     if (option != nullptr) status.report_problem("prob option %s: this build cannot do it yet, aborting\n", option);
     return option == nullptr;
 }

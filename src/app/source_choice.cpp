@@ -1,6 +1,7 @@
 #include "app/source_choice.h"
 
 #include "app/usage.h"
+#include "app/volume_opening.h"
 #include "ntfs/ntfs_volume.h"
 #include "output/output_file.h"
 #include "platform/platform.h"
@@ -16,10 +17,17 @@ bool refuse_carving(const usnjrnl_context& settings, uni::status_line& status) {
     return settings.extra_scan;
 }
 
-// Opened once to see that it is NTFS; the run opens it anew.
-bool validate_volume(const usnjrnl_context& settings, uni::status_line& status, const diagnostic_log& log) {
-    if (open_volume_at(settings.volume_path, 0, log) != nullptr) return !refuse_carving(settings, status);
+// Opened once to see that it is NTFS; the run opens it anew, unless a long scan would have to be made again.
+bool validate_volume(usnjrnl_context& settings, uni::status_line& status, const diagnostic_log& log) {
+    bool mft_damaged = false;
+    auto volume =
+        open_volume_at(settings.volume_path, reader_mode_of(settings.volume_path), 0, settings, status, log, mft_damaged);
+    if (volume != nullptr) {
+        if (settings.rebuild_mft) settings.rebuilt_volume = std::move(volume);
+        return !refuse_carving(settings, status);
+    }
     status.report_problem("prob validating volume %s as a NTFS partition, aborting...\n", settings.volume_path.c_str());
+    report_damaged_mft(mft_damaged, status);
     return false;
 }
 

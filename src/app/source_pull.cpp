@@ -1,7 +1,9 @@
 #include "app/source_pull.h"
 
+#include "app/volume_opening.h"
 #include "journal/journal_collection.h"
 #include "journal/journal_file.h"
+#include "journal/path_resolution.h"
 #include "journal/volume_journal.h"
 #include "ntfs/ntfs_volume.h"
 #include "ntfs/path_lookup.h"
@@ -20,6 +22,7 @@ public:
         : run_(run), status_(status), log_(log) {}
 
     void pull() {
+        open_mft_source();
         switch (run_.source) {
             case source_kind::extracted_file: pull_file(); break;
             case source_kind::device_path: pull_device(); break;
@@ -28,7 +31,25 @@ public:
         }
     }
 
+    // Path columns without an MFT would call every file deleted, so they are left out and the user is told.
+    void resolve_paths() {
+        if (!run_.show_dir_path) return;
+        ntfs_volume* const mft_source = mft_file_ != nullptr ? mft_file_.get() : volume_.get();
+        run_.show_dir_path = mft_source != nullptr && resolve_journal_paths(run_, *mft_source);
+        if (!run_.show_dir_path) status_.report_problem("prob no usable $MFT, paths not resolved\n");
+    }
+
 private:
+    // An exported $MFT goes before that of the volume.
+    void open_mft_source() {
+        if (run_.mft_file_path.empty()) return;
+        mft_file_ = std::make_unique<ntfs_volume>(log_);
+        run_.show_dir_path = mft_file_->open_mft_file(run_.mft_file_path);
+        if (run_.show_dir_path) return;
+        mft_file_.reset();
+        status_.report_problem("prob opening mft file: %s, paths not resolved\n", run_.mft_file_path.c_str());
+    }
+
     void pull_file() {
         if (read_extracted_journal(run_)) return;
         if (is_volume_journal_path(run_.journal_path)) {
@@ -39,34 +60,41 @@ private:
     }
 
     void pull_device() {
-        volume_ = open_volume_at(run_.volume_path, 0, log_);
-        if (volume_ == nullptr) {
+        if (!open_volume(run_.volume_path, reader_mode_of(run_.volume_path), 0)) {
             status_.report_problem("prob reading volume %s\n", run_.volume_path.c_str());
+            report_damaged_mft(mft_damaged_, status_);
         } else if (!run_passes()) {
             status_.report_problem("prob pulling data from %s\n", run_.volume_path.c_str());
         }
     }
 
     void pull_live_volume(const std::string& path) {
-        volume_ = open_volume_at(path, 0, log_);
-        if (volume_ == nullptr || !has_journal()) {
+        if (!open_volume(path, reader_mode_of(path), 0) || !has_journal()) {
             status_.report_problem("prob reading %s\n", run_.journal_path.c_str());
+            report_damaged_mft(mft_damaged_, status_);
         } else if (!run_passes()) {
             status_.report_problem("prob pulling data from %s\n", run_.journal_path.c_str());
         }
     }
 
     void pull_image() {
-        volume_ = std::make_unique<ntfs_volume>(log_);
         const auto offset = static_cast<std::uint64_t>(run_.volume_offset);
-        if (!volume_->open_volume(run_.image_path, reader_mode::image_file, offset) || !volume_->mount() ||
-            !has_journal()) {
+        if (!open_volume(run_.image_path, reader_mode::image_file, offset) || !has_journal()) {
             status_.report_problem("prob reading file %s in unmounted image %s\n", run_.journal_path.c_str(),
                                    run_.image_path.c_str());
+            report_damaged_mft(mft_damaged_, status_);
         } else if (!run_passes()) {
             status_.report_problem("prob pulling data from file %s in unmounted image %s\n", run_.journal_path.c_str(),
                                    run_.image_path.c_str());
         }
+    }
+
+    [[nodiscard]] bool open_volume(const std::string& path, reader_mode mode, std::uint64_t volume_offset) {
+        volume_ = std::move(run_.rebuilt_volume);
+        if (volume_ == nullptr) {
+            volume_ = open_volume_at(path, mode, volume_offset, run_, status_, log_, mft_damaged_);
+        }
+        return volume_ != nullptr;
     }
 
     [[nodiscard]] bool has_journal() {
@@ -84,7 +112,9 @@ private:
     usnjrnl_context& run_;
     uni::status_line& status_;
     const diagnostic_log& log_;
-    std::unique_ptr<ntfs_volume> volume_;
+    std::shared_ptr<ntfs_volume> volume_;
+    std::unique_ptr<ntfs_volume> mft_file_;
+    bool mft_damaged_ = false;
 };
 
 void report_lost_bytes(const usnjrnl_context& run, uni::status_line& status) {
@@ -93,23 +123,13 @@ void report_lost_bytes(const usnjrnl_context& run, uni::status_line& status) {
                           static_cast<unsigned long long>(run.lost_bytes), run.source_text.c_str());
 }
 
-// Path columns without an MFT would call every file deleted, so they are left out and the user is told.
-void drop_paths_without_mft(usnjrnl_context& run, uni::status_line& status) {
-    if (!run.show_dir_path) return;
-    run.show_dir_path = false;
-    if (run.mft_file_path.empty()) {
-        status.report_problem("prob no usable $MFT, paths not resolved\n");
-    } else {
-        status.report_problem("prob opening mft file: %s, paths not resolved\n", run.mft_file_path.c_str());
-    }
-}
-
 }  // namespace
 
 bool pull_source(usnjrnl_context& run, uni::status_line& status, const diagnostic_log& log) {
     if (run.journal_path.empty()) return false;
-    source_pull(run, status, log).pull();
+    source_pull source(run, status, log);
+    source.pull();
     report_lost_bytes(run, status);
-    drop_paths_without_mft(run, status);
+    source.resolve_paths();
     return run.journal->size() != 0;
 }

@@ -5,9 +5,11 @@
 #include "app/cmd_params.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 class journal_collection;
+class ntfs_volume;
 
 enum class source_kind : std::uint32_t {
     live_volume = 0x20,
@@ -40,6 +42,7 @@ struct usnjrnl_context : cmd_params {
     source_kind source = source_kind::extracted_file;
 
     journal_collection* journal = nullptr;
+    std::shared_ptr<ntfs_volume> rebuilt_volume;  // from the check of the volume: its MFT is not put together twice
     bool file_mode = false;  // the journal is read from an extracted file: offsets need no translation
     bool found_something = false;
     std::uint64_t lost_bytes = 0;  // of the source, that could not be read

@@ -2,7 +2,6 @@
 
 #include "base/format_text.h"
 #include "ntfs/fixup.h"
-#include "storage/volume_names.h"
 
 #include <algorithm>
 #include <limits>
@@ -263,11 +262,4 @@ std::size_t ntfs_volume::read_as_far_as_possible(std::uint64_t at, std::span<std
         if (got != piece.size()) break;
     }
     return done;
-}
-
-std::unique_ptr<ntfs_volume> open_volume_at(const std::string& path, std::uint64_t volume_offset,
-                                            const diagnostic_log& log) {
-    auto volume = std::make_unique<ntfs_volume>(log);
-    if (!volume->open_volume(path, reader_mode_of(path), volume_offset) || !volume->mount()) return nullptr;
-    return volume;
 }

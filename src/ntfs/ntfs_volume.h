@@ -127,8 +127,3 @@ private:
 
     directory_cache directories_;
 };
-
-// A volume named by a path whose form says how it is read (a device path, a drive letter, anything else an image),
-// mounted. Null when it cannot be opened or is no NTFS volume.
-[[nodiscard]] std::unique_ptr<ntfs_volume> open_volume_at(const std::string& path, std::uint64_t volume_offset,
-                                                          const diagnostic_log& log);
