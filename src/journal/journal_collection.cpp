@@ -8,13 +8,13 @@
 
 namespace {
 
-constexpr std::size_t slots_per_block = std::size_t{1} << 14U;       // 1 MiB
-constexpr std::size_t name_units_per_block = std::size_t{1} << 19U;  // 1 MiB
 constexpr std::size_t longest_name_units = 255;
 
 // How many entries ahead of the reader memory is fetched when the order jumps about.
 constexpr std::size_t slot_lead = 24;
 constexpr std::size_t name_lead = 12;
+constexpr std::size_t outcome_lead = 16;
+constexpr std::size_t text_lead = 8;
 
 namespace mark {
 constexpr std::uint8_t valid = 0x01;
@@ -25,34 +25,12 @@ constexpr std::uint8_t from_slack = 0x08;
 
 }  // namespace
 
-// One record, one cache line. The name's place counts units over all name blocks: 2^48 units are more than memory
-// holds.
-struct alignas(64) journal_collection::slot {
-    std::uint64_t file_ref;
-    std::uint64_t parent_ref;
-    std::int64_t usn;
-    std::uint64_t timestamp;
-    std::uint64_t record_offset;
-    std::uint32_t reason;
-    std::uint32_t source_info;
-    std::uint32_t security_id;
-    std::uint32_t file_attributes;
-    std::uint32_t name_place_low;
-    std::uint16_t name_place_high;
-    std::uint8_t name_units;
-    std::uint8_t marks;
-};
-
-journal_collection::journal_collection() { static_assert(sizeof(slot) == 64); }
+journal_collection::journal_collection() = default;
 journal_collection::~journal_collection() = default;
 
-journal_collection::slot& journal_collection::slot_at(std::size_t arrival) const {
-    return slots_[arrival / slots_per_block][arrival % slots_per_block];
-}
-
 void journal_collection::add(const journal_entry& entry) {
-    if (count_ % slots_per_block == 0) slots_.push_back(std::make_unique_for_overwrite<slot[]>(slots_per_block));
-    slot& into = slot_at(count_);
+    if (count_ == slots_.capacity()) slots_.add_block();
+    slot& into = slots_[count_];
     into.file_ref = entry.file_ref;
     into.parent_ref = entry.parent_ref;
     into.usn = entry.usn;
@@ -77,12 +55,12 @@ void journal_collection::add(const journal_entry& entry) {
 
 void journal_collection::store_name(const std::u16string& name, slot& into) {
     const std::size_t units = std::min(name.size(), longest_name_units);
-    if (names_.empty() || name_units_per_block - name_units_used_ < units) {
-        names_.push_back(std::make_unique_for_overwrite<char16_t[]>(name_units_per_block));
-        name_units_used_ = 0;
+    if (names_.capacity() - name_units_used_ < units) {
+        name_units_used_ = names_.capacity();
+        names_.add_block();
     }
-    const std::uint64_t place = (names_.size() - 1) * name_units_per_block + name_units_used_;
-    std::copy_n(name.data(), units, names_.back().get() + name_units_used_);
+    const std::uint64_t place = name_units_used_;
+    if (units != 0) std::copy_n(name.data(), units, &names_[name_units_used_]);
     name_units_used_ += units;
     into.name_place_low = static_cast<std::uint32_t>(place);
     into.name_place_high = static_cast<std::uint16_t>(place >> 32U);
@@ -90,8 +68,8 @@ void journal_collection::store_name(const std::u16string& name, slot& into) {
 }
 
 const char16_t* journal_collection::name_at(const slot& of) const {
-    const std::size_t place = static_cast<std::size_t>(std::uint64_t{of.name_place_high} << 32U | of.name_place_low);
-    return names_[place / name_units_per_block].get() + place % name_units_per_block;
+    const auto place = static_cast<std::size_t>(std::uint64_t{of.name_place_high} << 32U | of.name_place_low);
+    return of.name_units == 0 ? nullptr : &names_[place];
 }
 
 void journal_collection::note_label(const std::string& label) {
@@ -107,8 +85,8 @@ const std::string& journal_collection::label_of(std::size_t arrival) const {
 // Distributes by the leading bits that differ, which costs the same per record however many there are, then sorts each
 // bucket by key and arrival.
 void journal_collection::put_in_order() {
-    order_.clear();
-    if (arrived_in_order_) return;
+    ordered_ = !arrived_in_order_;
+    if (!ordered_) return;
 
     // Version-4 records have key 0 and a bucket of their own; the span that is divided is that of the others.
     const std::uint64_t lowest = lowest_key_;
@@ -121,43 +99,47 @@ void journal_collection::put_in_order() {
     };
 
     std::vector<std::size_t> ends((std::size_t{1} << bucket_bits) + 2, 0);
-    for (std::size_t i = 0; i < count_; ++i) ++ends[bucket_of(slot_at(i).timestamp) + 1];
+    for (std::size_t i = 0; i < count_; ++i) ++ends[bucket_of(slots_[i].timestamp) + 1];
     for (std::size_t i = 1; i < ends.size(); ++i) ends[i] += ends[i - 1];  // now where each bucket begins
-    order_.resize(count_);
+    order_ = platform::memory_block(count_ * sizeof(keyed_arrival));
+    const auto order = static_cast<keyed_arrival*>(order_.data());
     for (std::size_t i = 0; i < count_; ++i) {
-        const std::uint64_t key = slot_at(i).timestamp;
-        order_[ends[bucket_of(key)]++] = {key, i};  // and, once it is full, where it ends
+        const std::uint64_t key = slots_[i].timestamp;
+        order[ends[bucket_of(key)]++] = {key, i};  // and, once it is full, where it ends
     }
     const auto before = [](const keyed_arrival& a, const keyed_arrival& b) {
         return a.key != b.key ? a.key < b.key : a.arrival < b.arrival;
     };
     for (std::size_t begin = 0, i = 0; i < ends.size(); begin = ends[i++]) {
-        const auto first = order_.begin() + static_cast<std::ptrdiff_t>(begin);
-        const auto last = order_.begin() + static_cast<std::ptrdiff_t>(ends[i]);
+        keyed_arrival* const first = order + begin;
+        keyed_arrival* const last = order + ends[i];
         if (!std::is_sorted(first, last, before)) std::sort(first, last, before);
     }
 }
 
 reference_pair journal_collection::references_at(std::size_t arrival) const {
-    const slot& at = slot_at(arrival);
+    const slot& at = slots_[arrival];
     return {at.parent_ref, at.file_ref};
 }
 
 void journal_collection::keep_paths(std::unique_ptr<const resolved_paths> paths) { paths_ = std::move(paths); }
 
 std::size_t journal_collection::arrival_at(std::size_t place) const {
-    return order_.empty() ? place : static_cast<std::size_t>(order_[place].arrival);
-}
-
-void journal_collection::prefetch(std::size_t place) const {
-    if (place + slot_lead < count_) __builtin_prefetch(&slot_at(arrival_at(place + slot_lead)));
-    if (place + name_lead < count_) __builtin_prefetch(name_at(slot_at(arrival_at(place + name_lead))));
+    return ordered_ ? static_cast<const keyed_arrival*>(order_.data())[place].arrival : place;
 }
 
 void journal_collection::read_in_order(std::size_t place, journal_entry& entry) const {
-    if (!order_.empty()) prefetch(place);
+    // Here and not in a function of its own: gcc drops the call of one that does nothing but prefetch.
+    if (ordered_) {
+        if (place + slot_lead < count_) __builtin_prefetch(&slots_[arrival_at(place + slot_lead)]);
+        if (place + name_lead < count_) __builtin_prefetch(name_at(slots_[arrival_at(place + name_lead)]));
+    }
+    if (paths_ != nullptr) {  // the records of a directory are spread over the journal
+        if (place + outcome_lead < count_) __builtin_prefetch(paths_->outcome_place(arrival_at(place + outcome_lead)));
+        if (place + text_lead < count_) __builtin_prefetch(paths_->text_place(arrival_at(place + text_lead)));
+    }
     const std::size_t arrival = arrival_at(place);
-    const slot& from = slot_at(arrival);
+    const slot& from = slots_[arrival];
     entry.valid = (from.marks & mark::valid) != 0 ? 1 : 0;
     entry.file_ref = from.file_ref;
     entry.parent_ref = from.parent_ref;

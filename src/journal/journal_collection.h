@@ -4,6 +4,7 @@
 // when the arrival was not in order.
 #pragma once
 
+#include "journal/block_array.h"
 #include "journal/journal_entry.h"
 #include "journal/reference_pairs.h"
 
@@ -43,7 +44,23 @@ public:
     void read_in_order(std::size_t place, journal_entry& entry) const;
 
 private:
-    struct slot;
+    // One record, one cache line. The name's place counts units over all name blocks: 2^48 units are more than memory
+    // holds.
+    struct alignas(64) slot {
+        std::uint64_t file_ref;
+        std::uint64_t parent_ref;
+        std::int64_t usn;
+        std::uint64_t timestamp;
+        std::uint64_t record_offset;
+        std::uint32_t reason;
+        std::uint32_t source_info;
+        std::uint32_t security_id;
+        std::uint32_t file_attributes;
+        std::uint32_t name_place_low;
+        std::uint16_t name_place_high;
+        std::uint8_t name_units;
+        std::uint8_t marks;
+    };
     struct keyed_arrival {
         std::uint64_t key;
         std::uint64_t arrival;
@@ -53,20 +70,19 @@ private:
         std::string label;
     };
 
-    [[nodiscard]] slot& slot_at(std::size_t arrival) const;
     [[nodiscard]] std::size_t arrival_at(std::size_t place) const;
     [[nodiscard]] const char16_t* name_at(const slot& of) const;
     void store_name(const std::u16string& name, slot& into);
     void note_label(const std::string& label);
     [[nodiscard]] const std::string& label_of(std::size_t arrival) const;
-    void prefetch(std::size_t place) const;
 
-    std::vector<std::unique_ptr<slot[]>> slots_;      // blocks of a fixed number of slots, in order of arrival
-    std::vector<std::unique_ptr<char16_t[]>> names_;  // blocks of a fixed number of units; no name crosses a block
-    std::size_t name_units_used_ = 0;                 // of the last block
-    std::vector<labelled_stretch> labels_;            // where the shadow-copy label changes; few in any run
-    std::vector<keyed_arrival> order_;                // empty: the order of arrival is the order
-    std::unique_ptr<const resolved_paths> paths_;     // null: they were not asked for
+    block_array<slot> slots_;      // in order of arrival
+    block_array<char16_t> names_;  // no name crosses a block
+    std::size_t name_units_used_ = 0;
+    std::vector<labelled_stretch> labels_;  // where the shadow-copy label changes; few in any run
+    platform::memory_block order_;          // count_ times keyed_arrival
+    bool ordered_ = false;                  // false: the order of arrival is the order
+    std::unique_ptr<const resolved_paths> paths_;  // null: they were not asked for
     std::size_t count_ = 0;
     std::uint64_t last_key_ = 0;
     std::uint64_t lowest_key_ = ~std::uint64_t{0};  // of the keys that are not 0

@@ -156,8 +156,9 @@ std::size_t csv_writer::fill_path_cells(const journal_entry& entry, std::size_t 
             at += row_.set_value(at, known ? time : 0, time_kind_);
         }
     }
-    path_text(entry, status, path_);
-    return at + row_.set_text(at, path_);
+    if (status == mft_status::parent_gone) return at + row_.set_token(at, parent_gone_text);
+    path_.assign(entry.parent_path).append(entry.name);
+    return at + row_.set_wide_text(at, path_);
 }
 
 void csv_writer::write_csv_row(const table_row& row, text_buffer& out) {

@@ -60,7 +60,7 @@ private:
     time_formatter times_;
     token_cache reasons_;
     token_cache attributes_;
-    std::string path_;
+    std::u16string path_;
     std::string name_;
     std::string scratch_;
 };

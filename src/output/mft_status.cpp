@@ -24,7 +24,7 @@ std::string_view status_word(mft_status status) {
 void path_text(const journal_entry& entry, mft_status status, std::string& out) {
     out.clear();
     if (status == mft_status::parent_gone) {
-        out = "parent dir and file no longer referenced in $MFT";
+        out = parent_gone_text;
         return;
     }
     append_utf8(entry.parent_path, out);  // ends with "\"

@@ -13,6 +13,9 @@ enum class mft_status { valid, wisp, parent_gone, entry_gone };
 
 [[nodiscard]] mft_status mft_status_of(const journal_entry& entry);
 
+// In place of the path of a file whose parent is gone.
+inline constexpr std::string_view parent_gone_text = "parent dir and file no longer referenced in $MFT";
+
 // "valid", "del/wisp", "del/parent", "del/entry".
 [[nodiscard]] std::string_view status_word(mft_status status);
 

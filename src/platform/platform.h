@@ -37,6 +37,27 @@ namespace platform {
 // Creates, sets and closes the named manual-reset event; a system without such events does nothing.
 void set_end_event(const std::string& name);
 
+// Memory for many records, not zeroed: backed by large pages where the system has them, because it is read in any
+// order. The constructor throws std::bad_alloc.
+class memory_block {
+public:
+    static constexpr std::size_t large_page = std::size_t{2} << 20U;  // bytes; blocks are aligned to it
+
+    memory_block() = default;
+    explicit memory_block(std::size_t bytes);
+    memory_block(memory_block&& other) noexcept : data_(std::exchange(other.data_, nullptr)) {}
+    memory_block& operator=(memory_block&& other) noexcept {
+        std::swap(data_, other.data_);
+        return *this;
+    }
+    ~memory_block();
+
+    [[nodiscard]] void* data() const { return data_; }
+
+private:
+    void* data_ = nullptr;
+};
+
 // ---- Standard error ----------------------------------------------------------------------------------------------
 
 // Lets the console of standard error obey escape sequences. The result is the mode to restore, 0 when none was changed.

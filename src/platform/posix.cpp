@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <pwd.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/utsname.h>
@@ -20,6 +21,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <memory>
+#include <new>
 
 namespace platform {
 
@@ -138,6 +140,15 @@ std::string system_description() {
 bool elevated() { return ::geteuid() == 0; }
 
 void set_end_event(const std::string& /*name*/) {}
+
+memory_block::memory_block(std::size_t bytes) {
+    bytes = (bytes + large_page - 1) / large_page * large_page;
+    data_ = std::aligned_alloc(large_page, bytes);
+    if (data_ == nullptr) throw std::bad_alloc();
+    (void)madvise(data_, bytes, MADV_HUGEPAGE);  // a wish; without it the memory is only slower
+}
+
+memory_block::~memory_block() { std::free(data_); }
 
 // ---- Standard error ----------------------------------------------------------------------------------------------
 

@@ -20,6 +20,7 @@
 #include <climits>
 #include <cstdlib>
 #include <memory>
+#include <new>
 
 namespace platform {
 
@@ -270,6 +271,16 @@ bool elevated() {
     OSVERSIONINFOEXW version{};
     if (read_version(version) && version.dwMajorVersion >= 6 && token_is_filtered()) return false;
     return IsUserAnAdmin() != FALSE;
+}
+
+// Large pages need a privilege that hardly anybody has, so these are plain ones.
+memory_block::memory_block(std::size_t bytes)
+    : data_(VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE)) {
+    if (data_ == nullptr) throw std::bad_alloc();
+}
+
+memory_block::~memory_block() {
+    if (data_ != nullptr) VirtualFree(data_, 0, MEM_RELEASE);
 }
 
 void set_end_event(const std::string& name) {

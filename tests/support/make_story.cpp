@@ -1,0 +1,342 @@
+// lorq-make-story: an NTFS volume on which files are made, linked, renamed, moved and deleted, its change journal with a
+// record of each step, and the list that is kept of it: for every record the status and the path that must be told. Made
+// through mkntfs and libntfs-3g; nothing is mounted. See usage below.
+#include "usn_record_builder.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <random>
+#include <set>
+#include <stdexcept>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+// The library's headers are C and not ours to warn about.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpedantic"
+#pragma GCC diagnostic ignored "-Wold-style-cast"
+#pragma GCC diagnostic ignored "-Wconversion"
+#pragma GCC diagnostic ignored "-Wsign-conversion"
+#pragma GCC diagnostic ignored "-Wcast-qual"
+extern "C" {
+#include <ntfs-3g/attrib.h>
+#include <ntfs-3g/dir.h>
+#include <ntfs-3g/inode.h>
+#include <ntfs-3g/logging.h>
+#include <ntfs-3g/volume.h>
+}
+#undef min
+#undef max
+#pragma GCC diagnostic pop
+
+namespace {
+
+constexpr std::string_view usage =
+    "usage: lorq-make-story IMAGE LIST BIG [DIRECTORIES FILES RECORDS]\n"
+    "  BIG          files of the largest directory of the story\n"
+    "  DIRECTORIES  and so on: no story but so many directories and files, with so many records in no order\n"
+    "LIST has a line for each record: status, path and, for a file that lives, the four times of its index entry (created,\n"
+    "modified, MFT changed, accessed), with tabs between them.\n";
+
+using file_ref = std::uint64_t;
+
+constexpr std::uint64_t first_time = 130'000'000'000'000'000;
+
+void demand(bool holds, const std::string& what) {
+    if (!holds) throw std::runtime_error(what);
+}
+
+std::string utf8(std::u16string_view text) {  // of the basic plane, which is all that is used here
+    std::string out;
+    for (const char16_t c : text) {
+        const unsigned unit = c;
+        if (unit < 0x80) {
+            out += static_cast<char>(unit);
+        } else if (unit < 0x800) {
+            out += static_cast<char>(0xC0 | unit >> 6U);
+            out += static_cast<char>(0x80 | (unit & 0x3FU));
+        } else {
+            out += static_cast<char>(0xE0 | unit >> 12U);
+            out += static_cast<char>(0x80 | (unit >> 6U & 0x3FU));
+            out += static_cast<char>(0x80 | (unit & 0x3FU));
+        }
+    }
+    return out;
+}
+
+std::u16string numbered(std::u16string_view text, std::uint64_t number) {
+    std::u16string out(text);
+    for (const char c : std::to_string(number)) out += static_cast<char16_t>(c);
+    return out;
+}
+
+struct close_inode {
+    void operator()(ntfs_inode* inode) const { ntfs_inode_close(inode); }
+};
+using inode_handle = std::unique_ptr<ntfs_inode, close_inode>;
+
+file_ref reference_of(const ntfs_inode* inode) {
+    return reference(inode->mft_no, le16_to_cpu(inode->mrec->sequence_number));
+}
+
+const ntfschar* units(std::u16string_view name) { return reinterpret_cast<const ntfschar*>(name.data()); }
+u8 count(std::u16string_view name) { return static_cast<u8>(name.size()); }
+
+class story {
+public:
+    story(const std::string& image, std::uint64_t size) {
+        std::ofstream(image, std::ios::binary | std::ios::trunc).close();
+        demand(truncate(image.c_str(), static_cast<off_t>(size)) == 0, image + " cannot be written");
+        const std::string command = "PATH=$PATH:/usr/sbin:/sbin mkntfs -F -Q -q -T -p 0 -H 0 -S 0 '" + image + "' 2>/dev/null";
+        demand(std::system(command.c_str()) == 0, "mkntfs failed");
+        ntfs_log_set_handler(ntfs_log_handler_stderr);
+        volume_ = ntfs_mount(image.c_str(), 0);
+        demand(volume_ != nullptr, "the library does not open the volume");
+        directories_[root] = {u"", root};
+    }
+
+    static constexpr file_ref root = reference(5, 5);
+
+    file_ref create(file_ref folder, std::u16string_view name, bool directory = false) {
+        inode_handle parent = open(folder);
+        ntfs_inode* const made = ntfs_create(parent.get(), const_cpu_to_le32(0), units(name), count(name),
+                                             directory ? S_IFDIR : S_IFREG);
+        demand(made != nullptr, "cannot make " + utf8(name));
+        const file_ref file = reference_of(made);
+        if (!directory) {
+            const std::uint64_t time = first_time + 1'000'000'000 * ++clock_;
+            const std::array<std::uint64_t, 4> times{time, time + 1, time + 3, time + 2};  // as the library has them
+            times_[file] = {times[0], times[1], times[3], times[2]};
+            times_[file] = {time, time + 1, time + 2, time + 3};
+            demand(ntfs_inode_set_times(made, reinterpret_cast<const char*>(times.data()), sizeof times, 0) == 0, "no times");
+        } else {
+            directories_[file] = {std::u16string(name), folder};
+        }
+        demand(ntfs_inode_close_in_dir(made, parent.get()) == 0, "cannot close a file");
+        links_.insert({folder, file});
+        note(file, folder, name);
+        return file;
+    }
+
+    void link(file_ref file, file_ref folder, std::u16string_view name) {
+        {
+            inode_handle parent = open(folder);
+            ntfs_inode* const inode = open(file).release();
+            demand(ntfs_link(inode, parent.get(), units(name), count(name)) == 0, "cannot link " + utf8(name));
+            demand(ntfs_inode_close_in_dir(inode, parent.get()) == 0, "cannot close a file");
+        }
+        links_.insert({folder, file});
+        note(file, folder, name);
+    }
+
+    // The name's DOS twin.
+    void give_dos_name(file_ref file, file_ref folder, const char* name) {
+        ntfs_inode* const parent = open(folder).release();  // the call closes both
+        demand(ntfs_set_ntfs_dos_name(open(file).release(), parent, name, std::strlen(name), 0) == 0, "no DOS name");
+        std::u16string wide;
+        for (const char* c = name; *c != 0; ++c) wide += static_cast<char16_t>(*c);
+        note(file, folder, wide);
+    }
+
+    void unlink(file_ref file, file_ref folder, std::u16string_view name, bool last) {
+        ntfs_inode* const parent = open(folder).release();
+        demand(ntfs_delete(volume_, nullptr, open(file).release(), parent, units(name), count(name)) == 0,
+               "cannot delete " + utf8(name));
+        note(file, folder, name);
+        if (last || !named_elsewhere_.contains(file)) links_.erase({folder, file});
+        if (last) directories_.erase(file);
+    }
+
+    void rename(file_ref file, file_ref from, std::u16string_view old_name, file_ref to, std::u16string_view name) {
+        link(file, to, name);
+        if (from == to) named_elsewhere_.insert(file);
+        unlink(file, from, old_name, false);
+        named_elsewhere_.erase(file);
+    }
+
+    // A directory's name says that it lies in `parent`, which no index does.
+    void mislead(file_ref directory, file_ref parent) {
+        const inode_handle inode = open(directory);
+        ntfs_attr_search_ctx* const found = ntfs_attr_get_search_ctx(inode.get(), nullptr);
+        demand(found && ntfs_attr_lookup(AT_FILE_NAME, nullptr, 0, CASE_SENSITIVE, 0, nullptr, 0, found) == 0, "no name");
+        auto* const value = reinterpret_cast<FILE_NAME_ATTR*>(reinterpret_cast<u8*>(found->attr) +
+                                                              le16_to_cpu(found->attr->value_offset));
+        value->parent_directory = cpu_to_le64(parent);
+        ntfs_inode_mark_dirty(found->ntfs_ino);
+        ntfs_attr_put_search_ctx(found);
+        directories_.at(directory).parent = parent;
+    }
+
+    // The index allocation goes to an extension record.
+    void move_index_out(file_ref directory) {
+        const inode_handle inode = open(directory);
+        std::u16string index = u"$I30";
+        demand(ntfs_inode_add_attrlist(inode.get()) == 0, "no attribute list");
+        ntfs_attr_search_ctx* const found = ntfs_attr_get_search_ctx(inode.get(), nullptr);
+        demand(found && ntfs_attr_lookup(AT_INDEX_ALLOCATION, reinterpret_cast<ntfschar*>(index.data()), 4, CASE_SENSITIVE, 0,
+                                         nullptr, 0, found) == 0 && ntfs_attr_record_move_away(found, 0) == 0, "cannot move an index");
+        ntfs_attr_put_search_ctx(found);
+    }
+
+    void note(file_ref file, file_ref folder, std::u16string_view name) { events_.push_back({folder, file, std::u16string(name)}); }
+
+    void finish(const std::string& list) {
+        write_journal();
+        demand(ntfs_umount(volume_, FALSE) == 0, "the volume cannot be closed");
+        std::ofstream out(list, std::ios::binary);
+        for (const event& one : events_) out << expected(one) << '\n';
+        demand(out.good(), list + " cannot be written");
+    }
+
+private:
+    struct folder_name {
+        std::u16string name;
+        file_ref parent = 0;
+    };
+    struct event {
+        file_ref folder = 0;
+        file_ref file = 0;
+        std::u16string name;
+    };
+
+    inode_handle open(file_ref file) {
+        inode_handle inode(ntfs_inode_open(volume_, file));
+        demand(inode != nullptr, "a file cannot be opened");
+        return inode;
+    }
+
+    [[nodiscard]] std::string expected(const event& one) const {
+        if (!directories_.contains(one.folder)) return "del/parent\tparent dir and file no longer referenced in $MFT\t";
+        std::u16string path;
+        std::set<file_ref> visited;
+        for (file_ref at = one.folder; at != root; at = directories_.at(at).parent) {
+            if (!visited.insert(at).second) {
+                path = u"<path corrupted>\\" + path;
+                break;
+            }
+            path = directories_.at(at).name + u"\\" + path;
+        }
+        const bool alive = links_.contains({one.folder, one.file});
+        std::string line = (alive ? "valid\t[root]\\" : "del/entry\t[root]\\") + utf8(path + one.name.substr(0, 200)) + "\t";
+        const auto times = times_.find(one.file);
+        if (alive && times != times_.end()) {
+            for (const std::uint64_t time : times->second) line += std::to_string(time) + " ";
+        }
+        return line;
+    }
+
+    void write_journal() {
+        bytes journal(65536);
+        for (const event& one : events_) {
+            usn_record_builder record;
+            record.name = one.name;
+            record.file_ref = one.file;
+            record.parent_ref = one.folder;
+            record.timestamp += 10'000'000 * (&one - events_.data());
+            if (record.build().size() > 4096 - journal.size() % 4096) fill_page(journal);
+            record.usn = journal.size();
+            append(journal, record.build());
+        }
+        fill_page(journal);
+        inode_handle extend(ntfs_inode_open(volume_, 11));
+        const std::u16string file = u"$UsnJrnl";
+        std::u16string stream = u"$J";
+        inode_handle made(ntfs_create(extend.get(), const_cpu_to_le32(0), units(file), count(file), S_IFREG));
+        demand(made && ntfs_attr_add(made.get(), AT_DATA, reinterpret_cast<ntfschar*>(stream.data()), 2, nullptr, 0) == 0, "no $J");
+        ntfs_attr* const data = ntfs_attr_open(made.get(), AT_DATA, reinterpret_cast<ntfschar*>(stream.data()), 2);
+        demand(data != nullptr && ntfs_attr_truncate(data, static_cast<s64>(journal.size())) == 0 &&
+               ntfs_attr_pwrite(data, 0, static_cast<s64>(journal.size()), journal.data()) == static_cast<s64>(journal.size()), "no $J");
+        ntfs_attr_close(data);
+    }
+
+    ntfs_volume* volume_ = nullptr;
+    std::map<file_ref, folder_name> directories_;  // those that live
+    std::set<std::pair<file_ref, file_ref>> links_;
+    std::set<file_ref> named_elsewhere_;  // in the same directory
+    std::map<file_ref, std::array<std::uint64_t, 4>> times_;
+    std::vector<event> events_;
+    std::uint64_t clock_ = 0;
+};
+
+void tell(story& told, std::uint64_t big) {
+    const file_ref root = story::root;
+    const file_ref alpha = told.create(root, u"alpha", true);
+    const file_ref beta = told.create(alpha, u"beta \u00E9\u4E2D\u6587", true);
+    const file_ref gamma = told.create(beta, std::u16string(200, u'g'), true);
+    const file_ref letter = told.create(gamma, std::u16string(215, u'n'));
+    told.create(root, u"\u0416.txt");
+    const file_ref shared = told.create(alpha, u"shared");
+    told.link(shared, beta, u"shared too");
+    told.rename(letter, gamma, std::u16string(215, u'n'), gamma, u"letter.txt");
+    const file_ref moved = told.create(alpha, u"moved.txt");
+    told.rename(moved, alpha, u"moved.txt", gamma, u"arrived.txt");
+    const file_ref dos = told.create(alpha, u"a name with a short one.text");
+    told.give_dos_name(dos, alpha, "ANAMEW~1.TEX");
+
+    const file_ref large = told.create(root, u"large", true);
+    std::vector<file_ref> files;
+    for (std::uint64_t i = 0; i < big; ++i) files.push_back(told.create(large, numbered(u"a file of the name ", i * 7919 % big)));
+    for (std::uint64_t i = 0; i < big; i += 3) told.unlink(files[i], large, numbered(u"a file of the name ", i * 7919 % big), true);
+    told.move_index_out(large);
+
+    const file_ref gone = told.create(root, u"gone", true);
+    const file_ref reused = told.create(root, u"reused", true);
+    const file_ref in_gone = told.create(gone, u"in gone");
+    const file_ref in_reused = told.create(reused, u"in reused");
+    told.unlink(in_gone, gone, u"in gone", true);
+    told.unlink(in_reused, reused, u"in reused", true);
+    told.unlink(reused, root, u"reused", true);
+    told.create(told.create(root, u"another", true), u"in another");
+    told.unlink(gone, root, u"gone", true);
+    told.create(root, u"no directory any more");
+
+    const file_ref many = told.create(alpha, u"60 names");
+    for (std::uint64_t i = 0; i < 59; ++i) told.link(many, i % 2 == 0 ? alpha : beta, numbered(u"one of many names of a file ", i));
+
+    const file_ref upper = told.create(root, u"upper", true);
+    const file_ref lower = told.create(upper, u"lower", true);
+    told.create(lower, u"nowhere");
+    told.mislead(upper, lower);
+}
+
+void populate(story& told, std::uint64_t directories, std::uint64_t files, std::uint64_t records) {
+    std::mt19937_64 random(1);
+    std::vector<file_ref> folders;
+    std::vector<std::pair<std::size_t, file_ref>> made;
+    for (std::uint64_t i = 0; i < directories; ++i) {
+        const file_ref above = i < 20 ? story::root : folders[random() % std::min<std::uint64_t>(i, 2000)];
+        folders.push_back(told.create(above, numbered(u"folder ", i), true));
+        for (std::uint64_t j = i * files / directories; j < (i + 1) * files / directories; ++j) {
+            made.emplace_back(i, told.create(folders[i], numbered(u"document number ", j)));
+        }
+    }
+    for (std::uint64_t i = made.size() + folders.size(); i < records; ++i) {
+        const std::size_t file = random() % made.size();
+        told.note(made[file].second, folders[made[file].first], numbered(u"document number ", file));
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+    if (argc != 4 && argc != 7) {
+        std::fputs(std::string(usage).c_str(), stderr);
+        return 2;
+    }
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    story told(words[0], words.size() == 3 ? (64U << 20U) + std::stoull(words[2]) * 4096 : std::uint64_t{2} << 30U);
+    if (words.size() == 3) {
+        tell(told, std::stoull(words[2]));
+    } else {
+        populate(told, std::stoull(words[3]), std::stoull(words[4]), std::stoull(words[5]));
+    }
+    told.finish(words[1]);
+    return 0;
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "lorq-make-story: %s\n", error.what());
+    return 1;
+}
