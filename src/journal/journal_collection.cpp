@@ -15,6 +15,7 @@ constexpr std::size_t slot_lead = 24;
 constexpr std::size_t name_lead = 12;
 constexpr std::size_t outcome_lead = 16;
 constexpr std::size_t text_lead = 8;
+constexpr std::size_t cache_line = 64;
 
 namespace mark {
 constexpr std::uint8_t valid = 0x01;
@@ -135,8 +136,15 @@ void journal_collection::read_in_order(std::size_t place, journal_entry& entry) 
         if (place + name_lead < count_) __builtin_prefetch(name_at(slots_[arrival_at(place + name_lead)]));
     }
     if (paths_ != nullptr) {  // the records of a directory are spread over the journal
-        if (place + outcome_lead < count_) __builtin_prefetch(paths_->outcome_place(arrival_at(place + outcome_lead)));
-        if (place + text_lead < count_) __builtin_prefetch(paths_->text_place(arrival_at(place + text_lead)));
+        if (place + outcome_lead < count_) {
+            __builtin_prefetch(paths_->outcome_place(arrival_at(place + outcome_lead)));
+            __builtin_prefetch(paths_->times_place(arrival_at(place + outcome_lead)));
+        }
+        if (place + text_lead < count_) {
+            const char* const text = paths_->text_place(arrival_at(place + text_lead));
+            __builtin_prefetch(text);
+            __builtin_prefetch(text + cache_line);
+        }
     }
     const std::size_t arrival = arrival_at(place);
     const slot& from = slots_[arrival];

@@ -8,6 +8,7 @@
 #include "ntfs/mft_children.h"
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <span>
 #include <utility>
@@ -18,7 +19,7 @@ namespace {
 class path_resolution {
 public:
     path_resolution(usnjrnl_context& run, ntfs_volume& mft_source)
-        : context_(mft_source, run.pull_times), journal_(*run.journal), with_times_(run.pull_times) {}
+        : context_(mft_source, run.pull_times), journal_(*run.journal), with_times_(run.pull_times), pairs_(journal_.size()) {}
 
     void run() {
         number_pairs();
@@ -35,13 +36,12 @@ private:
 
     void number_pairs() {
         std::vector<std::uint32_t> pair_of_record(journal_.size());
-        reference_pair last;
-        std::uint32_t number = 0;
-        for (std::size_t i = 0; i < pair_of_record.size(); ++i) {
-            const reference_pair pair = journal_.references_at(i);
-            if (i == 0 || pair != last) number = pairs_.number_of(pair);  // the records of a file often stand together
-            last = pair;
-            pair_of_record[i] = number;
+        std::array<reference_pair, 256> some;
+        for (std::size_t begin = 0; begin < pair_of_record.size(); begin += some.size()) {
+            const auto numbers = std::span(pair_of_record).subspan(begin);
+            const std::size_t count = std::min(some.size(), numbers.size());
+            for (std::size_t i = 0; i < count; ++i) some[i] = journal_.references_at(begin + i);
+            pairs_.number(std::span(some).first(count), numbers.first(count));
         }
         ordered_ = pairs_.in_order();
         found_ = std::make_unique<resolved_paths>(std::move(pair_of_record), ordered_.size(), with_times_);

@@ -16,10 +16,11 @@ struct reference_pair {
 
 class reference_pairs {
 public:
-    reference_pairs();
+    // For so many records, which sizes the first table.
+    explicit reference_pairs(std::size_t records);
 
-    // The number of a pair, from 0 on in the order in which they come.
-    [[nodiscard]] std::uint32_t number_of(const reference_pair& pair);
+    // Gives each pair its number, from 0 on in the order in which they come.
+    void number(std::span<const reference_pair> pairs, std::span<std::uint32_t> numbers);
 
     [[nodiscard]] std::span<const reference_pair> pairs() const { return pairs_; }
 
@@ -29,12 +30,14 @@ public:
 private:
     static constexpr std::uint32_t none = ~std::uint32_t{0};
 
+    [[nodiscard]] std::size_t first_place_of(const reference_pair& pair) const;
     [[nodiscard]] std::size_t place_of(const reference_pair& pair) const;
+    [[nodiscard]] std::uint32_t number_of(const reference_pair& pair);
     void grow();
 
     std::vector<reference_pair> pairs_;
     std::vector<std::uint32_t> table_;  // open addressing, a power of two, at most three quarters full
-    unsigned shift_ = 0;                // of a hash, to a place in the table
+    unsigned shift_;                    // of a hash, to a place in the table
     std::uint64_t parent_factor_;       // drawn anew for each table: no journal can aim at one place
     std::uint64_t file_factor_;
 };

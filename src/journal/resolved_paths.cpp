@@ -1,32 +1,50 @@
 #include "journal/resolved_paths.h"
 
+#include "base/utf.h"
+
 namespace {
 
-// In UTF-16 units. Real paths are shorter; those that are not are made each time, so that no tree of directories can
+// In bytes. Real paths are shorter; those that are not are made each time, so that no tree of directories can
 // make texts that grow with the square of its depth.
-constexpr std::size_t longest_kept_text = 256;
+constexpr std::size_t longest_kept_text = 512;
+constexpr std::size_t most_kept_bytes = std::size_t{1} << 32U;
 
 }  // namespace
 
 std::uint32_t resolved_paths::add_path(const directory_path& path) {
-    paths_.push_back({.path = path});
+    paths_.push_back(path);
     return static_cast<std::uint32_t>(paths_.size() - 1);
 }
 
 void resolved_paths::note(std::uint32_t pair, std::uint32_t path, file_status status, const file_times& times) {
-    outcomes_[pair] = {path, status};
+    outcomes_[pair] = {.path = path, .status = status};
     if (!times_.empty()) times_[pair] = times;
+}
+
+std::string_view resolved_paths::composed(std::uint32_t path) const {
+    if (path != composed_path_) {
+        std::u16string text;
+        directories_->compose(paths_[path], text);
+        composed_.clear();
+        append_utf8(text, composed_);
+        composed_path_ = path;
+    }
+    return composed_;
 }
 
 void resolved_paths::keep_directories(std::unique_ptr<const directory_path_cache> directories) {
     directories_ = std::move(directories);
-    std::u16string text;
+    std::vector<outcome> kept(paths_.size());  // of which the texts count
     for (std::size_t i = 1; i < paths_.size(); ++i) {
-        directories_->compose(paths_[i].path, text);
-        if (text.size() > longest_kept_text) continue;
-        paths_[i].units = static_cast<std::uint32_t>(text.size());
-        paths_[i].text = texts_.size();
+        const std::string_view text = composed(static_cast<std::uint32_t>(i));
+        if (text.size() > longest_kept_text || texts_.size() > most_kept_bytes - longest_kept_text) continue;
+        kept[i].text_length = static_cast<std::uint16_t>(text.size());
+        kept[i].text = static_cast<std::uint32_t>(texts_.size());
         texts_ += text;
+    }
+    for (outcome& one : outcomes_) {
+        one.text = kept[one.path].text;
+        one.text_length = kept[one.path].text_length;
     }
 }
 
@@ -37,17 +55,14 @@ void resolved_paths::fill(std::size_t arrival, journal_entry& entry) const {
     entry.mft_entry_missing = found.status <= file_status::entry_missing ? 1 : 0;
     entry.mft_entry_remnant = found.status == file_status::remnant ? 1 : 0;
     entry.mft_entry_current = found.status == file_status::current ? 1 : 0;
-    const file_times times = times_.empty() ? file_times{} : times_[pair];
-    entry.si_created = times.created;
-    entry.si_modified = times.modified;
-    entry.si_mft_changed = times.mft_changed;
-    entry.si_accessed = times.accessed;
-    if (entry.path_number == found.path) return;
-    entry.path_number = found.path;
-    const kept_path& path = paths_[found.path];
-    if (path.units != 0 || found.path == 0) {
-        entry.parent_path.assign(texts_, path.text, path.units);
-    } else {
-        directories_->compose(path.path, entry.parent_path);
+    if (!times_.empty()) {
+        const file_times& times = times_[pair];
+        entry.si_created = times.created;
+        entry.si_modified = times.modified;
+        entry.si_mft_changed = times.mft_changed;
+        entry.si_accessed = times.accessed;
     }
+    entry.path_number = found.path;
+    const bool kept = found.text_length != 0 || found.path == 0;
+    entry.parent_path = kept ? std::string_view(texts_).substr(found.text, found.text_length) : composed(found.path);
 }

@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <vector>
 
 enum class file_status : std::uint8_t { parent_missing, entry_missing, remnant, current };
@@ -27,31 +29,34 @@ public:
     // What composes the paths; the last thing to be given.
     void keep_directories(std::unique_ptr<const directory_path_cache> directories);
 
-    // Gives an entry path, status and times of the record that arrived as number `arrival`. A path that the entry holds
-    // already is left as it is.
+    // Gives an entry path, status and times of the record that arrived as number `arrival`.
     void fill(std::size_t arrival, journal_entry& entry) const;
 
-    // What `fill` will read first, and then, to be fetched ahead.
+    // What `fill` will read first, and then, to be fetched ahead; the text of most paths takes two cache lines.
     [[nodiscard]] const void* outcome_place(std::size_t arrival) const { return &outcomes_[pair_of_record_[arrival]]; }
-    [[nodiscard]] const void* text_place(std::size_t arrival) const {
-        return texts_.data() + paths_[outcomes_[pair_of_record_[arrival]].path].text;
+    [[nodiscard]] const char* text_place(std::size_t arrival) const {
+        return texts_.data() + outcomes_[pair_of_record_[arrival]].text;
+    }
+    [[nodiscard]] const void* times_place(std::size_t arrival) const {
+        return times_.empty() ? nullptr : &times_[pair_of_record_[arrival]];
     }
 
 private:
+    [[nodiscard]] std::string_view composed(std::uint32_t path) const;
+
     struct outcome {
         std::uint32_t path = 0;
+        std::uint32_t text = 0;         // where the path's text begins
+        std::uint16_t text_length = 0;  // 0: it is not kept
         file_status status = file_status::parent_missing;
     };
+
     std::vector<std::uint32_t> pair_of_record_;
     std::vector<outcome> outcomes_;
     std::vector<file_times> times_;
-    struct kept_path {
-        directory_path path;
-        std::uint32_t units = 0;  // of its text; 0: it is too long to be kept
-        std::uint64_t text = 0;   // where that begins
-    };
-
-    std::vector<kept_path> paths_;  // the first stands for no path
-    std::u16string texts_;
+    std::vector<directory_path> paths_;  // the first stands for no path
+    std::string texts_;                      // UTF-8
     std::unique_ptr<const directory_path_cache> directories_;
+    mutable std::string composed_;  // the latest text that is not kept
+    mutable std::uint32_t composed_path_ = 0;
 };

@@ -146,7 +146,7 @@ void decode_record_v4(journal_entry& entry, byte_view record) {
 }
 
 void clear_run_fields(journal_entry& entry) {
-    entry.parent_path.clear();
+    entry.parent_path = {};
     entry.path_number = 0;
     entry.mft_entry_missing = 0;
     entry.mft_parent_missing = 0;

@@ -19,7 +19,7 @@ constexpr std::size_t smallest_memory_mft = 4096;
 
 // Of $MFT: how much is read ahead, and how far behind the last record one may lie for that to pay.
 constexpr std::size_t window_size = std::size_t{64} << 10U;
-constexpr std::uint64_t nearby = std::uint64_t{16} << 10U;
+constexpr std::uint64_t nearby = std::uint64_t{4} << 10U;
 
 }  // namespace
 

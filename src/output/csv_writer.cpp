@@ -157,8 +157,22 @@ std::size_t csv_writer::fill_path_cells(const journal_entry& entry, std::size_t 
         }
     }
     if (status == mft_status::parent_gone) return at + row_.set_token(at, parent_gone_text);
-    path_.assign(entry.parent_path).append(entry.name);
-    return at + row_.set_wide_text(at, path_);
+    return at + row_.set_wide_text(at, entry.name, entry.parent_path, is_plain_path(entry));
+}
+
+// Looked at once for each path.
+bool csv_writer::is_plain_path(const journal_entry& entry) {
+    enum : std::uint8_t { unknown, plain, not_plain };
+    if (entry.path_number == 0) return entry.parent_path.empty();
+    if (entry.path_number >= plain_paths_.size()) plain_paths_.resize(2 * std::size_t{entry.path_number}, unknown);
+    std::uint8_t& known = plain_paths_[entry.path_number];
+    if (known == unknown) {
+        const bool as_it_is = std::ranges::all_of(entry.parent_path, [this](char c) {
+            return c > '\r' && c < '\x7f' && c != settings_.replaced_character;
+        });
+        known = as_it_is ? plain : not_plain;
+    }
+    return known == plain;
 }
 
 void csv_writer::write_csv_row(const table_row& row, text_buffer& out) {
@@ -201,11 +215,15 @@ char* csv_writer::put_text_cell(text_buffer& out, char* to, const table_cell& ce
     }
     std::string_view text = cell.text;
     if (cell.content == text_kind::utf16) {
-        const std::size_t units = cell.wide_text.size();
+        const std::size_t before = cell.text.size();
+        const std::size_t units = before + cell.wide_text.size();
         to = out.room(to, units + fixed_room_);
-        if (put_plain_name(cell.wide_text, settings_.replaced_character, to))
+        if (cell.plain) put_text(to, cell.text);
+        if (cell.plain && put_plain_name(cell.wide_text, settings_.replaced_character, to + before)) {
             return put_padding(to + units, units, width);
+        }
         name_.clear();
+        name_ += cell.text;
         append_utf8(cell.wide_text, name_);
         text = name_;
     }

@@ -39,6 +39,7 @@ private:
 
     void fill_row(const journal_entry& entry);
     std::size_t fill_path_cells(const journal_entry& entry, std::size_t at);
+    [[nodiscard]] bool is_plain_path(const journal_entry& entry);
 
     char* put_separator(char* to) const;
     char* put_cell(text_buffer& out, char* to, const table_cell& cell, std::size_t index);
@@ -60,8 +61,8 @@ private:
     time_formatter times_;
     token_cache reasons_;
     token_cache attributes_;
-    std::u16string path_;
     std::string name_;
+    std::vector<std::uint8_t> plain_paths_;  // by path number: what is known of it
     std::string scratch_;
 };
 

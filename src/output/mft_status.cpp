@@ -27,7 +27,7 @@ void path_text(const journal_entry& entry, mft_status status, std::string& out) 
         out = parent_gone_text;
         return;
     }
-    append_utf8(entry.parent_path, out);  // ends with "\"
+    out += entry.parent_path;  // ends with "\"
     append_utf8(entry.name, out);
 }
 

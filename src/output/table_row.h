@@ -34,8 +34,9 @@ struct table_cell {
     cell_kind kind = cell_kind::none;
     text_kind content = text_kind::token;  // of kind text
     std::uint64_t number = 0;
+    bool plain = true;                     // of kind utf16: what `text` is
     std::string_view text;
-    std::u16string_view wide_text;
+    std::u16string_view wide_text;  // behind `text`
 };
 
 // The setters return the number of cells used: 1, 2 for a split time, 0 for an index outside the row (nothing is set
@@ -67,9 +68,13 @@ public:
         return 1;
     }
 
-    // Becomes UTF-8 in the line.
-    std::size_t set_wide_text(std::size_t index, std::u16string_view text) {
+    // Becomes UTF-8 in the line, behind `before`, which is that already. `plain`: of `before` nothing has to be
+    // replaced or marked and every character is one byte.
+    std::size_t set_wide_text(std::size_t index, std::u16string_view text, std::string_view before = {},
+                              bool plain = true) {
         if (index >= cells_.size()) return 0;
+        cells_[index].text = before;
+        cells_[index].plain = plain;
         cells_[index].kind = cell_kind::text;
         cells_[index].content = text_kind::utf16;
         cells_[index].wide_text = text;

@@ -11,27 +11,32 @@
 namespace uni {
 namespace {
 
-constexpr std::uint64_t each_unit = 0x0001000100010001;
+// Units or bytes that are worked on at once; gcc and clang know such types on every processor.
+constexpr std::size_t step = 8;
+using unit_block [[gnu::vector_size(2 * step)]] = std::uint16_t;
+using byte_block [[gnu::vector_size(step)]] = std::uint8_t;
 
-// Looks at four units in one word, all at once, and packs them into four bytes.
-struct four_units {
-    std::uint64_t replaced = 0;  // the replaced character in each unit
-    std::uint64_t found = 0;     // not 0: a unit was not plain
+// Looks at a block of units and packs them into bytes.
+struct unit_packer {
+    std::uint16_t replaced = 0;
+    unit_block found{};  // a bit set: a unit was not plain
 
     void put(const char16_t* from, char* to) {
-        static_assert(std::endian::native == std::endian::little, "units are packed as they lie");
-        std::uint64_t units = 0;
+        unit_block units;
         std::memcpy(&units, from, sizeof(units));
         // Adding carries into bit 7 of a unit below 0x80 when it is above CR, and when it differs from the replaced
         // one.
-        const std::uint64_t above_cr = units + each_unit * (0x7F - '\r');
-        const std::uint64_t differs = (units ^ replaced) + each_unit * 0x7F;
-        found |= (units & (each_unit * 0xFF80)) | (~(above_cr & differs) & (each_unit * 0x80));
-        units |= units >> 8U;
-        units = (units & 0xFFFFU) | ((units >> 16U) & 0xFFFF0000U);
-        std::memcpy(to, &units, 4);
+        const unit_block above_cr = units + (0x7F - '\r');
+        const unit_block differs = (units ^ replaced) + 0x7F;
+        found |= (units & 0xFF80) | (~(above_cr & differs) & 0x80);
+        const byte_block bytes = __builtin_convertvector(units, byte_block);
+        std::memcpy(to, &bytes, sizeof(bytes));
     }
-    [[nodiscard]] bool plain() const { return found == 0; }
+    [[nodiscard]] bool plain() const {
+        std::array<std::uint64_t, sizeof(found) / 8> bits{};
+        std::memcpy(bits.data(), &found, sizeof(found));
+        return (bits[0] | bits[1]) == 0;
+    }
 };
 
 }  // namespace
@@ -71,17 +76,17 @@ std::string_view table_text(std::string_view text, const cmd_params& settings, s
 }
 
 bool put_plain_name(std::u16string_view name, char replaced, char* to) {
-    four_units found;
-    found.replaced = each_unit * static_cast<unsigned char>(replaced);
+    unit_packer found{.replaced = static_cast<unsigned char>(replaced)};
     const std::size_t size = name.size();
-    if (size >= 4) {
-        for (std::size_t at = 0; at < size - 4; at += 4) found.put(name.data() + at, to + at);
-        found.put(name.data() + size - 4, to + size - 4);  // overlaps the last one instead of a loop over single units
+    if (size >= step) {
+        for (std::size_t at = 0; at < size - step; at += step) found.put(name.data() + at, to + at);
+        found.put(name.data() + size - step, to + size - step);  // overlaps the one before instead of single units
         return found.plain();
     }
-    std::array<char16_t, 4> units{u'x', u'x', u'x', u'x'};
-    std::array<char, 4> bytes{};
-    std::ranges::copy(name, units.begin());
+    std::array<char16_t, step> units;
+    std::array<char, step> bytes;
+    units.fill(u'x');
+    std::copy_n(name.data(), size, units.begin());
     found.put(units.data(), bytes.data());
     std::copy_n(bytes.begin(), size, to);
     return found.plain();

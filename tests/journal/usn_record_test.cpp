@@ -135,7 +135,7 @@ TEST(UsnRecord, LongNamesKeepTheirBeginning) {
 TEST(UsnRecord, FieldsArriveAndAFailedRecordLeavesNone) {
     for (const std::uint16_t version : all_versions) {
         journal_entry entry;
-        entry.parent_path = u"kept";
+        entry.parent_path = "kept";
         const bytes record = usn_record_builder{.version = version}.build();
         decode(entry, version, record, 0x7000);
         EXPECT_EQ(entry.file_ref, reference(42, 3));
@@ -148,7 +148,7 @@ TEST(UsnRecord, FieldsArriveAndAFailedRecordLeavesNone) {
         EXPECT_EQ(entry.security_id, version == 4 ? 0U : 0x107U);
         EXPECT_EQ(entry.file_attributes, version == 4 ? 0U : 0x20U);
         EXPECT_EQ(entry.name, version == 4 ? u"" : u"report.docx");
-        EXPECT_EQ(entry.parent_path, version == 4 ? u"" : u"kept");
+        EXPECT_EQ(entry.parent_path, version == 4 ? "" : "kept");
         decode(entry, version, bytes(100), 0x7000);
         EXPECT_EQ(entry.valid, 0);
         EXPECT_EQ(entry.file_ref | entry.parent_ref | entry.timestamp | entry.record_offset, 0U);

@@ -179,7 +179,7 @@ std::string path_part(table_settings settings, const journal_entry& entry, bool 
 TEST(CsvWriter, PathColumnsAndPulledTimes) {
     constexpr std::uint64_t day = 864'000'000'000;
     journal_entry entry = sample_entry();
-    entry.parent_path = u"\\Users\\\u00e9\\";
+    entry.parent_path = "\\Users\\\u00e9\\";
     entry.si_modified = sample_time;
     entry.si_accessed = sample_time + day;
     entry.si_mft_changed = sample_time + 2 * day;
@@ -207,7 +207,7 @@ TEST(CsvWriter, PathColumnsAndPulledTimes) {
     EXPECT_EQ(path_part(paired_csvgen, entry), ",del/entry, , , , ,\\Users\\\u00e9\\report.docx\n");
     const std::string blank_time = blanks(10) + " |  " + blanks(12) + " | ";
     entry.name = u"x";
-    entry.parent_path = u"\\\u00e9\\";
+    entry.parent_path = "\\\u00e9\\";
     EXPECT_EQ(path_part(padded_times, entry), blanks(10) + " | del/entry  | " + blank_time + blank_time + blank_time +
                                                   blank_time + "\\\u00e9\\x      \n");
     const std::string blank_pair = " " + blanks(23) + " | ";
@@ -222,7 +222,7 @@ TEST(CsvWriter, PathColumnsAndPulledTimes) {
     EXPECT_EQ(path_part(csv, entry), ",del/wisp" + times + "\\\u00e9\\x\n");
     entry.mft_entry_current = 1;
     EXPECT_EQ(path_part(csv, entry), ",valid" + times + "\\\u00e9\\x\n");
-    entry.parent_path = u"\\a,b\n\\";
+    entry.parent_path = "\\a,b\n\\";
     EXPECT_EQ(path_part(csv, entry), ",valid" + times + "\\a b[LF]\\x\n");
     EXPECT_EQ(path_part(padded, entry), blanks(10) + " | valid      | \\a,b\n\\x   \n");
 }
