@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <span>
 
 namespace {
 
@@ -63,14 +64,18 @@ private:
     [[nodiscard]] byte_view view() const { return byte_view(record_); }
 
     void take_name(std::uint64_t parent) {
-        const auto [first, last] =
-            std::ranges::equal_range(directories_, reference_order(parent), {},
-                                     [](const unread_directory& one) { return reference_order(one.reference); });
-        if (first == last) return;
+        if (parent != last_parent_) {  // neighbours often lie in one directory
+            const auto [first, last] =
+                std::ranges::equal_range(directories_, reference_order(parent), {},
+                                         [](const unread_directory& one) { return reference_order(one.reference); });
+            last_parent_ = parent;
+            found_ = std::span(first, last);
+        }
+        if (found_.empty()) return;
         if (!file_) find_file();
         if (!file_->there) return;
-        for (auto directory = first; directory != last; ++directory) {
-            wanted_file* const wanted = directory->listing.meet(file_->reference, listed_in::index);
+        for (unread_directory& directory : found_) {
+            wanted_file* const wanted = directory.listing.meet(file_->reference, listed_in::index);
             if (wanted != nullptr) wanted->times = file_->times;
         }
     }
@@ -101,6 +106,8 @@ private:
     std::vector<std::uint8_t> record_;
     std::vector<std::uint8_t> base_record_;
     std::uint64_t entry_ = 0;
+    std::uint64_t last_parent_ = 0;
+    std::span<unread_directory> found_;  // those with that reference
     std::optional<named_file> file_;  // of the record, once it was asked for
 };
 
