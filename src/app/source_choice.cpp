@@ -46,7 +46,7 @@ bool choose_partition(const std::string& value, usnjrnl_context& settings, uni::
 }
 
 bool choose_shadow_copy(const std::string& index, usnjrnl_context& settings, uni::status_line& status,
-                      const diagnostic_log& log) {
+                        const diagnostic_log& log) {
     if (!platform::elevated()) {
         status.report_problem("This option requires admin privileges...\n");
         status.report_problem("%s", std::string(restart_hint).c_str());

@@ -31,8 +31,6 @@ void visit_blocks(ntfs_volume& volume, const mft_entry& directory, const node_vi
         return;
     }
     if (allocation.resident || allocation.initialised_size == 0) return;
-    // Whatever the sizes say: every block that has clusters.
-    allocation.real_size = bytes_up_to_end(allocation.extents, volume.cluster_size());
     std::uint64_t lost = 0;
     const auto visit_chunk = [&](byte_view chunk) {
         byte_view block;

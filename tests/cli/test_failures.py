@@ -9,7 +9,6 @@ from journal import page, record
 
 CLEAR = "\x1b[2K\r    \r"
 HEADER = re.compile(r'lorq ver: 1\.49\nrun time: \d\d/\d\d/\d{4} \d\d:\d\d:\d\d; [^;\n]+; [^;\n]+; [^\n]+\n"cmdline: [^\n]*"\n')
-NOT_YET = "this build cannot read volumes yet"
 
 
 def said(done):
@@ -70,10 +69,11 @@ def test_lesser_problems_change_nothing_in_the_table(lorq, arguments, message):
      "-include_unalloc_clusters cannot be used with -file option\n"),
     (["-file", "missing"], "prob reading missing\n"),
     (["-file", "."], "prob reading .\n"),
-    (["-file", "C:\\$Extend\\$UsnJrnl:$J"], NOT_YET),
-    (["-image", "j"], NOT_YET),
-    pytest.param(["-file", "j", "-partition", "c"], NOT_YET, marks=as_root),
-    pytest.param(["-file", "j", "-vss", "1"], NOT_YET, marks=as_root),
+    (["-file", "C:\\$Extend\\$UsnJrnl:$J"], "prob reading C:\\$Extend\\$UsnJrnl:$J\n"),
+    (["-image", "zero"], "couldn't find any partitions on disk\n"),
+    pytest.param(["-file", "j", "-partition", "zz"], "prob validating volume zz as a NTFS partition, aborting...\n", marks=as_root),
+    pytest.param(["-file", "j", "-vss", "97"], "prob validating volume \\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy97 "
+                 "as a NTFS partition, aborting...\n", marks=as_root),
     pytest.param(["-partition", ""], "prob validating volume  as a NTFS partition, aborting...\n", marks=as_root),
     (["-file", "zero"], ""),
     (["-file", "empty"], ""),
