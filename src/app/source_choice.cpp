@@ -11,14 +11,9 @@ namespace {
 
 constexpr std::string_view restart_hint = "need to restart cmd prompt using \"Run As Administrator\" option...\n";
 
-bool refuse_carving(const usnjrnl_context& settings, uni::status_line& status) {
-    if (settings.extra_scan) status.report_problem("prob this build cannot carve yet, aborting\n");
-    return settings.extra_scan;
-}
-
 // Opened once to see that it is NTFS; the run opens it anew.
 bool validate_volume(const usnjrnl_context& settings, uni::status_line& status, const diagnostic_log& log) {
-    if (open_volume_at(settings.volume_path, 0, log) != nullptr) return !refuse_carving(settings, status);
+    if (open_volume_at(settings.volume_path, 0, log) != nullptr) return true;
     status.report_problem("prob validating volume %s as a NTFS partition, aborting...\n", settings.volume_path.c_str());
     return false;
 }
@@ -96,7 +91,7 @@ bool choose_image(const std::string& value, argument_list& arguments, usnjrnl_co
     settings.journal_path = journal_on_volume.substr(1);  // relative to the root of the volume in the image
     settings.image_path = value;
     const bool whole_volume_needed = !option_flag("-ignore_image_size", arguments);
-    return find_volume_in_image(whole_volume_needed, settings, status) && !refuse_carving(settings, status);
+    return find_volume_in_image(whole_volume_needed, settings, status);
 }
 
 }  // namespace

@@ -20,4 +20,13 @@ public:
 
     // Reads into.size() bytes at a byte offset; fewer only at the end of the source. False for an error.
     [[nodiscard]] virtual bool read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) = 0;
+
+    // The next stretch [begin, end) at or behind `offset` that is not a hole of the source's own. False when none
+    // follows. A source that does not know its holes answers with all that is left, or, when it has no size, with
+    // everything.
+    [[nodiscard]] virtual bool next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) const {
+        begin = offset;
+        end = size() == 0 ? ~std::uint64_t{0} : size();
+        return begin < end;
+    }
 };

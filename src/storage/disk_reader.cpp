@@ -30,6 +30,14 @@ public:
         }
         return got == into.size() || offset + got >= size_;
     }
+    [[nodiscard]] bool next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) const override {
+        std::int64_t data = 0;
+        std::int64_t hole = 0;
+        if (offset > highest_offset || !file_.next_data(static_cast<std::int64_t>(offset), data, hole)) return false;
+        begin = static_cast<std::uint64_t>(data);
+        end = static_cast<std::uint64_t>(hole);
+        return true;
+    }
 
 private:
     platform::file file_;
