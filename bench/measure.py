@@ -16,7 +16,8 @@ FOLDER = HOUSE / "build" / "bench"
 LORQ = HOUSE / "build" / "release" / "lorq"
 MAKER = HOUSE / "build" / "release" / "lorq-make-journal"
 LEAD = 65536
-LAYOUTS = ["", "-csv", "-csvgen", "-multiline", "-no_whitespace", "-pair_datetime", "-base10 -show_offset", "-csv_separator tab"]
+LAYOUTS = ["", "-csv", "-csvgen", "-multiline", "-no_whitespace", "-pair_datetime", "-base10 -show_offset", "-csv_separator tab",
+           "-xml", "-bodyfile", "-csvl2t"]
 
 
 def make(name, records, *options):

@@ -1,9 +1,9 @@
 #include "app/evidence_guard.h"
 
 #include "app/option_table.h"
-#include "storage/volume_names.h"
 #include "base/text.h"
 #include "platform/platform.h"
+#include "storage/volume_names.h"
 
 #include <algorithm>
 #include <optional>

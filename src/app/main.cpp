@@ -12,6 +12,7 @@
 #include "output/output_file.h"
 #include "output/output_stream.h"
 #include "output/status_line.h"
+#include "output/xml_document.h"
 #include "platform/platform.h"
 
 #include <chrono>
@@ -30,17 +31,6 @@ std::uint64_t filetime_now() {
     const auto since_1970 = std::chrono::system_clock::now().time_since_epoch();
     return static_cast<std::uint64_t>(std::chrono::duration_cast<hundred_nanoseconds>(since_1970).count() +
                                       filetime_of_1970);
-}
-
-// What the options may ask for and a later version will do: better no output than one that was not asked for.
-bool can_do(const usnjrnl_context& settings, uni::status_line& status) {
-    const char* option = settings.xml          ? "-xml"
-                         : settings.bodyfile   ? "-bodyfile"
-                         : settings.csvl2t     ? "-csvl2t"
-                         : settings.xml_escape ? "-xml_escape"
-                                               : nullptr;
-    if (option != nullptr) status.report_problem("prob option %s: this build cannot do it yet, aborting\n", option);
-    return option == nullptr;
 }
 
 bool open_results(uni::output_file& results, const cmd_params& settings, uni::status_line& status) {
@@ -74,6 +64,17 @@ bool write_header(uni::output_file& results, const std::string& header) {
     return !results.failed();
 }
 
+// An XML document is begun only when there is a source to read; its frame takes the header in.
+bool write_run(argument_list& arguments, const std::string& header, uni::output_file& results,
+               usnjrnl_context& settings, uni::status_line& status, const diagnostic_log& log) {
+    const auto drive = [&] { return run_driver(*results.stream(), settings, status, log); };
+    if (!settings.xml) {
+        return write_header(results, header) && choose_source(arguments, settings, status, log) && drive();
+    }
+    return choose_source(arguments, settings, status, log) &&
+           uni::write_xml_document(*results.stream(), settings, header, drive);
+}
+
 int run(argument_list& arguments, uni::status_line& status) {
     const std::string header = compose_run_header(arguments, filetime_now());
     diagnostic_log log;
@@ -88,10 +89,9 @@ int run(argument_list& arguments, uni::status_line& status) {
     }
     settings.banner = banner();
     guard.follow(settings);
-    if (!can_do(settings, status) || !open_results(results, settings, status)) return exit_failed;
+    if (!open_results(results, settings, status)) return exit_failed;
 
-    const bool done = write_header(results, header) && choose_source(arguments, settings, status, log) &&
-                      run_driver(*results.stream(), settings, status, log);
+    const bool done = write_run(arguments, header, results, settings, status, log);
     return results_are_whole(results, settings, status) && done ? exit_ok : exit_failed;
 }
 

@@ -12,11 +12,6 @@ namespace {
 
 constexpr std::string_view restart_hint = "need to restart cmd prompt using \"Run As Administrator\" option...\n";
 
-bool refuse_carving(const usnjrnl_context& settings, uni::status_line& status) {
-    if (settings.extra_scan) status.report_problem("prob this build cannot carve yet, aborting\n");
-    return settings.extra_scan;
-}
-
 // Opened once to see that it is NTFS; the run opens it anew, unless a long scan would have to be made again.
 bool validate_volume(usnjrnl_context& settings, uni::status_line& status, const diagnostic_log& log) {
     bool mft_damaged = false;
@@ -24,7 +19,7 @@ bool validate_volume(usnjrnl_context& settings, uni::status_line& status, const 
         open_volume_at(settings.volume_path, reader_mode_of(settings.volume_path), 0, settings, status, log, mft_damaged);
     if (volume != nullptr) {
         if (settings.rebuild_mft) settings.rebuilt_volume = std::move(volume);
-        return !refuse_carving(settings, status);
+        return true;
     }
     status.report_problem("prob validating volume %s as a NTFS partition, aborting...\n", settings.volume_path.c_str());
     report_damaged_mft(mft_damaged, status);
@@ -54,7 +49,7 @@ bool choose_partition(const std::string& value, usnjrnl_context& settings, uni::
 }
 
 bool choose_shadow_copy(const std::string& index, usnjrnl_context& settings, uni::status_line& status,
-                      const diagnostic_log& log) {
+                        const diagnostic_log& log) {
     if (!platform::elevated()) {
         status.report_problem("This option requires admin privileges...\n");
         status.report_problem("%s", std::string(restart_hint).c_str());
@@ -104,7 +99,7 @@ bool choose_image(const std::string& value, argument_list& arguments, usnjrnl_co
     settings.journal_path = journal_on_volume.substr(1);  // relative to the root of the volume in the image
     settings.image_path = value;
     const bool whole_volume_needed = !option_flag("-ignore_image_size", arguments);
-    return find_volume_in_image(whole_volume_needed, settings, status) && !refuse_carving(settings, status);
+    return find_volume_in_image(whole_volume_needed, settings, status);
 }
 
 }  // namespace

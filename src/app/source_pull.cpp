@@ -1,6 +1,7 @@
 #include "app/source_pull.h"
 
 #include "app/volume_opening.h"
+#include "journal/carving.h"
 #include "journal/journal_collection.h"
 #include "journal/journal_file.h"
 #include "journal/path_resolution.h"
@@ -103,10 +104,31 @@ private:
     }
 
     [[nodiscard]] bool run_passes() {
-        const auto announce = [this] {
-            if (run_.progress) status_.say("analyzing: normal USNJRNL data...\n");
-        };
-        return read_volume_journal(*volume_, run_, announce) && run_.found_something;
+        if (!read_volume_journal(*volume_, run_, [this] { announce("analyzing: normal USNJRNL data...\n"); }))
+            return false;
+        progress_sink progress;
+        if (run_.progress) {
+            progress = [this](std::string_view text) {
+                status_.show_status("%.*s", static_cast<int>(text.size()), text.data());
+            };
+        }
+        if (run_.include_unalloc) {
+            announce("analyzing: unalloc clusters...\n");
+            (void)carve_unallocated(*volume_, run_, progress);
+        }
+        if (run_.include_vss) {
+            announce("analyzing: vss clusters...\n");
+            (void)carve_shadow_stores(*volume_, run_, progress);
+        }
+        if (run_.include_slack) {
+            announce("analyzing: slack space...\n");
+            (void)carve_slack(*volume_, run_, progress);
+        }
+        return run_.found_something;
+    }
+
+    void announce(std::string_view text) {
+        if (run_.progress) status_.say(text);
     }
 
     usnjrnl_context& run_;

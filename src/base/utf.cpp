@@ -70,6 +70,25 @@ std::string to_utf8(std::u16string_view text) {
     return out;
 }
 
+bool read_code_point(std::string_view utf8, std::size_t& at, char32_t& point) {
+    const auto byte = [&utf8](std::size_t place) { return static_cast<unsigned char>(utf8[place]); };
+    const unsigned char lead = byte(at++);
+    point = lead;
+    if (lead < 0x80) return true;
+    const std::size_t more = lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
+    if (lead < 0xC2 || lead > 0xF4 || utf8.size() - at < more) return false;
+    point &= 0x3FU >> more;
+    for (std::size_t i = 0; i < more; ++i) {
+        if ((byte(at + i) & 0xC0U) != 0x80U) return false;
+        point = (point << 6U) | (byte(at + i) & 0x3FU);
+    }
+    // Longer than need be, half of a surrogate pair, past the end of Unicode.
+    if ((more == 2 && point < 0x800) || (more == 3 && point < 0x10000)) return false;
+    if ((point >= 0xD800 && point < 0xE000) || point > 0x10FFFF) return false;
+    at += more;
+    return true;
+}
+
 std::size_t count_characters(std::string_view utf8) {
     constexpr std::uint64_t each = 0x0101010101010101U;
     std::size_t continuations = 0;

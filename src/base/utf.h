@@ -10,5 +10,9 @@ void append_utf8(std::u16string_view text, std::string& out);
 
 [[nodiscard]] std::string to_utf8(std::u16string_view text);
 
+// The code point that begins at `at`, which moves behind it. False where no well-formed sequence begins: `at` then
+// moves by one byte.
+[[nodiscard]] bool read_code_point(std::string_view utf8, std::size_t& at, char32_t& point);
+
 // Code points of a UTF-8 text: bytes that do not continue a sequence.
 [[nodiscard]] std::size_t count_characters(std::string_view utf8);

@@ -1,6 +1,7 @@
 #include "journal/chunk_receiver.h"
 
 #include "base/format_text.h"
+#include "journal/carving_scan.h"
 #include "journal/journal_walk.h"
 #include "journal/usn_record.h"
 #include "ntfs/ntfs_volume.h"
@@ -33,5 +34,6 @@ std::uint64_t chunk_receiver::reported_offset(std::uint64_t stream_offset) const
 
 bool chunk_receiver::scan_chunk(byte_view chunk) {
     if (run_.journal == nullptr || chunk.size() < usn_v2::fixed_size) return false;
+    if (run_.active_pass != carving_pass::none) return carve_chunk(run_, chunk, scratch_);
     return walk_chunk(*run_.journal, chunk, scratch_);
 }

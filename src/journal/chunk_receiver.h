@@ -11,7 +11,8 @@ class ntfs_volume;
 
 class chunk_receiver {
 public:
-    // For an extracted file: offsets are reported as they are.
+    // For an extracted file, and for the carving passes, which know the place on the source: offsets are reported as
+    // they are.
     explicit chunk_receiver(usnjrnl_context& run) : run_(run) {}
 
     // For the $J stream of a volume with these extents (none: it is resident). Both must outlive the receiver.

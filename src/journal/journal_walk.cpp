@@ -4,8 +4,6 @@
 
 #include <cstdint>
 
-namespace {
-
 void decode_record(journal_entry& entry, byte_view record) {
     switch (record.value<std::uint16_t>(usn_header::major_version)) {
         case 2: decode_record_v2(entry, record); break;
@@ -14,8 +12,6 @@ void decode_record(journal_entry& entry, byte_view record) {
     }
     clear_run_fields(entry);
 }
-
-}  // namespace
 
 bool walk_chunk(journal_collection& journal, byte_view chunk, journal_entry& scratch) {
     const std::size_t before = journal.size();

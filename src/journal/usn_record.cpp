@@ -161,3 +161,11 @@ void clear_run_fields(journal_entry& entry) {
     entry.from_slack = 0;
     entry.snapshot_label.clear();
 }
+
+void clear_run_fields(journal_entry& entry, const usnjrnl_context& run) {
+    clear_run_fields(entry);
+    entry.from_unalloc = run.active_pass == carving_pass::unallocated ? 1 : 0;
+    entry.from_vss = run.active_pass == carving_pass::shadow_copies ? 1 : 0;
+    entry.from_slack = run.active_pass == carving_pass::slack ? 1 : 0;
+    entry.snapshot_label = run.snapshot_label;
+}

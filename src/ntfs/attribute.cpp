@@ -19,6 +19,7 @@ void read_non_resident(byte_view bytes, attribute& out) {
     out.resident = false;
     out.value = byte_view{};
     out.first_vcn = bytes.value<std::uint64_t>(attribute_header::first_vcn);
+    out.allocated_size = bytes.value<std::uint64_t>(attribute_header::allocated_size);
     out.real_size = bytes.value<std::uint64_t>(attribute_header::real_size);
     out.initialised_size = bytes.value<std::uint64_t>(attribute_header::initialised_size);
     out.run_list = bytes.from(bytes.value<std::uint16_t>(attribute_header::run_list_offset));

@@ -36,6 +36,7 @@ inline constexpr std::size_t value_offset = 0x14;  // u16
 // non-resident
 inline constexpr std::size_t first_vcn = 0x10;         // u64, of this piece
 inline constexpr std::size_t run_list_offset = 0x20;   // u16
+inline constexpr std::size_t allocated_size = 0x28;    // u64, bytes, in the first piece only
 inline constexpr std::size_t real_size = 0x30;         // u64, bytes of the whole stream; in the first piece only
 inline constexpr std::size_t initialised_size = 0x38;  // u64, likewise
 }  // namespace attribute_header
@@ -49,6 +50,7 @@ struct attribute {
     byte_view value;     // resident: the content
     byte_view run_list;  // non-resident: the data runs of this piece
     std::uint64_t first_vcn = 0;
+    std::uint64_t allocated_size = 0;
     std::uint64_t real_size = 0;
     std::uint64_t initialised_size = 0;
     std::uint64_t holder = 0;  // entry number of the record that the attribute stands in

@@ -53,8 +53,6 @@ void visit_blocks(ntfs_volume& volume, const mft_entry& directory, std::uint64_t
         return;
     }
     most_bytes -= claimed;
-    // Whatever the sizes say: every block that has clusters.
-    allocation.real_size = bytes_up_to_end(allocation.extents, volume.cluster_size());
     std::uint64_t lost = 0;
     const auto visit_chunk = [&](byte_view chunk) {
         byte_view block;

@@ -38,7 +38,7 @@ bool collect_stream(const mft_entry& entry, std::uint32_t type, std::u16string_v
     }
     if (!any) return false;
     put_in_vcn_order(found.extents);
-    if (!has_beginning) found.real_size = found.initialised_size = bytes_up_to_end(found.extents, cluster_size);
+    if (!has_beginning) found.real_size = found.initialised_size = end_in_bytes(found.extents, cluster_size);
     stream = std::move(found);
     return true;
 }
@@ -49,10 +49,6 @@ std::uint64_t extent_bytes(std::span<const extent> extents, std::uint32_t cluste
         if (!(skip_sparse && part.sparse)) clusters += part.length;  // they do not overlap, so the sum cannot wrap
     }
     return bytes_of(clusters, cluster_size);
-}
-
-std::uint64_t bytes_up_to_end(std::span<const extent> extents, std::uint32_t cluster_size) {
-    return bytes_of(end_of(extents), cluster_size);
 }
 
 std::uint64_t end_in_bytes(std::span<const extent> extents, std::uint32_t cluster_size) {

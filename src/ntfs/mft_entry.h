@@ -45,8 +45,5 @@ struct ntfs_stream {
 // Bytes of all extents, holes left out when asked; stops at the highest number that 64 bits hold.
 [[nodiscard]] std::uint64_t extent_bytes(std::span<const extent> extents, std::uint32_t cluster_size, bool skip_sparse);
 
-// Where the last extent ends in the stream, places that no extent holds included; bounded likewise.
-[[nodiscard]] std::uint64_t bytes_up_to_end(std::span<const extent> extents, std::uint32_t cluster_size);
-
-// Where the last extent ends, in bytes of the stream, under the same limit.
+// Where the last extent ends, in bytes of the stream, places that no extent holds included; under the same limit.
 [[nodiscard]] std::uint64_t end_in_bytes(std::span<const extent> extents, std::uint32_t cluster_size);

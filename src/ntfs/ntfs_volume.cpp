@@ -89,7 +89,7 @@ bool ntfs_volume::mount_source() {
     ntfs_stream data;
     if (!collect_stream(mft, attribute_type::data, u"", cluster_size(), data)) return true;
     mft_extents_ = std::move(data.extents);
-    const std::uint64_t bytes = data.resident ? cluster_size() : bytes_up_to_end(mft_extents_, cluster_size());
+    const std::uint64_t bytes = data.resident ? cluster_size() : end_in_bytes(mft_extents_, cluster_size());
     record_count_ = bytes / record_stride_;
     return true;
 }

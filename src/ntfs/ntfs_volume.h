@@ -91,6 +91,9 @@ public:
     // Bytes of the source; reads behind them fail. 0 when the system does not say.
     [[nodiscard]] std::uint64_t source_size() const { return reader_.disk_size(); }
 
+    // The reader itself, for passes that go over clusters and holes of the source in their own order.
+    [[nodiscard]] disk_reader& reader() { return reader_; }
+
     [[nodiscard]] const diagnostic_log& log() const { return log_; }
     [[nodiscard]] directory_cache& directories() { return directories_; }
 

@@ -1,41 +1,71 @@
 #include "output/record_writer.h"
 
 #include "journal/journal_collection.h"
+#include "output/body_writer.h"
 #include "output/csv_writer.h"
+#include "output/l2t_writer.h"
 #include "output/text_buffer.h"
+#include "output/xml_writer.h"
 
 #include <ostream>
 
 namespace uni {
 namespace {
 
-constexpr std::size_t block_bytes = 64 * std::size_t{1024};
+// How a writer's text goes to the stream: in blocks, or each record at once, so that whoever follows the file, or reads
+// it after a kill, sees every record whole.
+enum class handing { in_blocks, record_by_record };
 
-// Lets `append_record(entry, text)` turn every record into text, which goes to the stream whenever there are `enough`
-// bytes.
-template <typename append_record>
-bool write_in_order(std::ostream& out, journal_collection& journal, std::size_t enough, append_record append) {
-    text_buffer block;
-    const auto hand_on = [&out, &block] {
-        out.write(block.data(), static_cast<std::streamsize>(block.size()));
-        block.clear();
-        return out.good();
-    };
+class text_sink {
+public:
+    text_sink(std::ostream& out, handing how) : out_(out), how_(how) {}
+
+    // Where the next record goes. A stream that failed before gets a new chance with every record that goes out alone.
+    text_buffer& next_record() {
+        if (how_ == handing::record_by_record) out_.clear();
+        return text_;
+    }
+
+    // False when the stream did not take what was due.
+    [[nodiscard]] bool record_is_done() {
+        constexpr std::size_t block_bytes = 64 * std::size_t{1024};
+        return text_.size() < (how_ == handing::in_blocks ? block_bytes : 1) || hand_on();
+    }
+
+    [[nodiscard]] bool hand_on() {
+        out_.write(text_.data(), static_cast<std::streamsize>(text_.size()));
+        if (how_ == handing::record_by_record) out_.flush();
+        text_.clear();
+        return out_.good();
+    }
+
+private:
+    std::ostream& out_;
+    handing how_;
+    text_buffer text_;
+};
+
+template <auto write_record, typename writer>
+bool write_in_order(std::ostream& out, journal_collection& journal, writer to, handing how = handing::in_blocks) {
+    text_sink sink(out, how);
     journal.put_in_order();
     journal_entry entry;
     for (std::size_t place = 0; place < journal.size(); ++place) {
         journal.read_in_order(place, entry);
-        append(entry, block);
-        if (block.size() >= enough && !hand_on()) return false;
+        (to.*write_record)(entry, sink.next_record());
+        if (!sink.record_is_done()) return false;
     }
-    return hand_on();
+    return sink.hand_on();
 }
 
 bool write_with_chosen_writer(std::ostream& out, journal_collection& journal, usnjrnl_context& settings) {
-    csv_writer table(settings);
-    return write_in_order(out, journal, block_bytes, [&table](const journal_entry& entry, text_buffer& text) {
-        table.write_csv_record(entry, text);
-    });
+    if (settings.xml) {
+        return write_in_order<&xml_writer::write_xml_record>(out, journal, xml_writer(settings),
+                                                             handing::record_by_record);
+    }
+    if (settings.bodyfile) return write_in_order<&body_writer::write_body_record>(out, journal, body_writer());
+    if (settings.csvl2t) return write_in_order<&l2t_writer::write_l2t_record>(out, journal, l2t_writer(settings));
+    return write_in_order<&csv_writer::write_csv_record>(out, journal, csv_writer(settings));
 }
 
 }  // namespace

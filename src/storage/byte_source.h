@@ -18,14 +18,15 @@ public:
     // Offsets and lengths of reads must be multiples of this; 1 when any will do. Never 0.
     [[nodiscard]] virtual std::uint32_t alignment() const = 0;
 
-    // The next stretch [begin, end) of bytes at or behind `offset` that is no hole; false when none follows. A source that
-    // does not know its holes answers with all that is left, for which the end may lie anywhere behind the last byte.
-    [[nodiscard]] virtual bool next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) {
-        begin = offset;
-        end = size() != 0 ? size() : ~std::uint64_t{0};
-        return begin < end;
-    }
-
     // Reads into.size() bytes at a byte offset; fewer only at the end of the source. False for an error.
     [[nodiscard]] virtual bool read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) = 0;
+
+    // The next stretch [begin, end) at or behind `offset` that is not a hole of the source's own. False when none
+    // follows. A source that does not know its holes answers with all that is left, or, when it has no size, with
+    // everything.
+    [[nodiscard]] virtual bool next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) const {
+        begin = offset;
+        end = size() == 0 ? ~std::uint64_t{0} : size();
+        return begin < end;
+    }
 };

@@ -21,14 +21,6 @@ public:
     }
     [[nodiscard]] std::uint64_t size() const override { return size_; }
     [[nodiscard]] std::uint32_t alignment() const override { return 1; }
-    [[nodiscard]] bool next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) override {
-        std::int64_t first = 0;
-        std::int64_t last = 0;
-        if (offset >= size_ || !file_.next_data(static_cast<std::int64_t>(offset), first, last)) return false;
-        begin = static_cast<std::uint64_t>(first);
-        end = static_cast<std::uint64_t>(last);
-        return begin < end;
-    }
     [[nodiscard]] bool read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) override {
         got = 0;
         while (got < into.size()) {  // a short read is no error: the rest is asked for
@@ -37,6 +29,14 @@ public:
             got += part;
         }
         return got == into.size() || offset + got >= size_;
+    }
+    [[nodiscard]] bool next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) const override {
+        std::int64_t data = 0;
+        std::int64_t hole = 0;
+        if (offset > highest_offset || !file_.next_data(static_cast<std::int64_t>(offset), data, hole)) return false;
+        begin = static_cast<std::uint64_t>(data);
+        end = static_cast<std::uint64_t>(hole);
+        return true;
     }
 
 private:

@@ -32,12 +32,13 @@ public:
     // error.
     [[nodiscard]] bool read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got);
 
-    // The next stretch [begin, end) at or behind `offset` that is no hole of the source; false when none follows.
+    [[nodiscard]] std::uint64_t disk_size() const { return is_open() ? source_->size() : 0; }  // bytes; 0: unknown
+
+    // Where the source has bytes of its own at or behind `offset`; between, a sparse image reads as zeros. False when
+    // nothing follows.
     [[nodiscard]] bool next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) const {
         return is_open() && source_->next_data(offset, begin, end);
     }
-
-    [[nodiscard]] std::uint64_t disk_size() const { return is_open() ? source_->size() : 0; }  // bytes; 0: unknown
 
 private:
     [[nodiscard]] bool read_aligned(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got);

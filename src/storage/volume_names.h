@@ -1,5 +1,5 @@
-// storage/volume_names.h: what the forms of a source's path stand for: drive letters, device paths, shadow copies and the
-// journal of a live volume. Texts only; nothing is opened.
+// storage/volume_names.h: what the forms of a source's path stand for: drive letters, device paths, shadow copies and
+// the journal of a live volume. Texts only; nothing is opened.
 #pragma once
 
 #include "storage/disk_reader.h"

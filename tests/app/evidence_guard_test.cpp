@@ -1,7 +1,7 @@
 #include "app/evidence_guard.h"
 
-#include "storage/volume_names.h"
 #include "platform/platform.h"
+#include "storage/volume_names.h"
 #include "support/parsed_options.h"
 #include "support/temporary_folder.h"
 

@@ -67,3 +67,12 @@ def lorq_as_nobody():
         program = shutil.copy(PROGRAM, folder)
         caller.command = ["setpriv", f"--reuid={NOBODY}", "--clear-groups", program]
         yield caller
+
+
+@pytest.fixture
+def make(lorq):
+    """Makes a journal `made` with the generator."""
+    def make_journal(*arguments):
+        subprocess.run([*RUNNER, os.environ["LORQ_MAKER"], *arguments, "made"], cwd=lorq.folder, check=True)
+        return "made"
+    return make_journal

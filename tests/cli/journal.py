@@ -18,12 +18,22 @@ def record(name="a.txt", reason=CLOSE | 0x102, usn=0x1000, moment=FIRST, file=(4
     if version == 4:
         tail = struct.pack("<QQQQqIIIHHqq", reference, 0, folder, 0, usn, reason, 0, 0, 1, 16, 0, PAGE)
         return struct.pack("<IHH", 8 + len(tail), 4, 0) + tail
-    text = name.encode("utf-16-le")
+    text = name.encode("utf-16-le", "surrogatepass")
     references = struct.pack("<QQ", reference, folder) if version == 2 else struct.pack("<QQQQ", reference, 0, folder, 0)
     fixed = 60 if version == 2 else 76
     tail = references + struct.pack("<qQIIIIHH", usn, filetime(moment), reason, 0, 0x107, 0x20, len(text), fixed) + text
     tail += bytes(-len(tail) % 8)
     return struct.pack("<IHH", 8 + len(tail), version, 0) + tail
+
+
+def changes(content):
+    """(FILETIME, reason, entry, name) of each record of an undamaged journal of version 2."""
+    for begin in range(0, len(content), PAGE):
+        at = begin
+        while at < begin + PAGE and (length := struct.unpack_from("<I", content, at)[0]):
+            entry, filetime, reason, size = struct.unpack_from("<Q16xQI12xH", content, at + 8)
+            yield filetime, reason, entry & 0xFFFFFFFFFFFF, content[at + 60:at + 60 + size].decode("utf-16-le")
+            at += length
 
 
 def page(*records):

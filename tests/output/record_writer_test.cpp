@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 namespace {
 
 constexpr std::size_t many = 5000;
@@ -93,6 +95,36 @@ TEST_F(WriteRecords, NothingToWriteIsWellWritten) {
     settings.journal = &journal;
     fill(1);
     EXPECT_FALSE(uni::write_records(out, settings, status));
+}
+
+// Marks each flush; those behind the good ones fail.
+class flush_marks final : public std::stringbuf {
+public:
+    explicit flush_marks(std::size_t good) : good_(good) {}
+
+protected:
+    int sync() override {
+        sputc('#');
+        return good_-- > 0 ? 0 : -1;
+    }
+
+private:
+    std::size_t good_;
+};
+
+TEST_F(WriteRecords, XmlHandsOnRecordByRecord) {
+    fill(3);
+    settings.xml = true;
+    for (const std::size_t good : {4U, 1U}) {
+        flush_marks buffer(good);
+        std::ostream out(&buffer);
+        out.setstate(std::ios::failbit);  // is cleared before each record
+        EXPECT_EQ(uni::write_records(out, settings, status), good == 4);
+        const std::string text = buffer.str();
+        EXPECT_EQ(std::count(text.begin(), text.end(), '#'), good == 4 ? 4 : 2);
+        EXPECT_TRUE(text.starts_with("<data_entry>\n") && text.ends_with(good == 4 ? ">\n##" : ">\n#"));
+        EXPECT_NE(text.find("<usn>0x000000000001</usn>\n</data_entry>\n#<data_entry>\n"), std::string::npos);
+    }
 }
 
 }  // namespace

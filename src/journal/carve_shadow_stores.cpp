@@ -1,0 +1,81 @@
+#include "base/file_reference.h"
+#include "base/format_text.h"
+#include "base/utf.h"
+#include "journal/carving_pass.h"
+#include "journal/cluster_reading.h"
+#include "journal/shadow_stores.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::uint64_t clusters_between_texts = 53;
+constexpr std::uint32_t piece_size = 4096;  // read at every cluster, whatever its size
+
+class store_reader {
+public:
+    store_reader(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress)
+        : volume_(volume),
+          reader_(volume, run),
+          progress_(progress),
+          clusters_left_(volume.geometry().total_clusters) {}
+
+    // False when the rest of the stores must be left: the file cannot be loaded or its first data attribute is empty.
+    [[nodiscard]] bool read(const shadow_store& store) {
+        mft_entry entry;
+        if (!volume_.load_entry(entry_number(store.file_reference), entry)) return false;
+        const auto is_data = [](const attribute& one) { return one.type == attribute_type::data; };
+        const auto first = std::ranges::find_if(entry.attributes, is_data);
+        if (first == entry.attributes.end()) return false;
+        if ((first->resident ? first->value.size() : first->allocated_size) == 0) return false;
+        ntfs_stream data;
+        if (!collect_stream(entry, attribute_type::data, first->name, volume_.cluster_size(), data)) return false;
+        for (const extent& part : data.extents) {
+            if (!part.sparse) read_run(part);
+        }
+        return true;
+    }
+
+private:
+    // No volume's stores have more clusters than the volume: what claims more is damage.
+    void read_run(const extent& part) {
+        const std::uint64_t total = volume_.geometry().total_clusters;
+        if (part.lcn >= total) return;
+        std::uint64_t left = std::min({part.length, total - part.lcn, clusters_left_});
+        clusters_left_ -= left;
+        for (std::uint64_t lcn = part.lcn; left != 0;) {
+            if (progress_ && counter_ % clusters_between_texts == 0) {
+                progress_(format_text("analyzing entry %lld", static_cast<long long>(counter_)));
+            }
+            const std::uint64_t until_text = clusters_between_texts - counter_ % clusters_between_texts;
+            const std::uint64_t count = progress_ ? std::min(left, until_text) : left;
+            if (const auto at = volume_.cluster_offset(lcn))
+                reader_.read(*at, count, piece_size, volume_.cluster_size());
+            lcn += count;
+            counter_ += count;
+            left -= count;
+        }
+    }
+
+    ntfs_volume& volume_;
+    piece_reader reader_;
+    const progress_sink& progress_;
+    std::uint64_t clusters_left_;
+    std::uint64_t counter_ = 0;
+};
+
+}  // namespace
+
+bool carve_shadow_stores(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress) {
+    if (!volume.mount()) return false;
+    const std::vector<shadow_store> stores = find_shadow_stores(volume);
+    const active_pass active(run, carving_pass::shadow_copies);
+    store_reader reader(volume, run, progress);
+    for (const shadow_store& store : stores) {
+        run.snapshot_label = "SnapID: " + guid_text(store.copy_id);
+        volume.log().line("info: shadow-copy store " + guid_text(store.store_id) + ", " + run.snapshot_label + ", " +
+                          to_utf8(store.operating_machine) + ", " + to_utf8(store.service_machine));
+        if (!reader.read(store)) break;
+    }
+    return conclude_pass(run);
+}

@@ -1,0 +1,126 @@
+#include "base/format_text.h"
+#include "journal/carving_pass.h"
+#include "journal/cluster_reading.h"
+
+#include <algorithm>
+#include <bit>
+#include <vector>
+
+namespace {
+
+constexpr std::uint64_t bitmap_piece = 1U << 20U;
+constexpr std::uint64_t largest_bitmap = (std::uint64_t{1} << 29U) - 1;
+constexpr std::uint64_t clusters_between_texts = 753;
+
+// Goes over the bits of $Bitmap in order and reads what is free, a run of free clusters at a time.
+class free_cluster_walk {
+public:
+    free_cluster_walk(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress, std::uint64_t clusters)
+        : volume_(volume),
+          reader_(volume, run),
+          progress_(progress),
+          shown_clusters_(clusters),
+          clusters_(std::min(clusters, volume.geometry().total_clusters)) {}
+
+    // The next bytes of the bitmap; only its last piece may end between two multiples of 8 bytes.
+    void take(std::span<const std::uint8_t> bits) {
+        for (std::size_t at = 0; at < bits.size() && next_ < clusters_;) {
+            const std::uint8_t eight = bits[at++];
+            if (eight == 0 || eight == 0xFF) {
+                take_alike(eight == 0, 8);
+                continue;
+            }
+            for (unsigned bit = 0; bit < 8; ++bit) take_alike((eight >> bit & 1U) == 0, 1);
+        }
+    }
+
+    void finish() { read_free_run(); }
+
+private:
+    void take_alike(bool free, std::uint64_t count) {
+        count = std::min(count, clusters_ - next_);
+        if (count == 0) return;
+        if (free) {
+            if (free_from_ == free_to_) free_from_ = next_;
+            free_to_ = next_ + count;
+        } else {
+            if (free_to_ != free_from_ || next_ == 0) {
+                read_free_run();
+                if (progress_) progress_("looking for unalloc cluster");
+            }
+        }
+        next_ += count;
+    }
+
+    void read_free_run() {
+        const std::uint64_t cluster_size = volume_.cluster_size();
+        while (free_from_ != free_to_) {
+            // As far as the next text, which comes before its cluster is read.
+            const std::uint64_t until_text = clusters_between_texts - free_seen_ % clusters_between_texts;
+            if (progress_ && until_text == 1) {
+                progress_(format_text("analyzing cluster %lld of %lld", static_cast<long long>(free_from_),
+                                      static_cast<long long>(shown_clusters_)));
+            }
+            const std::uint64_t left = free_to_ - free_from_;
+            const std::uint64_t count =
+                !progress_ ? left : std::min(left, until_text == 1 ? clusters_between_texts : until_text - 1);
+            const auto at = volume_.cluster_offset(free_from_);
+            if (at) reader_.read(*at, count, volume_.cluster_size(), static_cast<std::uint32_t>(cluster_size));
+            free_from_ += count;
+            free_seen_ += count;
+        }
+    }
+
+    ntfs_volume& volume_;
+    piece_reader reader_;
+    const progress_sink& progress_;
+    std::uint64_t shown_clusters_;  // the bitmap's padding included
+    std::uint64_t clusters_;
+    std::uint64_t next_ = 0;
+    std::uint64_t free_from_ = 0;  // the run of free clusters that is not read yet
+    std::uint64_t free_to_ = 0;
+    std::uint64_t free_seen_ = 0;
+};
+
+// The first `length` bytes of the bitmap. The result is how many of them could not be read: where they end, the walk
+// ends.
+std::uint64_t walk_bitmap(ntfs_volume& volume, const ntfs_stream& bitmap, std::uint64_t length,
+                          free_cluster_walk& walk) {
+    std::vector<std::uint8_t> piece(static_cast<std::size_t>(std::min(length, bitmap_piece)));
+    std::uint64_t at = 0;
+    while (at < length) {
+        const auto wanted =
+            std::span(piece).first(static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), length - at)));
+        std::size_t got = 0;
+        if (!volume.read_stream_range(bitmap.extents, at, wanted, got)) break;
+        walk.take(wanted.first(got));
+        at += got;
+        if (got != wanted.size()) break;
+    }
+    return length - at;
+}
+
+}  // namespace
+
+bool carve_unallocated(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress) {
+    if (!volume.mount()) return false;
+    run.mft_entry_count = entry_number_bound(volume);
+    mft_entry entry;
+    ntfs_stream bitmap;
+    if (!volume.load_entry(bitmap_entry_number, entry) ||
+        !collect_stream(entry, attribute_type::data, u"", volume.cluster_size(), bitmap)) {
+        return conclude_pass(run);
+    }
+    const active_pass active(run, carving_pass::unallocated);
+    const std::uint64_t promised = bitmap.resident ? bitmap.content.size() : bitmap.real_size;
+    const std::uint64_t bytes = std::min(promised, largest_bitmap);
+    free_cluster_walk walk(volume, run, progress, bytes * 8);
+    if (bitmap.resident) {
+        walk.take(bitmap.content.bytes());
+    } else {
+        run.lost_bytes += walk_bitmap(volume, bitmap, std::min(bytes, volume.geometry().total_clusters / 8 + 1), walk);
+    }
+    walk.finish();
+    show_results_text(progress);
+    return conclude_pass(run);
+}

@@ -1,0 +1,36 @@
+// journal/cluster_reading.h: how the carving passes read: neighbouring pieces together, handed on one by one; around
+// damage one by one. Holes of a sparse image are not read: zeros hold no records.
+#pragma once
+
+#include "app/usnjrnl_context.h"
+#include "journal/chunk_receiver.h"
+#include "ntfs/ntfs_volume.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+class piece_reader {
+public:
+    // Lives as long as one pass over `volume`.
+    piece_reader(ntfs_volume& volume, usnjrnl_context& run) : volume_(volume), run_(run), receiver_(run) {}
+
+    // Reads `count` pieces of `size` bytes, the first at byte `offset` of the source and each `step` behind the one
+    // before, and hands each to the receiver. Bytes that cannot be read are added to the run's lost bytes; what lies
+    // behind the end of the source is not there and counts nothing.
+    void read(std::uint64_t offset, std::uint64_t count, std::uint32_t size, std::uint32_t step);
+
+private:
+    void read_together(std::uint64_t offset, std::uint64_t count, std::uint32_t size, std::uint32_t step);
+    void read_one(std::uint64_t offset, std::uint32_t size);
+    [[nodiscard]] bool in_hole(std::uint64_t offset, std::uint64_t end);
+
+    ntfs_volume& volume_;
+    usnjrnl_context& run_;
+    chunk_receiver receiver_;
+    std::vector<std::uint8_t> buffer_;
+    std::uint64_t asked_from_ =
+        0;  // what the source last said of its holes: none of its bytes in [asked_from_, data_begin_)
+    std::uint64_t data_begin_ = 0;
+    std::uint64_t data_end_ = 0;
+};

@@ -1,0 +1,38 @@
+#include "output/body_writer.h"
+
+#include "output/macb.h"
+#include "output/number_text.h"
+
+namespace uni {
+namespace {
+
+constexpr std::size_t fixed_room = 16 + 5 * number_room(0);  // of a line without its name
+
+// A time before 1970 wraps around; one that no calendar has is 0, like the slot without a time.
+constexpr std::uint64_t unix_seconds(std::uint64_t filetime) {
+    constexpr std::uint64_t filetime_of_1970 = 116'444'736'000'000'000;
+    constexpr std::uint64_t units_per_second = 10'000'000;
+    if (filetime == 0 || (filetime >> 63U) != 0) return 0;
+    return (filetime - filetime_of_1970) / units_per_second;
+}
+
+}  // namespace
+
+void body_writer::write_body_record(const journal_entry& entry, text_buffer& out) {
+    const std::string_view name = names_.of(entry.name);
+    const slot_times times = slot_times_of(entry);
+    char* to = out.room(name.size() + fixed_room);
+    to = put_text(to, "0|");
+    to = put_text(to, name);
+    *to++ = '|';
+    to = put_decimal(to, entry_number(entry.file_ref), 0);
+    to = put_text(to, "||0|0|0");
+    for (const std::uint64_t time : {times.accessed, times.modified, times.changed, times.born}) {
+        *to++ = '|';
+        to = put_decimal(to, unix_seconds(time), 0);
+    }
+    *to++ = '\n';
+    out.end_at(to);
+}
+
+}  // namespace uni

@@ -1,0 +1,21 @@
+// output/body_writer.h: -bodyfile, one line per record in the layout that the timeline tools of the Sleuth Kit read:
+// MD5|name|inode|mode|uid|gid|size|atime|mtime|ctime|crtime, times in Unix seconds. No header, no path. Made by the
+// dispatch for one run.
+#pragma once
+
+#include "journal/journal_entry.h"
+#include "output/name_text.h"
+#include "output/text_buffer.h"
+
+namespace uni {
+
+class body_writer {
+public:
+    // Appends the line of any record, closed or not, with a time or without.
+    void write_body_record(const journal_entry& entry, text_buffer& out);
+
+private:
+    name_text names_{'|', ';'};  // whatever the run's separator is
+};
+
+}  // namespace uni

@@ -1,0 +1,100 @@
+#include "output/l2t_writer.h"
+
+#include "base/text.h"
+#include "output/macb.h"
+#include "output/mft_status.h"
+#include "output/number_text.h"
+#include "output/text_marks.h"
+
+namespace uni {
+
+l2t_writer::l2t_writer(usnjrnl_context& settings)
+    : settings_(settings),
+      times_(settings.time_format_flags),
+      types_(slot_descriptions),
+      names_(settings.replaced_character, settings.replacement) {
+    const std::string& s = settings.separator;
+    zone_ = s + "UTC" + s;
+    source_ = s + "USNJRNL" + s + "NTFS:$UsnJrnl:$J" + s;
+    owner_ = s + settings.user_name + s + settings.host_name + s;
+    version_ = s + "2" + s;
+    // No separator's character is in these two texts or in a number, so they need no replacement.
+    parent_ = s + "parent inode: ";
+    format_ = s + settings.program_name + " (korvane)" + s + "seq num: ";
+    constexpr std::size_t longest_time = 40;
+    fixed_room_ = 4 * s.size() + longest_time + zone_.size() + source_.size() + owner_.size() + version_.size() +
+                  parent_.size() + format_.size() + 4 * number_room(0);
+}
+
+void l2t_writer::write_l2t_record(const journal_entry& entry, text_buffer& out) {
+    if (settings_.write_header) write_header(out);
+    const macb_letters letters = macb_text(entry.reason);
+    if (letters == no_macb_letters || !times_.format(entry.timestamp)) return;
+    const std::string_view type = types_.text_of(entry.reason);
+    const std::string_view name = names_.of(entry.name);
+    const std::string_view path = full_path(entry);
+
+    char* to = out.room(fixed_room_ + type.size() + 2 * name.size() + path.size());
+    to = put_time(to);
+    to = put_text(to, zone_);
+    to = put_text(to, {letters.data(), letters.size()});
+    to = put_text(to, source_);
+    to = put_text(to, type);
+    to = put_text(to, owner_);
+    to = put_text(to, name);
+    to = put_text(to, settings_.separator);
+    to = put_text(to, path);
+    to = put_text(to, version_);
+    to = put_text(to, name);
+    to = put_text(to, settings_.separator);
+    to = put_number(to, entry_number(entry.file_ref), 8);
+    to = put_text(to, parent_);
+    to = put_number(to, entry_number(entry.parent_ref), 8);
+    to = put_text(to, format_);
+    to = put_number(to, sequence_number(entry.file_ref), 4);
+    *to++ = '\n';
+    out.end_at(to);
+}
+
+void l2t_writer::write_header(text_buffer& out) {
+    settings_.write_header = false;
+    out.append(settings_.pair_date_time ? "date/time" : "date");
+    if (!settings_.pair_date_time) {
+        out.append(settings_.separator);
+        out.append("time");
+    }
+    for (const std::string_view name : {"timezone", "MACB", "source", "sourcetype", "type", "user", "host", "short",
+                                        "desc", "version", "filename", "inode", "notes", "format", "extra"}) {
+        out.append(settings_.separator);
+        out.append(name);
+    }
+    out.append("\n");
+}
+
+// Empty when nothing is known of the parent.
+std::string_view l2t_writer::full_path(const journal_entry& entry) {
+    const mft_status status = mft_status_of(entry);
+    if (!settings_.show_dir_path || entry.parent_path.empty() || status == mft_status::parent_gone) return {};
+    path_text(entry, status, path_);
+    if (settings_.replaced_character != 0) replace_all(path_, settings_.replaced_character, settings_.replacement);
+    mark_line_breaks(path_);
+    return path_;
+}
+
+char* l2t_writer::put_time(char* to) const {
+    if (settings_.pair_date_time && !settings_.no_whitespace) *to++ = ' ';
+    to = put_text(to, times_.date());
+    if (settings_.pair_date_time) {
+        *to++ = ' ';
+    } else {
+        to = put_text(to, settings_.separator);
+        if (!settings_.no_whitespace) *to++ = ' ';
+    }
+    return put_text(to, times_.time());
+}
+
+char* l2t_writer::put_number(char* to, std::uint64_t value, std::size_t digits) const {
+    return settings_.hexadecimal ? put_hexadecimal(to, value, digits) : put_decimal(to, value, 0);
+}
+
+}  // namespace uni

@@ -1,0 +1,50 @@
+// output/l2t_writer.h: -csvl2t, log2timeline's table of 17 columns: one header line, then one line for each record
+// that falls into a slot of a timeline. Made by the dispatch for one run; what stands between a line's variable fields
+// is put together once.
+#pragma once
+
+#include "app/usnjrnl_context.h"
+#include "journal/journal_entry.h"
+#include "output/date_time.h"
+#include "output/name_text.h"
+#include "output/text_buffer.h"
+#include "output/token_cache.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace uni {
+
+class l2t_writer {
+public:
+    // The settings outlive the writer; it clears their `write_header`.
+    explicit l2t_writer(usnjrnl_context& settings);
+
+    // Appends the header when it is pending, then the record's line: closed or not, but none for a record whose reason
+    // touches no slot or whose time is not valid.
+    void write_l2t_record(const journal_entry& entry, text_buffer& out);
+
+private:
+    void write_header(text_buffer& out);
+    [[nodiscard]] std::string_view full_path(const journal_entry& entry);
+    char* put_time(char* to) const;
+    char* put_number(char* to, std::uint64_t value, std::size_t digits) const;
+
+    usnjrnl_context& settings_;
+    time_formatter times_;
+    token_cache types_;
+    name_text names_;
+    std::string path_;
+
+    // With the separators around them.
+    std::string zone_;
+    std::string source_;
+    std::string owner_;
+    std::string version_;
+    std::string parent_;
+    std::string format_;
+    std::size_t fixed_room_;  // enough for a line without its texts
+};
+
+}  // namespace uni

@@ -1,0 +1,66 @@
+#include "output/xml_document.h"
+
+#include "output/xml_escape.h"
+
+#include <ostream>
+#include <string>
+
+namespace uni {
+namespace {
+
+// Each line of the header stays one, the last one also with a line feed inside an argument.
+void append_comment(std::string_view run_header, std::string& out) {
+    constexpr int lines_of_header = 3;
+    if (run_header.ends_with('\n')) run_header.remove_suffix(1);
+    out += "<!--\n";
+    for (int line = 1; line <= lines_of_header; ++line) {
+        const std::size_t end = line < lines_of_header ? run_header.find('\n') : std::string_view::npos;
+        append_comment_text(run_header.substr(0, end), out);
+        out += '\n';
+        if (end == std::string_view::npos) break;
+        run_header.remove_prefix(end + 1);
+    }
+    out += "-->\n";
+}
+
+void append_attribute(std::string_view name, std::string_view value, bool escape, std::string& out) {
+    out += name;
+    out += "=\"";
+    if (escape) {
+        append_escaped(value, out);
+    } else {
+        out += value;
+    }
+    out += '"';
+}
+
+std::string beginning_of_document(const usnjrnl_context& settings, std::string_view run_header) {
+    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n";
+    if (!run_header.empty()) append_comment(run_header, text);
+    text += "<logdata ";
+    if (!settings.image_path.empty()) {
+        append_attribute("umounted_image", settings.image_path, settings.xml_escape, text);
+        text += '\n';
+    }
+    append_attribute("filename", settings.journal_path, settings.xml_escape, text);
+    text += ' ';
+    append_attribute("version", settings.banner, settings.xml_escape, text);
+    return text += ">\n";
+}
+
+bool hand_on(std::ostream& out, std::string_view text) {
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    out.flush();
+    return out.good();
+}
+
+}  // namespace
+
+bool write_xml_document(std::ostream& out, const usnjrnl_context& settings, std::string_view run_header,
+                        const std::function<bool()>& run) {
+    if (settings.journal_path.empty() || !hand_on(out, beginning_of_document(settings, run_header))) return false;
+    const bool done = run();
+    return hand_on(out, "</logdata>\n") && done;
+}
+
+}  // namespace uni

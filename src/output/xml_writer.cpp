@@ -1,0 +1,145 @@
+#include "output/xml_writer.h"
+
+#include "base/utf.h"
+#include "journal/usn_text.h"
+#include "output/mft_status.h"
+#include "output/number_text.h"
+#include "output/xml_escape.h"
+
+namespace uni {
+namespace {
+
+constexpr std::string_view corrupted_entry =
+    "<data_entry corrupted=\"yes\">\n"
+    "\t<usndate>unk</usndate>\n"
+    "\t<usntime>unk</usntime>\n"
+    "\t<name>unk</name>\n"
+    "\t<reason>unk</reason>\n"
+    "</data_entry>\n"
+    "\n";
+
+struct tags {
+    std::string_view opening;
+    std::string_view closing;
+};
+
+constexpr tags usn_date = {"\t<USNDate>", "</USNDate>\n"};
+constexpr tags usn_time = {"\t<USNTime>", "</USNTime>\n"};
+constexpr tags file_name = {"\t<name>", "</name>\n"};
+constexpr tags reason = {"\t<reason>", "</reason>\n"};
+constexpr tags mft_ref = {"\t<mft_ref>", "</mft_ref>\n"};
+constexpr tags sequence = {"\t<sequence>", "</sequence>\n"};
+constexpr tags parent_mft_ref = {"\t<parent_mft_ref>", "</parent_mft_ref>\n"};
+constexpr tags attributes = {"\t<attributes>", "</attributes>\n"};
+constexpr tags usn = {"\t<usn>", "</usn>\n"};
+constexpr tags status_field = {"\t<MFTStatus>", "</MFTStatus>\n"};
+constexpr tags path_field = {"\t<path>", "</path>\n"};
+constexpr tags modify_date = {"\t<SIModifyDate>", "</SIModifyDate>\n"};
+constexpr tags modify_time = {"\t<SIModifyTime>", "</SIModifyTime>\n"};
+constexpr tags access_date = {"\t<SIAccessDate>", "</SIAccessDate>\n"};
+constexpr tags access_time = {"\t<SIAccessTime>", "</SIAccessTime>\n"};
+constexpr tags mft_changed_date = {"\t<SIMFTChangedDate>", "</SIMFTChangedDate>\n"};
+constexpr tags mft_changed_time = {"\t<SIMFTChangedTime>", "</SIMFTChangedTime>\n"};
+constexpr tags created_date = {"\t<SICreatedDate>", "</SICreatedDate>\n"};
+constexpr tags created_time = {"\t<SICreatedTime>", "</SICreatedTime>\n"};
+
+// Enough for a record without its name, its flag words and its path.
+constexpr std::size_t fixed_room = 1536;
+
+// A tag's text is known here, so each of the three copies but the middle one is a few plain stores.
+template <const tags& of>
+char* put_field(char* to, std::string_view content) {
+    return put_text(put_text(put_text(to, of.opening), content), of.closing);
+}
+
+template <const tags& of>
+char* put_long_field(text_buffer& out, char* to, std::string_view content) {
+    return put_field<of>(out.room(to, content.size() + fixed_room), content);
+}
+
+template <const tags& date, const tags& time>
+char* put_time_fields(char* to, time_formatter& times, std::uint64_t filetime) {
+    if (filetime == 0 || !times.format(filetime)) return to;
+    return put_field<time>(put_field<date>(to, times.date()), times.time());
+}
+
+// A journal of this file system has no time outside these years.
+constexpr bool is_plausible(std::uint64_t filetime) {
+    constexpr std::uint64_t begin_of_1990 = 122'756'256'000'000'000;
+    constexpr std::uint64_t begin_of_2101 = 157'784'544'000'000'000;
+    return filetime >= begin_of_1990 && filetime < begin_of_2101;
+}
+
+}  // namespace
+
+xml_writer::xml_writer(const usnjrnl_context& settings)
+    : settings_(settings),
+      times_(settings.time_format_flags),
+      pulled_times_(settings.time_format_flags),
+      reasons_(reason_tokens),
+      attributes_(attribute_tokens) {}
+
+void xml_writer::write_xml_record(const journal_entry& entry, text_buffer& out) {
+    if (settings_.closed_only && (entry.reason & usn_reason::close) == 0) return;
+    if (!is_plausible(entry.timestamp) || !times_.format(entry.timestamp)) {
+        out.append(corrupted_entry);
+        return;
+    }
+    char* to = put_text(out.room(fixed_room), "<data_entry>\n");
+    to = put_field<usn_date>(to, times_.date());
+    to = put_field<usn_time>(to, times_.time());
+    to = put_name(out, to, entry.name);
+    to = put_long_field<reason>(out, to, reasons_.text_of(entry.reason));
+    to = put_text(to, mft_ref.opening);
+    to = put_text(put_number(to, entry_number(entry.file_ref), 12), mft_ref.closing);
+    to = put_text(to, sequence.opening);
+    to = put_text(put_number(to, sequence_number(entry.file_ref), 4), sequence.closing);
+    to = put_text(to, parent_mft_ref.opening);
+    to = put_text(put_number(to, entry_number(entry.parent_ref), 12), parent_mft_ref.closing);
+    to = put_long_field<attributes>(out, to, attributes_.text_of(entry.file_attributes));
+    to = put_text(to, usn.opening);
+    to = put_text(put_number(to, static_cast<std::uint64_t>(entry.usn), 12), usn.closing);
+    if (settings_.show_dir_path) to = put_path_fields(out, to, entry);
+    out.end_at(put_text(to, "</data_entry>\n"));
+}
+
+char* xml_writer::put_name(text_buffer& out, char* to, std::u16string_view name) {
+    to = put_text(out.room(to, name.size() + fixed_room), file_name.opening);
+    if (put_unescaped_name(name, to)) return put_text(to + name.size(), file_name.closing);
+    text_.clear();
+    if (settings_.xml_escape) {
+        append_utf8(name, text_);
+    } else {
+        xml_escape(name, wide_name_);
+        append_utf8(wide_name_, text_);
+    }
+    const std::string_view text = escaped(text_);
+    return put_text(put_text(out.room(to, text.size() + fixed_room), text), file_name.closing);
+}
+
+// The times stand there whatever the status.
+char* xml_writer::put_path_fields(text_buffer& out, char* to, const journal_entry& entry) {
+    const mft_status status = mft_status_of(entry);
+    to = put_field<status_field>(to, status_word(status));
+    path_text(entry, status, text_);
+    to = put_long_field<path_field>(out, to, escaped(text_));
+    if (!settings_.pull_times) return to;
+    to = put_time_fields<modify_date, modify_time>(to, pulled_times_, entry.si_modified);
+    to = put_time_fields<access_date, access_time>(to, pulled_times_, entry.si_accessed);
+    to = put_time_fields<mft_changed_date, mft_changed_time>(to, pulled_times_, entry.si_mft_changed);
+    return put_time_fields<created_date, created_time>(to, pulled_times_, entry.si_created);
+}
+
+char* xml_writer::put_number(char* to, std::uint64_t value, std::size_t digits) const {
+    return settings_.hexadecimal ? put_hexadecimal(to, value, digits) : put_decimal(to, value, 0);
+}
+
+// The text itself unless -xml_escape is on.
+std::string_view xml_writer::escaped(const std::string& text) {
+    if (!settings_.xml_escape) return text;
+    escaped_.clear();
+    append_escaped(text, escaped_);
+    return escaped_;
+}
+
+}  // namespace uni

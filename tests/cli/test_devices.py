@@ -1,0 +1,49 @@
+"""Live volumes and shadow copies: by their Windows names on Linux, through a device folder; the system's calls on Windows."""
+import os
+import re
+import subprocess
+
+import pytest
+
+from conftest import FAILED, WINDOWS, as_root, linux_only
+
+
+@linux_only
+@as_root
+def test_a_volume_is_read_under_each_of_its_names(lorq):
+    folder = os.environ["LORQ_DEVICE_FOLDER"]
+    os.makedirs(folder, exist_ok=True)
+    lorq.write("v", b"")
+    subprocess.run([os.environ["LORQ_MAKER"], "--records", "500", "made"], cwd=lorq.folder, check=True)
+    subprocess.run([os.environ["LORQ_VOLUME_MAKER"], "--journal", "made", "v"], cwd=lorq.folder, check=True,
+                   stdout=subprocess.DEVNULL)
+    nodes = [os.path.join(folder, name) for name in ("w:", "HarddiskVolumeShadowCopy96")]
+    for node in nodes:
+        os.symlink(lorq.path("v"), node)
+    loop = subprocess.run(["losetup", "--find", "--show", "v"], cwd=lorq.folder, stdout=subprocess.PIPE, check=False, text=True)
+    try:
+        expected = lorq.table("-file", "made", "-a")
+        sources = [["-partition", "w"], ["-partition", "w:\\"], ["-partition", "\\\\.\\w:"], ["-vss", "96"],
+                   ["-file", "w:\\$extend\\$USNjrnl:$j"], ["-partition", "./v"]]
+        if loop.returncode == 0:  # not every machine has loop devices
+            sources.append(["-partition", loop.stdout.strip()])
+        for source in sources:
+            assert lorq.table(*source, "-a") == expected, source
+        done = lorq("-vss", "96", "-a", "-show_dir_path")
+        assert done.err.startswith("analyzing: normal USNJRNL data...\n")
+    finally:
+        if loop.returncode == 0:
+            subprocess.run(["losetup", "--detach", loop.stdout.strip()], check=True)
+        for node in nodes:
+            os.remove(node)
+
+
+@pytest.mark.skipif(not WINDOWS, reason="calls of that system")
+def test_how_a_drive_letter_is_opened_and_asked(lorq):
+    done = lorq("-partition", "c", env={**os.environ, "WINEDEBUG": "+file,+ntdll"})
+    assert done.code == FAILED
+    assert "prob validating volume c as a NTFS partition, aborting...\n" in done.err
+    opened = r'CreateFileW L"\\\\\\\\\.\\\\c:" GENERIC_READ FILE_SHARE_READ FILE_SHARE_WRITE +creation 3 attributes 0x80\n'
+    after = done.err[re.search(opened, done.err).end():]
+    asked = re.findall(r"NtDeviceIoControlFile .*?,0x000(7\w{4}),", after)
+    assert asked == ["700a0", "74004", "70048"]  # geometry, partition, and partition in its other form, which Wine lacks

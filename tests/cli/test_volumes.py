@@ -1,0 +1,211 @@
+"""Volumes made by lorq-make-volume: an image gives the records of the stream that another tool extracts, each of them stands
+where -show_offset says, and the volume is found in every kind of partition table."""
+import csv
+import os
+import re
+import struct
+import subprocess
+
+import pytest
+
+from conftest import FAILED, RUNNER
+from journal import PAGE, record
+
+MAKER = os.environ.get("LORQ_VOLUME_MAKER", "")
+pytestmark = pytest.mark.skipif(not os.path.exists(MAKER), reason="volumes are made by a Linux program")
+MIB = 1 << 20
+
+
+@pytest.fixture
+def volume(lorq):
+    """Makes a journal `made` and a volume `v` that holds it; the journal's runs there as (VCN, LCN, length)."""
+    def make(options, records=6000, lead=65536, holes=(), journal="made"):
+        if journal == "made":
+            subprocess.run([*RUNNER, os.environ["LORQ_MAKER"], "--records", str(records), "--versions", "2:5,3",
+                            "--sparse-lead", str(lead), journal], cwd=lorq.folder, check=True)
+        with open(lorq.path(journal), "r+b") as file:
+            for at, length in holes:
+                os.pwrite(file.fileno(), bytes(length), lead + at)
+        done = subprocess.run([MAKER, *options.split(), "--files", "40", "--journal", journal, "v"], cwd=lorq.folder,
+                              check=True, stdout=subprocess.PIPE)
+        return [tuple(map(int, line.split())) for line in done.stdout.splitlines()]
+    return make
+
+
+def rows(lorq, *arguments):
+    """Rows of the table, offset first."""
+    lines = csv.reader(lorq.table(*arguments, "-a", "-csv", "-show_offset")[1:])
+    return [(int(row[7], 16), *row[:7], *row[8:]) for row in lines]
+
+
+def copy_into(disk, at, source):
+    """What is not a hole in the file `source` goes to byte `at` of the open file `disk`."""
+    with open(source, "rb") as file:
+        end = os.fstat(file.fileno()).st_size
+        os.truncate(disk.fileno(), max(at + end, os.fstat(disk.fileno()).st_size))
+        stop = 0
+        while stop < end:
+            try:
+                begin = os.lseek(file.fileno(), stop, os.SEEK_DATA)
+            except OSError:
+                return
+            stop = os.lseek(file.fileno(), begin, os.SEEK_HOLE)
+            for part in range(begin, stop, MIB):
+                os.pwrite(disk.fileno(), os.pread(file.fileno(), min(MIB, stop - part), part), at + part)
+
+
+def stands_in_first_run(usn, length, cluster, runs):
+    """Whether the record lies in the same run as the beginning of its chunk, from which its offset is counted."""
+    for start in range(usn - usn % (16 * cluster), usn + 1, PAGE):
+        for vcn, _, clusters in runs:
+            if vcn * cluster <= start < (vcn + clusters) * cluster:
+                return usn + length <= (vcn + clusters) * cluster
+    return False
+
+
+@pytest.mark.parametrize("options, more", [
+    ("--cluster 512", {"holes": [(3 * 512, 40 * 512), (100 * PAGE, 8 * PAGE)]}),
+    ("--cluster 512 --fragments 300", {}),
+    ("--cluster 512 --fragments 300 --moved 1", {}),
+    ("--cluster 512 --fragments 4000", {"records": 20000}),
+    ("--cluster 1024 --fragments 600 --moved 1", {}),
+    ("--cluster 4096", {"holes": [(3 * PAGE, 20 * PAGE), (80 * PAGE, 7 * PAGE)]}),
+    ("--cluster 4096 --fragments 30 --size 12G", {"lead": 10 << 30}),
+    ("--cluster 4096 --record 4096 --fragments 100", {}),
+    ("--cluster 4096 --record 4096 --sector 4096", {}),
+    ("--cluster 4096 --sector 4096 --fragments 9", {}),
+    ("--cluster 65536 --record 4096", {"holes": [(3 * 65536 + PAGE, 2 * 65536), (7 * 65536, 65536)], "lead": 0}),
+    ("--cluster 2M --size 512M --fragments 2", {"records": 40000}),
+    ("--cluster 2M --size 512M --sector 4096 --record 4096", {}),
+])
+def test_an_image_gives_the_extracted_records_where_they_stand(lorq, volume, options, more):
+    runs = volume(options, **more)
+    subprocess.run("ntfscat -f -a 0x80 -n '$J' v '$Extend/$UsnJrnl' | cp --sparse=always /dev/stdin extracted", shell=True,
+                   cwd=lorq.folder, check=True)
+    expected = rows(lorq, "-file", "extracted")
+    found = rows(lorq, "-image", "v")
+    assert len(expected) > 1000
+    assert [row[1:] for row in found] == [row[1:] for row in expected]
+
+    cluster = int(re.search("cluster ([0-9]+)", options)[1]) * (MIB if "2M" in options else 1)
+    read_back = 0
+    with open(lorq.path("v"), "rb") as image, open(lorq.path("extracted"), "rb") as stream:
+        for (offset, *row), (usn, *_) in zip(found, expected):
+            length = 60 + 2 * len(row[8])
+            if stands_in_first_run(usn, length, cluster, runs):
+                read_back += 1
+                assert os.pread(image.fileno(), length, offset) == os.pread(stream.fileno(), length, usn), row
+    assert read_back >= len(found) // (20 if len(runs) > 1 else 1)
+
+    with open(lorq.path("disk"), "wb") as disk:
+        copy_into(disk, MIB, lorq.path("v"))
+        table = gpt(4096, 256) if "--sector" in options else boot_record((7, 2048, os.path.getsize(lorq.path("v")) // 512))
+        os.pwrite(disk.fileno(), table, 0)
+    assert rows(lorq, "-image", "disk", "-offset", "0x100000") == [(row[0] + MIB, *row[1:]) for row in found]
+
+
+def test_a_resident_journal(lorq, volume):
+    lorq.write("j", b"".join(record(name=f"{n}.txt", usn=n * 72) for n in range(1, 5)))
+    assert volume("", journal="j") == []
+    assert [row[9] for row in rows(lorq, "-image", "v")] == ["1.txt", "2.txt", "3.txt", "4.txt"]
+
+
+def test_what_lies_behind_the_end_of_an_image_is_lost_and_said_once(lorq, volume):
+    runs = volume("--fragments 4")
+    expected = [int(row[7], 16) for row in rows(lorq, "-file", "made")]
+    vcn, lcn, clusters = max(runs, key=lambda run: run[1])
+    os.truncate(lorq.path("v"), (lcn + 3) * PAGE)
+    gone = range((vcn + 3) * PAGE, (vcn + clusters) * PAGE)
+    assert [int(row[7], 16) for row in rows(lorq, "-image", "v")] == [usn for usn in expected if usn not in gone]
+    done = lorq("-image", "v")
+    assert done.err.count(f"prob reading {len(gone)} bytes of v, records may be missing\n") == 1
+    assert "volume offset" not in done.err
+
+
+def boot_record(*entries):
+    return bytes(446) + b"".join(struct.pack("<4xB3xII", *entry) for entry in entries).ljust(64, b"\0") + b"\x55\xaa"
+
+
+def gpt(sector, *starts):
+    """For partitions of 4 MiB: the header in the second sector, its entries in the third."""
+    header = struct.pack("<8s16xQ40xQII", b"EFI PART", 1, 2, len(starts), 128)
+    entries = b"".join(struct.pack("<16s16sQQQ72s", b"\xa2\xa0\xd0\xeb" + bytes(12), bytes(16), start,
+                                   start + 4 * MIB // sector - 1, 0, "data".encode("utf-16-le")) for start in starts)
+    return boot_record((0xEE, 1, 0xFFFFFFFF)).ljust(sector, b"\0") + header.ljust(sector, b"\0") + entries
+
+
+# By name: bytes per sector, the table's sectors by byte offset, where a volume of 4 MiB lies, the lines that show it all.
+MBR = ["[ 0x4400 ] : linux", "[ 0x100000 ] : ntfs or exfat"]
+CHAIN = ["[ 0x8000 ] : exten", "[ 0xfe00 ] : ntfs or exfat", "[ 0x9cc000 ] : exten", "[ 0x9d3e00 ] : ntfs or exfat"]
+TABLES = {
+    "mbr": (512, {0: boot_record((0x83, 34, 100), (7, 2048, 8192))}, [MIB], MBR),
+    "extended": (512, {0: boot_record((0x0C, 16, 48), (0x05, 64, 40000)),
+                       64 * 512: boot_record((7, 63, 8192), (5, 20000, 8255)), 20064 * 512: boot_record((7, 63, 8192))},
+                 [0xFE00, 0x9D3E00], ["[ 0x2000 ] : fat32", *CHAIN]),
+    "gpt": (512, {0: gpt(512, 2048, 20480)}, [MIB, 10 * MIB], ["[ 0x100000 ] : ntfs or exfat", "[ 0xa00000 ] : ntfs or exfat"]),
+    "gpt 4096": (4096, {0: gpt(4096, 256)}, [MIB], ["[ 0x100000 ] : ntfs or exfat"]),
+}
+
+
+@pytest.fixture
+def disk(lorq, volume):
+    """Makes a disk `disk` with one of the tables; the rows of its journal."""
+    def make(name):
+        sector, table, at, _ = TABLES[name]
+        volume(f"--size 4M --sector {sector}", records=200)
+        with open(lorq.path("disk"), "w+b") as file:
+            for place in at:
+                copy_into(file, place, lorq.path("v"))
+            for place, content in table.items():
+                os.pwrite(file.fileno(), content, place)
+        return rows(lorq, "-file", "made")
+    return make
+
+
+def listed(lines, offset):
+    return "".join(f"volume offset {line}\n" for line in lines) + f"use option [-offset 0x{offset:x}]\n"
+
+
+@pytest.mark.parametrize("name", TABLES)
+def test_a_volume_is_found_in_its_partition_table(lorq, disk, name):
+    sector, _, at, lines = TABLES[name]
+    records = disk(name)
+    for options in [], ["-offset", "0x4600"]:
+        shown = lorq("-image", "disk", *options)
+        assert shown.code == FAILED and listed(lines, at[-1]) in shown.err
+    for place in at:
+        assert [row[1:] for row in rows(lorq, "-image", "disk", "-offset", hex(place))] == [row[1:] for row in records]
+
+    text = subprocess.run(["mmls", "-b", str(sector), lorq.path("disk")], check=True, stdout=subprocess.PIPE, text=True).stdout
+    starts = [int(start) * sector for start in re.findall(r"^\d+: +\d[\d:]* +(\d+)", text, re.M)]
+    assert starts == [int(line.split()[1], 16) for line in lines if not line.endswith("exten")]
+
+
+@pytest.mark.parametrize("size, options, message", [
+    (5 * MIB - 512, ["-offset", "0x100000"],
+     "volume offset 0x100000 is a NTFS partition, however image size does not encapsulate entire volume\n"),
+    (5 * MIB - 512, ["-offset", "0x100000", "-ignore_image_size"], ""),
+    (5 * MIB - 512, ["-offset", "0x500000"], "volume offset 0x500000 is not within image bounds\n"),
+    (MIB - 512, [], "volume offset 0x100000 is not within image bounds\n" + listed(MBR, MIB)),
+    (5 * MIB, ["-offset", "0x4400"], "volume offset selected 0x4400 is not a NTFS partition, but [linux]\n"
+     "volume offset [ 0x4400 ] : linux\nvolume offset [ 0x100000 ] : ntfs or exfat\nprob detecting ntfs partition\n"),
+])
+def test_offsets_that_do_not_fit_the_disk(lorq, disk, size, options, message):
+    records = disk("mbr")
+    os.truncate(lorq.path("disk"), size)
+    done = lorq("-image", "disk", *options, "-a", "-csv")
+    assert message in done.err
+    assert (done.code, len(done.out.splitlines())) == ((FAILED, 3) if message else (0, len(records) + 4))
+
+
+def test_a_blanked_first_sector(lorq, disk):
+    disk("extended")
+    for name in "disk", "v":
+        with open(lorq.path(name), "r+b") as file:
+            file.write(bytes(512))
+    done = lorq("-image", "disk")
+    assert done.code == FAILED
+    assert "disk is corrupted, partition info questionable\n" + listed(CHAIN[1:], 0x9D3E00) in done.err
+    assert len(rows(lorq, "-image", "disk", "-offset", "0xfe00")) == 200
+    done = lorq("-image", "v")
+    assert done.code == FAILED and "couldn't find any partitions on disk\n" in done.err

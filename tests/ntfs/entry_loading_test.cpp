@@ -1,0 +1,168 @@
+#include "opened_volume.h"
+#include "support/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr std::uint32_t data = attribute_type::data;
+
+made_attribute piece(std::uint64_t first_vcn, const std::vector<made_run>& runs, std::uint64_t size = 0,
+                     const char16_t* name = u"$J") {
+    return {.name = name, .id = 3, .runs = run_list(runs), .first_vcn = first_vcn, .real_size = size};
+}
+
+// The $J stream of entry 30: "extents, real size", or why there is none.
+std::string journal_of(const bytes& image, std::uint64_t volume_offset = 0) {
+    opened_volume opened(image, volume_offset);
+    mft_entry entry;
+    ntfs_stream stream;
+    if (!opened.volume.mount()) return "not mounted";
+    if (!opened.volume.load_entry(30, entry)) return "not loaded";
+    if (!collect_stream(entry, data, u"$J", opened.volume.cluster_size(), stream)) return "no stream";
+    return text_of(stream.extents) + ", " + std::to_string(stream.real_size);
+}
+
+// Entry 30 names, in this order, the pieces of $J in records 42, 41 and 40; all of one attribute id.
+ntfs_image_builder split_journal() {
+    ntfs_image_builder made;
+    made.build();
+    made.put(30, {.attributes = {attribute_list({list_entry(0x10, 30, 0), list_entry(data, 42, 3),
+                                                 list_entry(data, 41, 3), list_entry(data, 40, 3)}),
+                                 piece(0, {{200, 1}}, 4096, u"")}});  // another stream of the file
+    made.put(40, {.attributes = {{.id = 2, .runs = run_list({{99, 1}})}, piece(0, {{hole, 2}, {60, 3}}, 40000)},
+                  .base = 30});
+    made.put(41, {.attributes = {piece(5, {{50, 4}})}, .base = 30});
+    made.put(42, {.attributes = {piece(9, {{90, 1}})}, .base = 30});
+    return made;
+}
+
+TEST(LoadEntry, PiecesWithOneIdInSeveralRecordsFormOneStream) {
+    const ntfs_image_builder made = split_journal();
+    EXPECT_EQ(journal_of(made.image), "-@0+2 60@2+3 50@5+4 90@9+1, 40000");
+    bytes disk(63 * 512);
+    append(disk, made.image);
+    EXPECT_EQ(journal_of(disk, 63 * 512), "-@0+2 60@2+3 50@5+4 90@9+1, 40000");
+    // A piece whose record is gone leaves a gap; without the first one the stream is as long as its last extent goes.
+    for (const std::uint32_t signature : {0U, signature_baad, signature_indx}) {
+        EXPECT_EQ(journal_of(poked(made.image, made.offset_of_record(41), signature)), "-@0+2 60@2+3 90@9+1, 40000");
+        EXPECT_EQ(journal_of(poked(made.image, made.offset_of_record(40), signature)), "50@5+4 90@9+1, 40960");
+    }
+    EXPECT_EQ(journal_of(poked(made.image, made.offset_of_record(30), 0U)), "not loaded");
+    EXPECT_EQ(journal_of(poked(made.image, made.offset_of_record(30), signature_baad)), "not loaded");
+}
+
+TEST(LoadEntry, ListsThatRepeatThemselvesOrLeadNowhereEnd) {
+    ntfs_image_builder made = split_journal();
+    std::vector<bytes> entries(8, list_entry(data, 41, 3));
+    for (const auto& [record, id] :
+         {std::pair<std::uint64_t, std::uint16_t>{41, 9}, {63, 3}, {std::uint64_t{1} << 47U, 3}}) {
+        entries.push_back(list_entry(data, record, id));  // no such attribute, an empty record, no record
+    }
+    made.put(30, {.attributes = {attribute_list(entries)}});
+    made.put(41,
+             {.attributes = {attribute_list({list_entry(data, 30, 3), list_entry(data, 40, 3)}), piece(5, {{50, 4}})},
+              .base = 30});
+    EXPECT_EQ(journal_of(made.image), "50@5+4, 36864");  // the list of an extension record is none of ours
+}
+
+TEST(LoadEntry, ANonResidentListEndsAtItsRealSize) {
+    ntfs_image_builder made = split_journal();
+    bytes list;
+    for (const std::uint64_t record : {40U, 41U, 42U}) append(list, list_entry(data, record, 3));
+    made.write(100 * 4096, list);
+    const auto journal_with = [&made](const std::vector<made_run>& runs, std::uint64_t size) {
+        made.put(30,
+                 {.attributes = {{.type = attribute_type::attribute_list, .runs = run_list(runs), .real_size = size}}});
+        return journal_of(made.image);
+    };
+    constexpr std::uint64_t huge = ~std::uint64_t{0};
+    EXPECT_EQ(journal_with({{100, 1}}, 64), "-@0+2 60@2+3 50@5+4, 40000");
+    EXPECT_EQ(journal_with({{100, 1}, {999, 1}}, huge), "-@0+2 60@2+3 50@5+4 90@9+1, 40000");
+    EXPECT_EQ(journal_with({{hole, huge >> 14U}}, huge), "no stream");
+    EXPECT_EQ(journal_with({{999, 1}}, 64), "no stream");
+}
+
+TEST(LoadEntry, RecordsOfAnExportedMftAndOfMemory) {
+    const ntfs_image_builder made = split_journal();
+    const auto begin = made.image.begin() + static_cast<std::ptrdiff_t>(made.offset_of_record(0));
+    const temporary_folder folder;
+    const diagnostic_log log;
+    ntfs_volume volume(log);
+    mft_entry entry;
+    ASSERT_TRUE(
+        volume.open_mft_file(folder.write("mft", std::string(begin, begin + 42 * 1024))));  // cut before record 42
+    ASSERT_TRUE(volume.load_entry(30, entry));
+    EXPECT_EQ(volume.record_count(), 42U);
+    EXPECT_EQ(entry.attributes.size(), 4U);
+    EXPECT_FALSE(volume.use_memory_mft(bytes(4096)));
+    ASSERT_TRUE(volume.use_memory_mft(bytes(begin, begin + 41 * 1024 + 1023)));
+    EXPECT_EQ(volume.record_count(), 41U);
+    EXPECT_TRUE(volume.load_entry(40, entry));
+    EXPECT_FALSE(volume.load_entry(41, entry));
+    EXPECT_FALSE(volume.open_mft_file(folder.write("short", std::string(1023, 'x'))));
+}
+
+// Number of records, and the state and place of one.
+std::string mft_of(const bytes& image, std::uint64_t entry) {
+    opened_volume opened(image);
+    std::vector<std::uint8_t> record;
+    if (!opened.volume.mount()) return "not mounted";
+    const bool good = opened.volume.read_record(entry, record) == record_state::good;
+    const auto at = opened.volume.record_offset(entry);
+    return std::to_string(opened.volume.record_count()) + (good ? " good" : " bad") + " at " +
+           (at ? std::to_string(*at) : "none");
+}
+
+TEST(Mount, PiecesOfTheMftAreFoundThroughThoseKnownSoFar) {
+    ntfs_image_builder made;
+    made.build();
+    made.put(0,
+             {.attributes = {attribute_list({list_entry(data, 0, 3), list_entry(data, 3, 3), list_entry(data, 7, 3)}),
+                             piece(0, {{2, 1}}, 20480, u"")}});
+    made.put(3, {.attributes = {piece(1, {{100, 1}}, 0, u"")}});
+    made.write(100 * 4096 + 3 * 1024,
+               made_record{.attributes = {piece(2, {{120, 2}, {110, 1}}, 0, u"")}}.build(1024));  // record 7
+    made.write(110 * 4096 + 1024, made_record{}.build(1024));                                     // record 17
+    EXPECT_EQ(mft_of(made.image, 17), "20 good at 451584");
+    EXPECT_EQ(mft_of(made.image, 16), "20 bad at 450560");
+    EXPECT_EQ(mft_of(made.image, 20), "20 bad at none");
+    EXPECT_EQ(mft_of(made.image, ~std::uint64_t{0}), "20 bad at none");
+    EXPECT_EQ(mft_of(poked(made.image, 100 * 4096 + 3 * 1024, 0U), 17), "8 bad at none");
+    made.put(3, {.attributes = {piece(2, {{120, 2}, {110, 1}}, 0, u"")}});  // the piece between is gone
+    EXPECT_EQ(mft_of(made.image, 17), "20 good at 451584");
+}
+
+TEST(Mount, TakesRecordsOfEverySizeAndHeader) {
+    for (const std::uint32_t cluster : {512U, 4096U, 2097152U}) {
+        for (const std::uint32_t size : {512U, 1024U, 4096U}) {
+            ntfs_image_builder made{.cluster_size = cluster, .record_size = size, .clusters = 20, .mft_clusters = 17};
+            made.build();
+            made.put(1, {.sequence_array = 42});
+            // The record's own idea of its size counts when it is the larger one.
+            if (size == 4096) poke<std::uint8_t>(made.image, boot_sector::clusters_per_record, 0xF6);
+            EXPECT_EQ(mft_of(made.image, 1),
+                      std::to_string(17 * cluster / size) + " good at " + std::to_string(2 * cluster + size));
+        }
+    }
+    ntfs_image_builder scattered{.cluster_size = 512, .mft_clusters = 2};  // record 1 lies in two places
+    scattered.build().put(0, {.attributes = {piece(0, {{2, 2}, {30, 1}, {20, 1}}, 2048, u"")}});
+    const bytes record = made_record{.attributes = {name_attribute(u"x")}}.build(1024);
+    scattered.write(30 * 512, bytes(record.begin(), record.begin() + 512));
+    scattered.write(20 * 512, bytes(record.begin() + 512, record.end()));
+    EXPECT_EQ(mft_of(scattered.image, 1), "2 good at 15360");
+}
+
+TEST(Mount, RefusesAMftThatIsDamagedOrNotThere) {
+    const bytes whole = ntfs_image_builder{}.build().image;
+    constexpr std::size_t record = 2 * 4096;
+    for (const bytes& broken :
+         {poked(whole, boot_sector::mft_cluster, 256U), poked(whole, boot_sector::mft_cluster + 4, 0x80000000U),
+          poked(whole, record, signature_baad), poked(whole, record + mft_record::bytes_allocated, 0U),
+          poked(whole, record + mft_record::bytes_allocated, 0x10001U), bytes(whole.begin(), whole.begin() + 511),
+          bytes(whole.begin(), whole.begin() + record)}) {
+        EXPECT_EQ(mft_of(broken, 0), "not mounted");
+    }
+}
+
+}  // namespace

@@ -1,0 +1,143 @@
+#include "support/ntfs_image_builder.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+namespace {
+
+TEST(BootSector, GivesSizesOrTheReasonForRefusingThem) {
+    using namespace boot_sector;
+    struct {
+        std::size_t at;
+        unsigned value;
+        const char* outcome;  // "sector/cluster/record"
+    } const cases[] = {{0, 0, "512/4096/1024"},
+                       {clusters_per_record, 2, "512/4096/8192"},
+                       {clusters_per_record, 0xF0, "512/4096/65536"},
+                       {clusters_per_record, 0, "boot sector: MFT record size: 0"},
+                       {clusters_per_record, 0xFB, "boot sector: MFT record size: 32"},
+                       {clusters_per_record, 17, "boot sector: MFT record size: 69632"},
+                       {clusters_per_record, 0x80, "boot sector: MFT record size: 0"},
+                       {sectors_per_cluster, 0x80, "512/65536/1024"},
+                       {sectors_per_cluster, 0xF4, "512/2097152/1024"},
+                       {sectors_per_cluster, 0xF3, "boot sector: cluster size: 4194304"},
+                       {sectors_per_cluster, 0x81, "boot sector: cluster size: 0"},
+                       {sectors_per_cluster, 0, "boot sector: cluster size: 0"},
+                       {bytes_per_sector + 1, 0x10, "4096/32768/1024"},
+                       {bytes_per_sector + 1, 0, "boot sector: bytes per sector: 0"},
+                       {bytes_per_sector, 1, "boot sector: bytes per sector: 513"},
+                       {oem_identifier + 7, 0, "boot sector is not NTFS"}};
+    for (const auto& one : cases) {
+        const bytes sector = poked(ntfs_image_builder{}.build().image, one.at, static_cast<std::uint8_t>(one.value));
+        volume_geometry found;
+        std::string outcome;
+        if (read_boot_sector(byte_view(sector), found, outcome)) {
+            outcome = std::to_string(found.bytes_per_sector) + "/" + std::to_string(found.cluster_size) + "/" +
+                      std::to_string(found.record_size);
+            EXPECT_EQ(found.total_clusters, 2048 / (found.cluster_size / found.bytes_per_sector));
+        }
+        EXPECT_EQ(outcome, one.outcome);
+    }
+}
+
+bytes numbered(bytes begin, std::size_t size) {
+    begin.resize(size);
+    for (std::size_t i = 72; i < size; i += 2) poke<std::uint16_t>(begin, i, static_cast<std::uint16_t>(i + 1));
+    return begin;
+}
+
+TEST(Fixup, PutsBackEveryStride) {
+    for (const auto& [array, size] : {std::pair<std::uint16_t, std::size_t>{48, 1024}, {42, 1024}, {48, 4096}}) {
+        const bytes content = numbered(made_record{}.build(1024), size);
+        bytes block = content;
+        protect(block, array);
+        poke<std::uint16_t>(block, size - 2, 0x2222);  // a torn write is not told apart
+        EXPECT_EQ(apply_fixup(block), record_kind::file_record);
+        EXPECT_TRUE(std::equal(block.begin() + 72, block.end(), content.begin() + 72)) << array << " " << size;
+    }
+    bytes index = index_block_of({});
+    EXPECT_EQ(apply_fixup(index), record_kind::index_block);
+    EXPECT_EQ(byte_view(index).value<std::uint16_t>(4094), 0);
+    const bytes bad = poked(made_record{}.build(1024), 0, signature_baad);
+    bytes fixed = bad;
+    EXPECT_EQ(apply_fixup(fixed), record_kind::bad_record);
+    EXPECT_EQ(fixed, bad);
+}
+
+TEST(Fixup, RefusesRecordsThatAreNotWellFormed) {
+    const bytes whole = made_record{}.build(1024);
+    const std::pair<std::size_t, std::array<std::uint16_t, 2>> fields[] = {
+        {4, {42, 50}}, {6, {9, 10}}, {0x14, {72, 80}}};
+    for (const auto& [at, values] : fields) {
+        bytes good = poked(whole, at, values[0]);
+        bytes refused = poked(whole, at, values[1]);
+        EXPECT_EQ(apply_fixup(good), record_kind::file_record) << at;
+        EXPECT_EQ(apply_fixup(refused), record_kind::none) << at;
+    }
+    bytes empty;
+    EXPECT_EQ(apply_fixup(empty), record_kind::none);
+}
+
+TEST(Fixup, TouchesNothingButTheEndsOfStridesWhateverTheHeaderClaims) {
+    for (const unsigned array : {0U, 511U, 1021U, 1022U, 1023U, 65535U}) {
+        for (const unsigned count : {0U, 1U, 2U, 3U, 4U, 65535U}) {
+            const bytes block = poked(numbered(bytes(72), 1024), 4, array | count << 16U);
+            bytes fixed = block;
+            apply_update_sequence(fixed);
+            for (std::size_t i = 0; i < block.size(); ++i) {
+                ASSERT_TRUE(fixed[i] == block[i] || (count > 1 && i % 512 >= 510))
+                    << array << " " << count << " at " << i;
+            }
+        }
+    }
+}
+
+// Type, name, and value size or run list size of each attribute.
+std::string walked(const bytes& record) {
+    std::string text;
+    attribute one;
+    for (attribute_walk walk(byte_view(record), 7); walk.next(one);) {
+        text += std::to_string(one.type) + std::string(one.name.begin(), one.name.end()) + (one.resident ? "=" : ":") +
+                std::to_string(one.resident ? one.value.size() : one.run_list.size()) + " ";
+    }
+    return text;
+}
+
+TEST(AttributeWalk, EndsAtDamageAndNarrowsWhatClaimsTooMuch) {
+    bytes whole = made_record{.attributes = {{.name = u"ab", .value = bytes(9)},
+                                             {.name = u"$J", .runs = run_list({{20, 4}})},
+                                             {.type = 0xC0, .value = bytes(8)}}}
+                      .build(1024);
+    ASSERT_EQ(apply_fixup(whole), record_kind::file_record);
+    constexpr std::size_t second = 56 + 48;
+    constexpr std::size_t third = second + 80;
+    EXPECT_EQ(walked(whole), "128ab=9 128$J:8 192=8 ");
+    EXPECT_EQ(walked(poked(whole, third, 0xFFFFFFFEU)), "128ab=9 128$J:8 ");
+    for (const std::uint32_t length : {0U, 1024U, 0xFFFFFFF8U}) {
+        EXPECT_EQ(walked(poked(whole, third + 4, length)), "128ab=9 128$J:8 ") << length;
+    }
+    EXPECT_EQ(walked(poked(whole, third + 16, 9U)), "128ab=9 128$J:8 192=8 ");                      // value length
+    EXPECT_EQ(walked(poked(whole, third + 20, std::uint16_t{33})), "128ab=9 128$J:8 192=0 ");       // value offset
+    EXPECT_EQ(walked(poked(whole, second + 32, std::uint16_t{0xFFFF})), "128ab=9 128$J:0 192=8 ");  // run list offset
+    EXPECT_EQ(walked(poked(whole, 0x14, std::uint16_t{0})), "");
+    EXPECT_EQ(walked(poked(whole, 0x14, std::uint16_t{1020})), "");
+    for (; !whole.empty(); whole.pop_back()) EXPECT_LE(walked(whole).size(), 22U);
+}
+
+TEST(AttributeList, EndsAtDamage) {
+    bytes list = list_entry(attribute_type::data, 40, 3);
+    append(list, list_entry(attribute_type::data, 41, 3));
+    const auto entries = [](const bytes& of) {
+        std::string text;
+        listed_attribute one;
+        for (attribute_list_walk walk{byte_view(of)}; walk.next(one);) text += std::to_string(one.entry_number) + " ";
+        return text;
+    };
+    EXPECT_EQ(entries(list), "40 41 ");
+    EXPECT_EQ(entries(poked(list, 4 + 32, std::uint16_t{0})), "40 ");
+    EXPECT_EQ(entries(poked(list, 4 + 32, std::uint16_t{33})), "40 ");
+    EXPECT_EQ(entries(bytes(list.begin(), list.begin() + 32 + 25)), "40 ");
+}
+
+}  // namespace

@@ -1,0 +1,196 @@
+#include "ntfs/path_lookup.h"
+
+#include "ntfs/directory_index.h"
+#include "opened_volume.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string text_of(const std::set<std::uint64_t>& children) {
+    std::string text;
+    for (const std::uint64_t child : children) text += std::to_string(child) + " ";
+    return text;
+}
+
+TEST(DirectoryIndex, ANodeEndsAtDamage) {
+    const bytes node = index_node({40, 41, 42});
+    const auto with = [&node]<std::unsigned_integral T>(std::size_t at, T value) {
+        std::set<std::uint64_t> children;
+        collect_index_node(byte_view(poked(node, at, value)), children);
+        return text_of(children);
+    };
+    EXPECT_EQ(with(4, 4095U), "40 41 42 ");
+    EXPECT_EQ(with(4, 4096U), "");  // what is left must be below 4096
+    EXPECT_EQ(with(4, 0U), "");
+    EXPECT_EQ(with(0, 400U), "");
+    constexpr std::size_t second = 16 + 24;
+    EXPECT_EQ(with(second, std::uint64_t{0}), "40 ");
+    struct {
+        std::size_t at;
+        unsigned value;
+        const char* children;
+    } const cases[] = {{12, 2, "40 "},  {12, 3, "40 "},  {8, 0, "40 "},
+                       {8, 769, "40 "}, {10, 25, "40 "}, {8, 64, "40 41 "}};
+    for (const auto& one : cases) EXPECT_EQ(with(second + one.at, static_cast<std::uint16_t>(one.value)), one.children);
+}
+
+// Blocks from byte `place` on name entries 40 to 45, one each. Directories are entry 30.
+struct indexed {
+    explicit indexed(std::uint32_t cluster_size) {
+        made = {
+            .cluster_size = cluster_size, .clusters = (1U << 20U) / cluster_size, .mft_clusters = 65536 / cluster_size};
+        made.build();
+        for (std::uint64_t i = 0; i < 6; ++i) made.write(place + i * 4096, index_block_of({40 + i}));
+    }
+    [[nodiscard]] std::string children(const std::vector<made_attribute>& attributes, std::uint64_t directory = 30) {
+        made.put(30, {.attributes = attributes, .flags = 3});
+        opened_volume opened(made.image);
+        opened.faults.bad = bad;
+        std::set<std::uint64_t> found;
+        return opened.volume.mount() && get_children_nodes(opened.volume, directory, found) ? text_of(found) : "none";
+    }
+    static constexpr std::size_t place = 409600;
+    ntfs_image_builder made;
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> bad{};
+};
+
+made_attribute allocation(const std::vector<made_run>& runs, std::uint64_t first_vcn = 0, std::uint64_t size = 1) {
+    return {.type = 0xA0, .name = u"$I30", .runs = run_list(runs), .first_vcn = first_vcn, .real_size = size};
+}
+
+TEST(DirectoryIndex, RootAndAllocationInPiecesAndOddPlaces) {
+    indexed index(4096);
+    EXPECT_EQ(index.children({index_root({50, 51})}), "50 51 ");
+    EXPECT_EQ(index.children({index_root({50}), allocation({{100, 2}, {104, 1}})}),
+              "40 41 44 50 ");  // whatever its size
+    EXPECT_EQ(index.children({allocation({{100, 2}}, 0, 0)}), "");
+    made_attribute other = index_root({50});
+    other.name = u"$O";
+    made_attribute not_names = index_root({50});
+    not_names.value[0] = 0x90;
+    EXPECT_EQ(index.children({other, not_names}), "");
+
+    const made_attribute list =
+        attribute_list({list_entry(0x90, 33, 0), list_entry(0xA0, 32, 0), list_entry(0xA0, 31, 0)});
+    index.made.put(31, {.attributes = {allocation({{100, 2}})}, .base = 30});
+    index.made.put(33, {.attributes = {index_root({50})}, .base = 30});
+    for (const std::uint64_t first_vcn : {2U, 3U}) {  // the second time with a gap before it
+        index.made.put(32, {.attributes = {allocation({{103, 2}}, first_vcn)}, .base = 30});
+        EXPECT_EQ(index.children({list}), "40 41 43 44 50 ");
+    }
+    EXPECT_EQ(index.children({list}, 33), "40 41 43 44 50 ");  // through its base record
+    index.made.put(33, {.base = 33});
+    EXPECT_EQ(index.children({list}, 33), "none");
+}
+
+TEST(DirectoryIndex, HolesAndBadClustersDoNotShiftTheBlocksBehind) {
+    for (const std::uint32_t cluster : {512U, 4096U}) {
+        indexed index(cluster);
+        const std::uint64_t lcn = indexed::place / cluster;
+        const std::uint64_t block = 4096 / cluster;
+        EXPECT_EQ(index.children({allocation({{lcn, block}, {hole, 3 * block}, {lcn + 4 * block, block}})}), "40 44 ");
+        index.bad = {{indexed::place + 2 * 4096 - 1, indexed::place + 2 * 4096}};
+        EXPECT_EQ(index.children({allocation({{lcn, 6 * block}})}), "40 42 43 44 45 ");
+    }
+    indexed large(65536);  // sixteen blocks to the cluster
+    EXPECT_EQ(large.children({allocation({{hole, 1}, {6, 1}})}), "40 41 42 43 44 45 ");
+    large.made.image.resize(indexed::place + 3 * 4096 + 100);  // a cut cluster yields its whole blocks
+    EXPECT_EQ(large.children({allocation({{6, 1}})}), "40 41 42 ");
+}
+
+made_attribute link(std::uint32_t tag, std::u16string_view target, bool relative = false) {
+    made_attribute made{.type = attribute_type::reparse_point, .value = bytes(tag == 0xA000000C ? 20 : 16)};
+    if (relative) made.value[16] = 1;
+    const auto names = made.value.size() + 8;  // behind a substitute name of 8 bytes
+    made.value.resize(names + target.size() * 2);
+    std::memcpy(made.value.data() + names, target.data(), target.size() * 2);
+    poke<std::uint32_t>(made.value, 0, tag);
+    for (const std::size_t field : {4U, 10U, 12U}) poke<std::uint16_t>(made.value, field, 8);
+    poke<std::uint16_t>(made.value, 14, static_cast<std::uint16_t>(target.size() * 2));
+    return made;
+}
+
+// \Docs (30) with "Long name.txt" (40), "in extension" (41), $UsnJrnl (42); \$Extend (31) with $UsnJrnl; links 34
+// to 38.
+struct tree : opened_volume {
+    tree() : opened_volume(image()) {}
+    static bytes image() {
+        ntfs_image_builder made;
+        made.build();
+        made.put(5, {.attributes = {index_root({5, 30, 31, 34, 35, 36, 37, 38, 60})}, .flags = 3});  // 60 has no record
+        made.put(30, {.attributes = {name_attribute(u"Docs"), index_root({40, 41, 42})}, .flags = 3});
+        made.put(31, {.attributes = {name_attribute(u"$Extend"), index_root({42})}, .flags = 3});
+        made.put(40,
+                 {.attributes = {name_attribute(u"LONGNA~1.TXT", name_space::dos), name_attribute(u"Long name.txt")}});
+        made.put(41, {.attributes = {attribute_list({list_entry(attribute_type::file_name, 43, 0)})}});
+        made.put(42, {.attributes = {name_attribute(u"$UsnJrnl", name_space::posix)}});
+        made.put(43, {.attributes = {name_attribute(u"in extension")}, .base = 41});
+        made.put(34, {.attributes = {name_attribute(u"junction"), link(0xA0000003, u"C:\\Docs")}});
+        made.put(35, {.attributes = {name_attribute(u"absolute"), link(0xA000000C, u"\\docs")}});
+        made.put(36, {.attributes = {name_attribute(u"relative"), link(0xA000000C, u"docs", true)}});
+        made.put(37, {.attributes = {name_attribute(u"loop"), link(0xA0000003, u"\\loop")}});
+        made.put(38, {.attributes = {name_attribute(u"tagged"), link(0x80000013, u"\\docs")}});
+        return made.image;
+    }
+    [[nodiscard]] std::string find(std::u16string_view path, link_mode links = link_mode::stay) {
+        found_path found;
+        if (!volume.mount() || !lookup_path_entry(volume, path, links, found)) return "none";
+        return std::to_string(found.entry) + " in " + std::to_string(static_cast<std::int64_t>(found.parent)) + " " +
+               std::string(found.normalised.begin(), found.normalised.end());
+    }
+};
+
+TEST(PathLookup, FindsByEveryWayToWriteAPath) {
+    tree made;
+    EXPECT_EQ(made.find(u"\\$Extend\\$UsnJrnl:$J"), "42 in 31 \\$Extend\\$UsnJrnl:$J");
+    EXPECT_EQ(made.find(u"$extend\\$usnjrnl"), "42 in 31 $extend\\$usnjrnl");
+    EXPECT_EQ(made.find(u"/$EXTEND//$USNJRNL:$j"), "42 in 31 \\$EXTEND\\$USNJRNL:$j");
+    EXPECT_EQ(made.find(u"C:\\$Extend\\ $UsnJrnl \\"), "42 in 31 C:\\$Extend\\ $UsnJrnl ");
+    EXPECT_EQ(made.find(u"\\\\?\\globalroot\\DEVICE\\HarddiskVolumeShadowCopy12\\docs"), "30 in 5 \\docs");
+    EXPECT_EQ(made.find(u"\\\\.\\SnapID_{00000000-0000-0000-0000-000000000000}\\docs"), "30 in 5 \\docs");
+    EXPECT_EQ(made.find(u"\\docs\\long name.txt"), "40 in 30 \\docs\\long name.txt");
+    EXPECT_EQ(made.find(u"\\docs\\in extension"), "41 in 30 \\docs\\in extension");
+    EXPECT_EQ(made.find(u"\\"), "5 in -1 \\");
+    EXPECT_EQ(made.find(u"/"), "5 in -1 \\");
+    for (const std::u16string_view path :
+         {u"", u"\\docs\\longna~1.txt", u"\\docs\\none", u"\\docs\\$usnjrnl\\x", u"\\docs/$usnjrnl",
+          u"\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy12"}) {
+        EXPECT_EQ(made.find(path), "none");
+    }
+}
+
+TEST(PathLookup, FollowsJunctionsAndAbsoluteLinksWhenAsked) {
+    tree made;
+    EXPECT_EQ(made.find(u"\\junction\\Long name.txt", link_mode::follow), "40 in 30 \\C:\\Docs\\Long name.txt");
+    EXPECT_EQ(made.find(u"\\absolute\\Long name.txt", link_mode::follow), "40 in 30 \\docs\\Long name.txt");
+    EXPECT_EQ(made.find(u"\\relative", link_mode::follow), "36 in 5 \\relative");
+    EXPECT_EQ(made.find(u"\\tagged", link_mode::follow), "38 in 5 \\tagged");
+    EXPECT_EQ(made.find(u"\\loop\\x", link_mode::follow), "none");
+    EXPECT_NE(made.said.find("err: too many links\ninode not found for \\loop\\x\n"), std::string::npos);
+    EXPECT_EQ(made.find(u"\\junction"), "34 in 5 \\junction");
+    EXPECT_EQ(made.find(u"\\junction\\Long name.txt"), "none");
+}
+
+TEST(PathLookup, ReadsADirectoryOnceAndSaysWhatItDoes) {
+    tree made;
+    ASSERT_TRUE(made.volume.mount());
+    made.faults.reads = 0;
+    made.said.clear();
+    EXPECT_EQ(made.find(u"\\$Extend\\$UsnJrnl"), "42 in 31 \\$Extend\\$UsnJrnl");
+    EXPECT_EQ(made.faults.reads, 1U + 8U + 1U + 1U);  // the root, its other children, $Extend for its index, its child
+    EXPECT_EQ(made.said,
+              "anal: \\$Extend\\$UsnJrnl\nroot dir\nseg: $extend\ninfo: get children nodes\n"
+              "info: # children [9]\ninfo: get children names\nerr: mftfixup 3c\nerr: readFR: inode 0x3c\n"
+              "info: inode found for seg: $extend : 0x1f\nseg: $usnjrnl\ninfo: get children nodes\n"
+              "info: # children [1]\ninfo: get children names\ninfo: inode found for seg: $usnjrnl : 0x2a\n");
+    made.faults.reads = 0;
+    made.said.clear();
+    EXPECT_EQ(made.find(u"$extend\\none"), "none");
+    EXPECT_EQ(made.faults.reads, 0U);
+    EXPECT_EQ(made.said,
+              "anal: $extend\\none\nseg: $extend\ninfo: cache lookup\ninfo: inode found for seg: $extend : 0x1f\n"
+              "seg: none\ninfo: cache lookup\nerr: no child nodes\ninode not found for $extend\\none\n");
+}
+
+}  // namespace

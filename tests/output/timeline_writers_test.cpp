@@ -1,0 +1,127 @@
+// The body file and log2timeline's table, and the slots that both place a record by.
+#include "output/body_writer.h"
+#include "output/l2t_writer.h"
+#include "output/macb.h"
+
+#include "support/table_settings.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct l2t_settings : table_settings {
+    explicit l2t_settings(bool header) {
+        separated_by(",", ',', ' ');
+        write_header = header;
+    }
+};
+
+std::string body(const journal_entry& entry) {
+    uni::body_writer writer;
+    uni::text_buffer text;
+    writer.write_body_record(entry, text);
+    return std::string(text.view());
+}
+
+std::string l2t(table_settings settings, const std::vector<journal_entry>& entries = {sample_entry()}) {
+    uni::l2t_writer writer(settings);
+    uni::text_buffer text;
+    for (const journal_entry& entry : entries) writer.write_l2t_record(entry, text);
+    return std::string(text.view());
+}
+
+TEST(Timelines, EveryReasonFallsIntoItsSlots) {
+    // clang-format off
+    const std::tuple<std::uint32_t, std::string, std::string> cases[] = {
+        {0x1, "M...", "data overwritten"}, {0x2, ".A..", "data added"}, {0x4, "..C.", "data truncated"},
+        {0x10, "M...", "ads data overwritten"}, {0x20, ".A..", "ads data added"}, {0x40, "..C.", "ads data truncated"},
+        {0x100, "...B", "file created"}, {0x200, "..C.", "file deleted"}, {0x400, "..C.", "ea changed"},
+        {0x800, "..C.", "access changed"}, {0x1000, "..C.", "file renamed (old)"}, {0x2000, "..C.", ""},
+        {0x4000, "..C.", "context indexed changed"}, {0x8000, "..C.", "basic info changed"}, {0x7FC00088, "....", ""},
+        {0x10000, "..C.", "hardlink changed"}, {0x20000, "..C.", "compression changed"}, {0x80000000, "....", ""},
+        {0x40000, "..C.", "encryption changed"}, {0x80000, "..C.", "objid changed"}, {0x100000, "..C.", "reparse changed"},
+        {0x200000, "...B", "stream added or deleted"}, {0x80000002, ".A..", "data added"}, {0x2001, "M.C.", "data overwritten"},
+        {0x80000102, ".A.B", "data added; file created"}, {0x11, "M...", "ads data overwritten"}, {0, "....", ""},
+        {0x44, "..C.", "ads data truncated"}, {0x8800, "..C.", "access changed"}, {0x2100, "..CB", "file created"},
+        {~0U, "MACB", "ads data overwritten; ads data added; reparse changed; stream added or deleted"}};
+    // clang-format on
+    for (const auto& [reason, letters, type] : cases) {
+        journal_entry entry = sample_entry();
+        entry.reason = reason;
+        const uni::macb_letters made = uni::macb_text(reason);
+        EXPECT_EQ(std::string(made.data(), made.size()), letters) << reason;
+        const auto slot = [&text = letters](std::size_t at) { return text[at] == '.' ? "|0" : "|1704198896"; };
+        EXPECT_EQ(body(entry), std::string("0|report.docx|42||0|0|0") + slot(1) + slot(0) + slot(2) + slot(3) + "\n");
+        EXPECT_EQ(l2t(l2t_settings(false), {entry}),
+                  letters == "...." ? ""
+                                    : "2024-01-02, 12:34:56.789,UTC," + letters + ",USNJRNL,NTFS:$UsnJrnl:$J," + type +
+                                          ",,,report.docx,,2,report.docx,0x0000002a,parent inode: 0x00000005,"
+                                          "lorq (korvane),seq num: 0x0003\n");
+    }
+}
+
+TEST(BodyWriter, SecondsOfAnyTimeAndNamesOfAnyKind) {
+    journal_entry entry = sample_entry();
+    for (const auto& [filetime, seconds] : {std::pair{0ULL, "0"},
+                                            {1ULL, "1833029933770"},  // before 1970 it wraps
+                                            {116'444'736'009'999'999ULL, "0"},
+                                            {116'444'736'010'000'000ULL, "1"},
+                                            {~0ULL >> 1U, "910692730085"},
+                                            {~0ULL - (~0ULL >> 1U), "0"}}) {
+        entry.timestamp = filetime;
+        EXPECT_EQ(body(entry), std::string("0|report.docx|42||0|0|0|0|0|0|") + seconds + "\n");
+    }
+    entry.name = u"a|b,c<&\u00e9\U0001F600\r\n|" + std::u16string{0xD800};
+    EXPECT_EQ(body(entry), "0|a;b,c<&\u00e9\U0001F600\r\n;\ufffd|42||0|0|0|0|0|0|0\n");
+    entry.name.assign(30'000, u'\u4e2d');
+    entry.file_ref = ~0ULL;
+    EXPECT_EQ(body(entry).substr(90'002), "|281474976710655||0|0|0|0|0|0|0\n");
+    EXPECT_EQ(body(journal_entry{}), "0||0||0|0|0|0|0|0|0\n");
+}
+
+TEST(L2tWriter, HeaderAndLayouts) {
+    const std::string names =
+        "timezone,MACB,source,sourcetype,type,user,host,short,desc,version,filename,inode,notes,format,extra\n";
+    journal_entry timeless = sample_entry();
+    timeless.timestamp = 0;
+    EXPECT_EQ(l2t(l2t_settings(true), {}), "");
+    EXPECT_EQ(l2t(l2t_settings(true), {timeless, journal_entry{}}), "date,time," + names);
+
+    l2t_settings paired(true);
+    paired.set_formats(true);
+    paired.hexadecimal = false;
+    paired.user_name = "a,b";  // as given
+    paired.host_name = "lab";
+    const std::string rest =
+        "2024-01-02 12:34:56.789,UTC,...B,USNJRNL,NTFS:$UsnJrnl:$J,file created,a,b,lab,"
+        "report.docx,,2,report.docx,42,parent inode: 5,lorq (korvane),seq num: 3\n";
+    EXPECT_EQ(l2t(paired, {sample_entry(), sample_entry()}), "date/time," + names + " " + rest + " " + rest);
+    paired.with_no_whitespace();
+    EXPECT_EQ(l2t(paired), "date/time," + names + rest);
+    EXPECT_EQ(l2t(l2t_settings(false).separated_by(" :: ", '\0', '\0').with_no_whitespace()),
+              "2024-01-02::12:34:56.789::UTC::...B::USNJRNL::NTFS:$UsnJrnl:$J::file created::::::report.docx::::2::"
+              "report.docx::0x0000002a::parent inode: 0x00000005::lorq (korvane)::seq num: 0x0003\n");
+}
+
+TEST(L2tWriter, NamesAndPaths) {
+    l2t_settings settings(false);
+    journal_entry entry = sample_entry();
+    entry.name = u"a|b,c<&\u00e9\U0001F600\r\n" + std::u16string{0xD800};
+    entry.parent_path = "[root]\\x,\n\\";
+    const std::string name = "a|b c<&\u00e9\U0001F600\r\n\ufffd";
+    const auto expect_path = [&](const std::string& path) {
+        const std::string text = l2t(settings, {entry});
+        EXPECT_EQ(text.substr(74, text.find(",0x0000002a") - 74), name + "," + path + ",2," + name);
+    };
+    expect_path("");
+    settings.show_dir_path = true;
+    expect_path("[root]\\x [LF]\\a|b c<&\u00e9\U0001F600[CRLF]\ufffd");
+    entry.mft_parent_missing = 1;
+    expect_path("");
+    entry.mft_entry_current = 1;
+    expect_path("[root]\\x [LF]\\a|b c<&\u00e9\U0001F600[CRLF]\ufffd");
+    entry.parent_path = {};
+    expect_path("");
+}
+
+}  // namespace

@@ -1,0 +1,149 @@
+// The XML document: frame, records, both ways of escaping.
+#include "output/xml_writer.h"
+#include "output/xml_document.h"
+#include "output/xml_escape.h"
+
+#include "support/table_settings.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace {
+
+using namespace std::string_literals;
+
+std::string xml(const table_settings& settings, const journal_entry& entry) {
+    uni::xml_writer writer(settings);
+    uni::text_buffer text;
+    writer.write_xml_record(entry, text);
+    return std::string(text.view());
+}
+
+std::string name_field(const table_settings& settings, const std::u16string& name) {
+    journal_entry entry = sample_entry();
+    entry.name = name;
+    const std::string text = xml(settings, entry);
+    const std::size_t begin = text.find("<name>") + 6;
+    return text.substr(begin, text.find("</name>\n") - begin);
+}
+
+TEST(XmlWriter, RecordsAndCorruptedEntries) {
+    const std::string corrupted =
+        "<data_entry corrupted=\"yes\">\n\t<usndate>unk</usndate>\n\t<usntime>unk</usntime>\n"
+        "\t<name>unk</name>\n\t<reason>unk</reason>\n</data_entry>\n\n";
+    const std::string whole =
+        "<data_entry>\n\t<USNDate>2024-01-02</USNDate>\n\t<USNTime>12:34:56.789</USNTime>\n"
+        "\t<name>report.docx</name>\n\t<reason>file_created; file_closed</reason>\n"
+        "\t<mft_ref>0x00000000002a</mft_ref>\n\t<sequence>0x0003</sequence>\n"
+        "\t<parent_mft_ref>0x000000000005</parent_mft_ref>\n\t<attributes>archive</attributes>\n"
+        "\t<usn>0x000000001000</usn>\n</data_entry>\n";
+    journal_entry entry = sample_entry();
+    EXPECT_EQ(xml({}, entry), whole);
+    for (const auto& [time, text] : {std::pair{0ULL, ""},
+                                     {122'756'255'999'999'999ULL, ""},
+                                     {122'756'256'000'000'000ULL, "1990-01-01"},
+                                     {157'784'543'999'999'999ULL, "2100-12-31"},
+                                     {157'784'544'000'000'000ULL, ""},
+                                     {~0ULL, ""}}) {
+        entry.timestamp = time;
+        EXPECT_EQ(text[0] == '\0' ? xml({}, entry) : xml({}, entry).substr(23, 10), text[0] == '\0' ? corrupted : text);
+    }
+    entry.reason = 0x100;  // the filter comes first
+    EXPECT_EQ(xml({}, entry), "");
+}
+
+TEST(XmlWriter, DecimalNumbersPathsAndPulledTimes) {
+    table_settings settings;
+    settings.show_dir_path = true;
+    settings.hexadecimal = settings.closed_only = false;
+    journal_entry entry = sample_entry();
+    entry.reason = 0;
+    entry.parent_path = "[root]\\A & <\u00e9>\\";
+    entry.si_modified = sample_time;
+    entry.si_accessed = ~0ULL;  // no calendar has it
+    entry.si_mft_changed = sample_time + 864'000'000'000;
+    const auto expect_end = [&](const std::string& status, const std::string& path, const std::string& times) {
+        EXPECT_EQ(xml(settings, entry),
+                  "<data_entry>\n\t<USNDate>2024-01-02</USNDate>\n\t<USNTime>12:34:56.789</USNTime>\n"
+                  "\t<name>report.docx</name>\n\t<reason>unk</reason>\n\t<mft_ref>42</mft_ref>\n"
+                  "\t<sequence>3</sequence>\n\t<parent_mft_ref>5</parent_mft_ref>\n\t<attributes>archive</attributes>\n"
+                  "\t<usn>4096</usn>\n\t<MFTStatus>" +
+                      status + "</MFTStatus>\n\t<path>" + path + "</path>\n" + times + "</data_entry>\n");
+    };
+    const std::string path = "[root]\\A & <\u00e9>\\report.docx";
+    expect_end("del/entry", path, "");
+    settings.pull_times = true;
+    const std::string times =
+        "\t<SIModifyDate>2024-01-02</SIModifyDate>\n\t<SIModifyTime>12:34:56.789</SIModifyTime>\n"
+        "\t<SIMFTChangedDate>2024-01-03</SIMFTChangedDate>\n\t<SIMFTChangedTime>12:34:56.789</SIMFTChangedTime>\n";
+    entry.mft_parent_missing = 1;
+    expect_end("del/parent", "parent dir and file no longer referenced in $MFT", times);
+    entry.mft_entry_remnant = 1;
+    expect_end("del/wisp", path, times);
+    entry.mft_entry_current = 1;
+    std::swap(entry.si_accessed, entry.si_modified);
+    std::swap(entry.si_created, entry.si_mft_changed);
+    settings.xml_escape = true;
+    expect_end("valid", "[root]\\A &amp; &lt;\u00e9&gt;\\report.docx",
+               "\t<SIAccessDate>2024-01-02</SIAccessDate>\n\t<SIAccessTime>12:34:56.789</SIAccessTime>\n"
+               "\t<SICreatedDate>2024-01-03</SICreatedDate>\n\t<SICreatedTime>12:34:56.789</SICreatedTime>\n");
+}
+
+TEST(XmlWriter, NamesInBothWaysOfEscaping) {
+    const std::tuple<std::u16string, std::string, std::string> cases[] = {
+        {u"", "", ""},
+        {u"a<b&c>&lt;'\"|,", "a&lt;b&amp;c&gt;&amp;lt;'\"|,", "a&lt;b&amp;c&gt;&amp;lt;&apos;&quot;|,"},
+        {u"\u00e9\u4e2d\u4e0a\u4e0d\u013c", "%e9\u4e2d%0a%0d\u013c", "\u00e9\u4e2d\u4e0a\u4e0d\u013c"},
+        {u"\U0001F600", "\ufffd%00", "\U0001F600"},   // D83D passes, DE00 does not: half a pair is left
+        {u"\U0001F43D", "\U0001F43D", "\U0001F43D"},  // both halves pass
+        {{0xD800, u'x', 0xDC41}, "%00x\ufffd", "\ufffdx\ufffd"},
+        {u"a\r\nb\tc", "a\r\nb%09c", "a&#13;&#10;b&#9;c"},
+        {u"\0\x1f\x7f\x80~\ufffe\uffff"s, "%00%1f%7f%80~%fe%ff", "\ufffd\ufffd\x7f\xc2\x80~\ufffd\ufffd"}};
+    table_settings standard;
+    standard.xml_escape = true;
+    for (const auto& [name, by_default, escaped] : cases) {
+        EXPECT_EQ(name_field({}, name), by_default);
+        EXPECT_EQ(name_field(standard, name), escaped);
+    }
+    EXPECT_EQ(name_field(standard, std::u16string(30'000, u'<')).size(), 120'000U);
+}
+
+TEST(XmlEscape, OnlyWellFormedSequencesAreKept) {
+    std::string text;
+    uni::append_escaped("\x7f\u0080\u07ff\u0800\ud7ff\ue000\U00010000\U0010ffff", text);
+    EXPECT_EQ(text, "\x7f\u0080\u07ff\u0800\ud7ff\ue000\U00010000\U0010ffff");
+    for (const std::string_view bad : {"\x80", "\xc1\xbf", "\xc2", "\xe0\x9f\xbf", "\xed\xa0\x80", "\xe4\xb8",
+                                       "\xf0\x8f\xbf\xbf", "\xf4\x90\x80\x80", "\xf0\x9f\x98", "\xf5\x80\x80\x80"}) {
+        text.clear();
+        uni::append_escaped(std::string(bad).append("x"), text);
+        EXPECT_EQ(text.size(), 3 * bad.size() + 1) << text;
+    }
+}
+
+TEST(XmlDocument, FrameStandsAroundTheRun) {
+    table_settings settings;
+    settings.banner = "lorq ver: 1.49";
+    const auto document = [&](const std::string& header, bool outcome) {
+        std::ostringstream out;
+        EXPECT_EQ(uni::write_xml_document(out, settings, header, [&] { return out << "[run]\n", outcome; }),
+                  outcome && !settings.journal_path.empty());
+        return out.str();
+    };
+    EXPECT_EQ(document("header\n", true), "");
+    settings.journal_path = "C:\\a & b";
+    const std::string declaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n";
+    const std::string plain = "<logdata filename=\"C:\\a & b\" version=\"lorq ver: 1.49\">\n[run]\n</logdata>\n";
+    EXPECT_EQ(document("", true), declaration + plain);
+    EXPECT_EQ(document("one\ntwo\xff\n\"a --- b\n-->\x01\u0085\u00e9\uffff-\"\n", false),
+              declaration + "<!--\none\ntwo?\n\"a - - - b?- ->??\u00e9?-\"\n-->\n" + plain);
+    settings.image_path = "<\"A\" & 'B'\xff\n>";
+    EXPECT_EQ(document("", true), declaration + "<logdata umounted_image=\"<\"A\" & 'B'\xff\n>\"\n" + plain.substr(9));
+    settings.xml_escape = true;
+    EXPECT_EQ(document("", true),
+              declaration +
+                  "<logdata umounted_image=\"&lt;&quot;A&quot; &amp; &apos;B&apos;\ufffd&#10;&gt;\"\n"
+                  "filename=\"C:\\a &amp; b\" version=\"lorq ver: 1.49\">\n[run]\n</logdata>\n");
+}
+
+}  // namespace

@@ -1,0 +1,265 @@
+#include "storage/partition_types.h"
+#include "storage/volume_offset.h"
+
+#include "support/memory_source.h"
+
+#include <gtest/gtest.h>
+
+#include <concepts>
+#include <cstring>
+#include <string>
+
+namespace {
+
+// An image of zeros to be filled in; every method returns it again.
+struct test_image {
+    explicit test_image(std::size_t size) : bytes(size) {}
+
+    template <std::unsigned_integral T>
+    test_image& put(std::size_t at, std::type_identity_t<T> value) {
+        std::memcpy(bytes.data() + at, &value, sizeof value);
+        return *this;
+    }
+    test_image& text(std::size_t at, const std::string& value) {
+        std::ranges::copy(value, bytes.begin() + static_cast<std::ptrdiff_t>(at));
+        return *this;
+    }
+    test_image& boot_record(std::size_t at) { return put<std::uint16_t>(at + 510, 0xAA55); }
+    test_image& entry(std::size_t record, std::size_t index, std::uint8_t type, std::uint32_t start,
+                      std::uint32_t count) {
+        const std::size_t at = record + 446 + index * 16;
+        return put<std::uint8_t>(at + 4, type).put<std::uint32_t>(at + 8, start).put<std::uint32_t>(at + 12, count);
+    }
+    test_image& ntfs(std::size_t at, std::uint64_t sectors, std::uint16_t sector_size = 512) {
+        text(at + 3, "NTFS    ").put<std::uint16_t>(at + 11, sector_size);
+        return put<std::uint64_t>(at + 0x28, sectors).boot_record(at);
+    }
+    test_image& gpt(std::size_t header, std::uint32_t count, std::uint32_t entry_size, std::uint64_t own_sector = 1) {
+        entry(0, 0, 0xEE, 1, 0xFFFFFFFF).put<std::uint64_t>(header + 0x18, own_sector);
+        put<std::uint32_t>(header + 0x50, count).put<std::uint32_t>(header + 0x54, entry_size);
+        return put<std::uint64_t>(header + 0x48, 2);
+    }
+    test_image& gpt_entry(std::size_t at, std::uint64_t first, std::uint64_t last) {
+        return put<std::uint8_t>(at + 15, 0xC7).put<std::uint64_t>(at + 32, first).put<std::uint64_t>(at + 40, last);
+    }
+
+    // "ok" or "no", the offset and the found flag afterwards, then what there is to say.
+    [[nodiscard]] std::string select(std::int64_t offset = 0, bool ignore_image_size = false) {
+        disk_reader reader;
+        reader.open(std::make_unique<faulty_source>(std::make_unique<memory_source>(bytes), faults));
+        std::string messages;
+        bool found = !bytes.empty();
+        const bool selected = select_volume_offset(messages, reader, offset, ignore_image_size, found);
+        return (selected ? "ok " : "no ") + std::to_string(offset) + (found ? " found\n" : "\n") + messages;
+    }
+
+    std::vector<std::uint8_t> bytes;
+    read_faults faults;
+};
+
+const std::string cut_short = " is a NTFS partition, however image size does not encapsulate entire volume\n";
+const std::string nothing = "no 0\ncouldn't find any partitions on disk\n";
+
+TEST(Partitions, OneInAMasterBootRecord) {
+    test_image image(0x102000);
+    image.boot_record(0).entry(0, 0, 7, 2048, 16).ntfs(0x100000, 15);
+    const std::string offered = "volume offset [ 0x100000 ] : ntfs or exfat\nuse option [-offset 0x100000]\n";
+    EXPECT_EQ(image.select(), "no 1048576 found\n" + offered);
+    EXPECT_EQ(image.select(512), "no 1048576 found\n" + offered);
+    EXPECT_EQ(image.select(0x100000), "ok 1048576 found\n");
+    EXPECT_EQ(image.select(0x102001), "no 1056769\nvolume offset 0x102001 is not within image bounds\n");
+    EXPECT_EQ(image.select(-1), "no -1\nvolume offset 0xffffffffffffffff is not within image bounds\n");
+    image.bytes.resize(0x101FFF);
+    EXPECT_EQ(image.select(0x100000), "no 1048576 found\nvolume offset 0x100000" + cut_short);
+    EXPECT_EQ(image.select(0x100000, true), "ok 1048576 found\n");
+    image.bytes.resize(0x80000);
+    EXPECT_EQ(image.select(), "no 1048576 found\nvolume offset 0x100000 is not within image bounds\n" + offered);
+}
+
+TEST(Partitions, ContentGoesBeforeTheTypeOfTheTable) {
+    test_image image(0x8000);
+    image.boot_record(0).entry(0, 0, 0x0C, 2, 4).entry(0, 1, 0x17, 8, 4);
+    image.entry(0, 2, 0x83, 40, 8).entry(0, 3, 7, 48, 16);
+    image.ntfs(0x5000, 8).text(0x6003, "-FVE-FS-").put<std::uint16_t>(0x600B, 512);
+    const std::string list =
+        "volume offset [ 0x400 ] : fat32\n"
+        "volume offset [ 0x5000 ] : ntfs or exfat\n"
+        "volume offset [ 0x6000 ] : ntfs or exfat\n";
+    EXPECT_EQ(image.select(), "no 24576 found\n" + list + "use option [-offset 0x6000]\n");
+    EXPECT_EQ(image.select(0x5000), "ok 20480 found\n");
+    EXPECT_EQ(image.select(0x400), "no 1024\nvolume offset selected 0x400 is not a NTFS partition, but [fat32]\n" +
+                                       list + "prob detecting ntfs partition\n");
+    image.faults.bad = {{0x5000, 0x5001}};              // then the table is believed
+    image.entry(0, 0, 7, 2, 0).entry(0, 3, 0, 48, 16);  // and a partition without sectors or type is none
+    EXPECT_EQ(image.select(), "no 0\nvolume offset [ 0x5000 ] : linux\nprob detecting ntfs partition\n");
+}
+
+TEST(Partitions, TheSignatureTellsTheSectorSize) {
+    const std::pair<std::size_t, std::string> cases[] = {
+        {1024, "0x1000"}, {2048, "0x2000"}, {4096, "0x4000"}, {8192, "0x8000"}, {16384, "0x10000"}};
+    for (const auto& [size, offset] : cases) {
+        test_image image(0x20000);
+        image.put<std::uint16_t>(size - 2, 0xAA55).entry(0, 0, 7, 4, 1);
+        EXPECT_EQ(image.select(), "no " + std::to_string(4 * size) + " found\nvolume offset [ " + offset +
+                                      " ] : ntfs or exfat\nuse option [-offset " + offset + "]\n");
+    }
+}
+
+TEST(Partitions, LogicalOnesHangInAChain) {
+    test_image image(0x20000);
+    image.boot_record(0).entry(0, 0, 7, 63, 1).entry(0, 1, 0x0F, 100, 150).entry(0, 2, 7, 90, 5).ntfs(0x7E00, 1);
+    image.entry(0xC800, 0, 7, 1, 10).entry(0xC800, 1, 5, 20, 20).entry(0xC800, 2, 7, 2, 1);
+    image.boot_record(0xF000).entry(0xF000, 0, 5, 40, 20).entry(0xF000, 1, 0x83, 2, 5);
+    image.entry(0xF000, 2, 0x99, 3, 1).entry(0xF000, 3, 7, 5, 5);  // behind an unknown one nothing is believed
+    image.boot_record(0x11800).entry(0x11800, 0, 6, 1, 3).entry(0x11800, 1, 5, 20, 20);  // back to 0xF000
+    const std::string head =
+        "volume offset [ 0x7e00 ] : ntfs or exfat\n"
+        "volume offset [ 0xc800 ] : exten\n"
+        "volume offset [ 0xca00 ] : ntfs or exfat\n"
+        "volume offset [ 0xf000 ] : exten\n"
+        "volume offset [ 0x7e00 ] : ntfs or exfat\n";
+    const std::string chain =
+        "volume offset [ 0xf400 ] : linux\n"
+        "volume offset [ 0x11800 ] : exten\n"
+        "volume offset [ 0x11a00 ] : fat\n"
+        "volume offset [ 0xf000 ] : exten\n";
+    EXPECT_EQ(image.select(), "no 32256 found\n" + head + chain + "use option [-offset 0x7e00]\n");
+    EXPECT_EQ(image.select(0xCA00), "ok 51712 found\n");
+    image.put<std::uint16_t>(0xF000 + 510, 0);  // no boot record any more
+    EXPECT_EQ(image.select(), "no 32256 found\n" + head + "use option [-offset 0x7e00]\n");
+}
+
+TEST(Partitions, AreScannedForWhenTheFirstSectorIsBlank) {
+    test_image image(0x20000);
+    image.ntfs(0x1400, 1).boot_record(0x8000).entry(0x8000, 0, 7, 2, 10);
+    image.faults.bad = {{0x2800, 0x2A00}};
+    const std::string questionable = "disk is corrupted, partition info questionable\n";
+    const std::string offered = "volume offset [ 0x8400 ] : ntfs or exfat\n";
+    EXPECT_EQ(image.select(), "no 33792 found\n" + questionable + offered + "use option [-offset 0x8400]\n");
+    image.boot_record(0).ntfs(0x7E00, 1);  // an empty table is no better than none
+    EXPECT_EQ(image.select(), "no 33792 found\n" + questionable + offered +
+                                  "volume offset [ 0x7e00 ] : empty [guess]\n" + "use option [-offset 0x8400]\n");
+    image.entry(0x8000, 1, 0x27, 0, 0);
+    EXPECT_EQ(image.select(), "no 32256 found\n" + questionable + offered +
+                                  "volume offset [ 0x7e00 ] : hidden ntfs [guess]\nuse option [-offset 0x7e00]\n");
+    EXPECT_EQ(test_image(0x20000).select(), nothing);
+    EXPECT_EQ(test_image(0).select(), nothing);
+    EXPECT_EQ(test_image(0x100200).boot_record(0x100000).entry(0x100000, 0, 6, 0, 1).select(),
+              "no 0\n" + questionable + "volume offset [ 0x100000 ] : fat\nprob detecting ntfs partition\n");
+    EXPECT_EQ(test_image(0x100400).boot_record(0x100200).entry(0x100200, 0, 6, 0, 1).select(), nothing);
+}
+
+TEST(Partitions, ABareVolumeHasNone) {
+    const auto ntfs = [](std::uint64_t sectors, std::uint16_t size) {
+        return test_image(0x2000).ntfs(0, sectors, size);
+    };
+    const auto named = [](const std::string& oem) { return test_image(0x2000).text(3, oem); };
+    const auto refused = [](const std::string& name) {
+        return "no 0\nvolume offset selected 0x0 is not a NTFS partition, but [" + name +
+               "]\nvolume offset [ 0x0 ] : " + name + "\nprob detecting ntfs partition\n";
+    };
+    const std::string accepted = "ok 0 found\n";
+    const std::string refused_size = "no 0 found\nvolume offset 0x0" + cut_short;
+    EXPECT_EQ(ntfs(15, 512).select(), accepted);
+    EXPECT_EQ(ntfs(17, 512).select(), refused_size);
+    EXPECT_EQ(ntfs(17, 512).select(0, true), accepted);
+    EXPECT_EQ(ntfs(std::uint64_t{1} << 55U, 512).select(), refused_size);  // 2^64 bytes
+    EXPECT_EQ(ntfs(2, 4096).select(), accepted);
+    EXPECT_EQ(ntfs(3, 4096).select(), refused_size);
+    EXPECT_EQ(ntfs(15, 512).select(512),
+              "no 0 found\nvolume offset [ 0x0 ] : ntfs or exfat\nuse option [-offset 0x0]\n");
+    for (const unsigned shift : {9U, 12U, 40U}) {  // 2^40 bytes are no sector
+        auto image = named("EXFAT   ").put<std::uint64_t>(0x6C, shift).put<std::uint64_t>(0x48, 3);
+        EXPECT_EQ(image.select(), shift == 12 ? refused_size : accepted);
+    }
+    EXPECT_EQ(named("MSDOS5.0").text(0x36, "FAT16").select(), refused("fat16"));
+    EXPECT_EQ(named("MSDOS5.0").text(0x52, "FAT32").select(), refused("fat32"));
+    EXPECT_EQ(named("MSDOS5.0").select(), refused("empty"));
+    EXPECT_EQ(test_image(0x2000).put<std::uint32_t>(1028, 64).put<std::uint16_t>(1080, 0xEF53).select(),
+              "no 0\nvolume offset [ 0x400 ] : linux\nprob detecting ntfs partition\n");
+    auto damaged = ntfs(15, 512);
+    damaged.faults.bad = {{0x1000, 0x1200}};
+    EXPECT_EQ(damaged.select(), accepted);
+}
+
+TEST(Partitions, GuidTable) {
+    test_image image(0x40000);
+    image.boot_record(0).gpt(0x200, 0xFFFFFFFF, 256);
+    image.gpt_entry(0x400, 128, 143).ntfs(0x10000, 15);
+    image.gpt_entry(0x600, 160, 167).put<std::uint16_t>(0x14000 + 1080, 0xEF53);
+    image.gpt_entry(0x700, 176, 183).text(0x16000 + 1024, "H+");
+    image.gpt_entry(0x800, 184, 191).text(0x17000 + 1024, "HX");
+    image.gpt_entry(0x900, 192, 199);
+    image.gpt_entry(0xA00, 200, 203).put<std::uint16_t>(0x19000 + 1080, 0xEF53);  // of 2048 bytes only a sector is read
+    image.gpt_entry(0xB00, 0x0080000000000080, 0x008000000000008F);               // 2^64 + 0x10000 bytes
+    image.gpt_entry(0xC00, 208, 215);
+    EXPECT_EQ(image.select(),
+              "no 65536 found\n"
+              "volume offset [ 0x10000 ] : ntfs or exfat\n"
+              "volume offset [ 0x14000 ] : linux\n"
+              "volume offset [ 0x16000 ] : hfs\n"
+              "volume offset [ 0x17000 ] : hfs\n"
+              "volume offset [ 0x18000 ] : gpt\n"
+              "volume offset [ 0x19000 ] : gpt\n"
+              "use option [-offset 0x10000]\n");
+    EXPECT_EQ(image.select(0x10000), "ok 65536 found\n");
+    EXPECT_EQ(image.gpt(0x200, 1, 256).select(),
+              "no 65536 found\nvolume offset [ 0x10000 ] : ntfs or exfat\nuse option [-offset 0x10000]\n");
+    EXPECT_EQ(image.gpt(0x200, 1, 127).select(), nothing);
+    EXPECT_EQ(image.gpt(0x200, 1, 256, 2).select(), nothing);
+}
+
+TEST(Partitions, GuidTableOfLargeSectors) {
+    const std::string offered = "volume offset [ 0x10000 ] : ntfs or exfat\nuse option [-offset 0x10000]\n";
+    for (const std::size_t signature : {510U, 4094U}) {
+        test_image image(0x40000);
+        image.put<std::uint16_t>(signature, 0xAA55).gpt(0x1000, 128, 128);
+        image.gpt_entry(0x2080, 16, 17).ntfs(0x10000, 1, 4096);
+        EXPECT_EQ(image.select(), "no 65536 found\n" + offered);
+        EXPECT_EQ(image.select(0x10000), "ok 65536 found\n");
+        image.ntfs(0x10000, 8, 512);  // the sectors of the volume count, and lead astray
+        EXPECT_EQ(image.select(),
+                  "no 8192 found\nvolume offset [ 0x2000 ] : ntfs or exfat\nuse option [-offset 0x2000]\n");
+        image.ntfs(0x10000, 8, 0);  // sectors of nothing do not
+        EXPECT_EQ(image.select(), "no 65536 found\n" + offered);
+    }
+}
+
+TEST(Partitions, AClaimedCountCostsNoMoreThanTheImageHolds) {
+    test_image image(0x40000);
+    EXPECT_EQ(image.boot_record(0).gpt(0x200, 0xFFFFFFFF, 128).select(), nothing);
+    EXPECT_LT(image.faults.reads, 0x40000 / 128 + 2100U);  // the scan included
+}
+
+TEST(Partitions, AnImageThatIsNotThere) {
+    std::string messages;
+    std::int64_t offset = 7;
+    bool found = true;
+    EXPECT_FALSE(select_volume_offset(messages, "no/such image.dd", offset, false, found));
+    EXPECT_EQ(messages, "invalid image: no/such image.dd\n");
+    EXPECT_EQ(offset, 7);
+    EXPECT_FALSE(found);
+}
+
+TEST(PartitionTypes, Names) {
+    constexpr std::uint16_t types[] = {0, 0x0A, 0x0B, 0x0C, 0x0D, 0x17, 0x87, 0xEE, 0xFF, 0x8007, 0x80FF};
+    std::string names;
+    for (const std::uint16_t type : types) names += partition_type_name(type) + "|";
+    EXPECT_EQ(names,
+              "empty|os/2 boot|fat32|fat32|unk|hidden ntfs|ntfs volume set|gpt|unk|ntfs or exfat [guess]|unk [guess]|");
+}
+
+TEST(PartitionTypes, Known) {
+    const std::string expected =  // a line is 64 types
+        ".x..xxxxx..xx.xx.xx.xxx....xx.xx....x..x........................"
+        ".xxx..................x.............x.x.............x.x..xxxxx.."
+        "xxxxxxxxx..xx.x.xxxx...xx.x.............x..xx..x......xx...xx..."
+        "..xxxxxx...xxxxx....xxx.x.....x.....xxx.x......xx.x.x.x..x.xxxx.";
+    std::string known;
+    for (unsigned type = 0; type < 256; ++type) {
+        known += is_known_partition_type(static_cast<std::uint8_t>(type)) ? 'x' : '.';
+    }
+    EXPECT_EQ(known, expected);
+}
+
+}  // namespace
