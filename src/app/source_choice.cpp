@@ -15,8 +15,8 @@ constexpr std::string_view restart_hint = "need to restart cmd prompt using \"Ru
 // Opened once to see that it is NTFS; the run opens it anew, unless a long scan would have to be made again.
 bool validate_volume(usnjrnl_context& settings, uni::status_line& status, const diagnostic_log& log) {
     bool mft_damaged = false;
-    auto volume =
-        open_volume_at(settings.volume_path, reader_mode_of(settings.volume_path), 0, settings, status, log, mft_damaged);
+    auto volume = open_volume_at(settings.volume_path, reader_mode_of(settings.volume_path), 0, settings, status, log,
+                                 mft_damaged);
     if (volume != nullptr) {
         if (settings.rebuild_mft) settings.rebuilt_volume = std::move(volume);
         return true;

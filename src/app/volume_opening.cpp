@@ -24,8 +24,8 @@ bool rebuild(ntfs_volume& volume, bool progress, uni::status_line& status) {
 }  // namespace
 
 std::shared_ptr<ntfs_volume> open_volume_at(const std::string& path, reader_mode mode, std::uint64_t volume_offset,
-                                             const usnjrnl_context& settings, uni::status_line& status,
-                                             const diagnostic_log& log, bool& mft_damaged) {
+                                            const usnjrnl_context& settings, uni::status_line& status,
+                                            const diagnostic_log& log, bool& mft_damaged) {
     mft_damaged = false;
     auto volume = std::make_shared<ntfs_volume>(log);
     if (!volume->open_volume(path, mode, volume_offset)) return nullptr;

@@ -15,9 +15,9 @@ class ntfs_volume;
 
 // A mounted volume, or null. `mft_damaged` is set when nothing but a damaged $MFT stood in the way.
 [[nodiscard]] std::shared_ptr<ntfs_volume> open_volume_at(const std::string& path, reader_mode mode,
-                                                           std::uint64_t volume_offset, const usnjrnl_context& settings,
-                                                           uni::status_line& status, const diagnostic_log& log,
-                                                           bool& mft_damaged);
+                                                          std::uint64_t volume_offset, const usnjrnl_context& settings,
+                                                          uni::status_line& status, const diagnostic_log& log,
+                                                          bool& mft_damaged);
 
 // What may help a user whose volume has a damaged $MFT; said behind the message that the volume cannot be read.
 void report_damaged_mft(bool mft_damaged, uni::status_line& status);

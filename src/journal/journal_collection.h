@@ -79,9 +79,9 @@ private:
     block_array<slot> slots_;      // in order of arrival
     block_array<char16_t> names_;  // no name crosses a block
     std::size_t name_units_used_ = 0;
-    std::vector<labelled_stretch> labels_;  // where the shadow-copy label changes; few in any run
-    platform::memory_block order_;          // count_ times keyed_arrival
-    bool ordered_ = false;                  // false: the order of arrival is the order
+    std::vector<labelled_stretch> labels_;         // where the shadow-copy label changes; few in any run
+    platform::memory_block order_;                 // count_ times keyed_arrival
+    bool ordered_ = false;                         // false: the order of arrival is the order
     std::unique_ptr<const resolved_paths> paths_;  // null: they were not asked for
     std::size_t count_ = 0;
     std::uint64_t last_key_ = 0;

@@ -1,5 +1,6 @@
 // journal/journal_entry.h: one decoded change record and what the run adds to it. Decoders fill it, the collection
-// packs and unpacks it, writers read it. A plain value that is reused for a whole run; it owns its texts, the path apart.
+// packs and unpacks it, writers read it. A plain value that is reused for a whole run; it owns its texts, the path
+// apart.
 #pragma once
 
 #include "base/file_reference.h"
@@ -21,8 +22,10 @@ struct journal_entry {
     std::u16string name;
     std::uint64_t record_offset = 0;  // bytes, in the source
 
-    std::string_view parent_path;   // UTF-8, ends with "\"; belongs to the collection, holds until the next entry is read
-    std::uint32_t path_number = 0;  // which of the run's paths that is, 0 for none: what is found out of one serves again
+    std::string_view
+        parent_path;  // UTF-8, ends with "\"; belongs to the collection, holds until the next entry is read
+    std::uint32_t path_number =
+        0;  // which of the run's paths that is, 0 for none: what is found out of one serves again
     std::uint8_t mft_entry_missing = 0;   // "del/entry"
     std::uint8_t mft_parent_missing = 0;  // "del/parent"
     std::uint8_t mft_entry_current = 0;   // "valid"

@@ -19,7 +19,10 @@ namespace {
 class path_resolution {
 public:
     path_resolution(usnjrnl_context& run, ntfs_volume& mft_source)
-        : context_(mft_source, run.pull_times), journal_(*run.journal), with_times_(run.pull_times), pairs_(journal_.size()) {}
+        : context_(mft_source, run.pull_times),
+          journal_(*run.journal),
+          with_times_(run.pull_times),
+          pairs_(journal_.size()) {}
 
     void run() {
         number_pairs();

@@ -84,7 +84,8 @@ std::vector<std::uint32_t> reference_pairs::in_order() const {
     std::vector<sort_key> keys;
     keys.reserve(pairs_.size());
     for (const reference_pair& pair : pairs_) {
-        keys.push_back({reference_order(pair.parent), reference_order(pair.file), static_cast<std::uint32_t>(keys.size())});
+        keys.push_back(
+            {reference_order(pair.parent), reference_order(pair.file), static_cast<std::uint32_t>(keys.size())});
     }
     std::ranges::sort(keys, [](const sort_key& a, const sort_key& b) {
         return a.parent != b.parent ? a.parent < b.parent : a.file < b.file;

@@ -55,7 +55,7 @@ private:
     std::vector<outcome> outcomes_;
     std::vector<file_times> times_;
     std::vector<directory_path> paths_;  // the first stands for no path
-    std::string texts_;                      // UTF-8
+    std::string texts_;                  // UTF-8
     std::unique_ptr<const directory_path_cache> directories_;
     mutable std::string composed_;  // the latest text that is not kept
     mutable std::uint32_t composed_path_ = 0;

@@ -71,9 +71,9 @@ void directory_listing::clear() {
 
 wanted_file* directory_listing::meet(std::uint64_t reference, listed_in where) {
     any_ = true;
-    const auto found =
-        std::ranges::lower_bound(files_, reference_order(reference), {},
-                                 [](const wanted_file& file) { return reference_order(file.reference); });
+    const auto found = std::ranges::lower_bound(files_, reference_order(reference), {}, [](const wanted_file& file) {
+        return reference_order(file.reference);
+    });
     if (found == files_.end() || found->reference != reference || found->where >= where) return nullptr;
     found->where = where;
     return &*found;
@@ -102,9 +102,7 @@ bool list_parent_directory(mft_entries_ctx& context, std::uint64_t& parent, dire
     found.flags = directory.flags;
     context.paths->add(parent, directory);
     if (!found.present()) return false;  // whatever its index holds, nothing is looked up in it
-    const auto collect = [&](byte_view node) {
-        collect_index_entries(node, parent, context.look_into_slack, listing);
-    };
+    const auto collect = [&](byte_view node) { collect_index_entries(node, parent, context.look_into_slack, listing); };
     visit_index_nodes(context.source, directory, context.most_index_bytes, collect);
     found.index_out_of_reach = !context.source.has_clusters() && needs_clusters(directory);
     return listing.any() || found.index_out_of_reach;

@@ -17,9 +17,9 @@ inline constexpr std::size_t mft_changed = 24;
 inline constexpr std::size_t accessed = 32;
 inline constexpr std::size_t allocated_size = 40;  // u64, bytes
 inline constexpr std::size_t real_size = 48;       // u64, bytes
-inline constexpr std::size_t name_length = 64;  // u8, UTF-16 units
-inline constexpr std::size_t name_space = 65;   // u8
-inline constexpr std::size_t name = 66;  // behind the fixed part
+inline constexpr std::size_t name_length = 64;     // u8, UTF-16 units
+inline constexpr std::size_t name_space = 65;      // u8
+inline constexpr std::size_t name = 66;            // behind the fixed part
 }  // namespace file_name_value
 
 namespace name_space {

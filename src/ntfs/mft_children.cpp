@@ -108,7 +108,7 @@ private:
     std::uint64_t entry_ = 0;
     std::uint64_t last_parent_ = 0;
     std::span<unread_directory> found_;  // those with that reference
-    std::optional<named_file> file_;  // of the record, once it was asked for
+    std::optional<named_file> file_;     // of the record, once it was asked for
 };
 
 }  // namespace

@@ -83,8 +83,7 @@ private:
                 if (volume_.read_volume(at + done, part, got)) {
                     scan_bytes(at + done, part.first(got));
                 } else {
-                    volume_.log().line(
-                        format_text("err: rebuild: cannot read at 0x%llx", static_cast<ull>(at + done)));
+                    volume_.log().line(format_text("err: rebuild: cannot read at 0x%llx", static_cast<ull>(at + done)));
                 }
             }
         }

@@ -9,8 +9,9 @@
 
 // Called after each read.
 struct rebuild_progress {
-    std::function<void(std::uint64_t offset, std::uint64_t size)> scanned;   // bytes of the volume
-    std::function<void(std::uint64_t records, std::uint64_t offset)> grown;  // only when there are more records than before
+    std::function<void(std::uint64_t offset, std::uint64_t size)> scanned;  // bytes of the volume
+    std::function<void(std::uint64_t records, std::uint64_t offset)>
+        grown;  // only when there are more records than before
 };
 
 enum class rebuild_result : std::uint8_t {

@@ -37,9 +37,9 @@ public:
     // Over an exported $MFT: records can be read, clusters cannot. Mounted when true.
     [[nodiscard]] bool open_mft_file(const std::string& path);
 
-    // Serves every record from where `places`, in order of entry, say that it lies; $MFT itself is not asked. What is kept
-    // in memory are the places: of the records there are too many. Mounted when true; false for no more than 4096 bytes
-    // of records.
+    // Serves every record from where `places`, in order of entry, say that it lies; $MFT itself is not asked. What is
+    // kept in memory are the places: of the records there are too many. Mounted when true; false for no more than 4096
+    // bytes of records.
     [[nodiscard]] bool use_memory_mft(std::vector<record_place> places);
 
     // Reads boot sector and record 0, with the extension records of $MFT. True at once when it was mounted before.

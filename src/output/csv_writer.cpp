@@ -167,9 +167,8 @@ bool csv_writer::is_plain_path(const journal_entry& entry) {
     if (entry.path_number >= plain_paths_.size()) plain_paths_.resize(2 * std::size_t{entry.path_number}, unknown);
     std::uint8_t& known = plain_paths_[entry.path_number];
     if (known == unknown) {
-        const bool as_it_is = std::ranges::all_of(entry.parent_path, [this](char c) {
-            return c > '\r' && c < '\x7f' && c != settings_.replaced_character;
-        });
+        const bool as_it_is = std::ranges::all_of(
+            entry.parent_path, [this](char c) { return c > '\r' && c < '\x7f' && c != settings_.replaced_character; });
         known = as_it_is ? plain : not_plain;
     }
     return known == plain;

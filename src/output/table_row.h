@@ -34,7 +34,7 @@ struct table_cell {
     cell_kind kind = cell_kind::none;
     text_kind content = text_kind::token;  // of kind text
     std::uint64_t number = 0;
-    bool plain = true;                     // of kind utf16: what `text` is
+    bool plain = true;  // of kind utf16: what `text` is
     std::string_view text;
     std::u16string_view wide_text;  // behind `text`
 };

@@ -87,13 +87,6 @@ def test_sources_that_give_nothing(lorq, arguments, message):
     assert message in said(done) if message else said(done) == ""
 
 
-def test_what_a_later_version_does_is_not_left_out_in_silence(lorq):
-    done = lorq("-file", "j", "-rebuild_mft")
-    assert done.code == FAILED
-    assert "-rebuild_mft" in said(done) and "this build cannot do it yet" in said(done)
-    assert "a.txt" not in done.out
-
-
 @linux_only
 @as_root
 def test_volumes_need_rights(lorq_as_nobody):

@@ -83,7 +83,7 @@ TEST(LoadEntry, ANonResidentListEndsAtItsRealSize) {
     EXPECT_EQ(journal_with({{999, 1}}, 64), "no stream");
 }
 
-TEST(LoadEntry, RecordsOfAnExportedMftAndOfMemory) {
+TEST(LoadEntry, RecordsOfAnExportedMft) {
     const ntfs_image_builder made = split_journal();
     const auto begin = made.image.begin() + static_cast<std::ptrdiff_t>(made.offset_of_record(0));
     const temporary_folder folder;
@@ -95,11 +95,6 @@ TEST(LoadEntry, RecordsOfAnExportedMftAndOfMemory) {
     ASSERT_TRUE(volume.load_entry(30, entry));
     EXPECT_EQ(volume.record_count(), 42U);
     EXPECT_EQ(entry.attributes.size(), 4U);
-    EXPECT_FALSE(volume.use_memory_mft(bytes(4096)));
-    ASSERT_TRUE(volume.use_memory_mft(bytes(begin, begin + 41 * 1024 + 1023)));
-    EXPECT_EQ(volume.record_count(), 41U);
-    EXPECT_TRUE(volume.load_entry(40, entry));
-    EXPECT_FALSE(volume.load_entry(41, entry));
     EXPECT_FALSE(volume.open_mft_file(folder.write("short", std::string(1023, 'x'))));
 }
 

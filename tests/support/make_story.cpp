@@ -1,16 +1,21 @@
-// lorq-make-story: an NTFS volume on which files are made, linked, renamed, moved and deleted, its change journal with a
-// record of each step, and the list that is kept of it: for every record the status and the path that must be told. Made
-// through mkntfs and libntfs-3g; nothing is mounted. See usage below.
-#include "usn_record_builder.h"
-
+// lorq-make-story: an NTFS volume on which files are made, linked, renamed, moved and deleted, its change journal with
+// a record of each step, and the list that is kept of it: for every record the status and the path that must be told.
+// Made through mkntfs and libntfs-3g; nothing is mounted. See usage below.
+#include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <memory>
 #include <random>
 #include <set>
 #include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -39,10 +44,19 @@ constexpr std::string_view usage =
     "usage: lorq-make-story IMAGE LIST BIG [DIRECTORIES FILES RECORDS]\n"
     "  BIG          files of the largest directory of the story\n"
     "  DIRECTORIES  and so on: no story but so many directories and files, with so many records in no order\n"
-    "LIST has a line for each record: status, path and, for a file that lives, the four times of its index entry (created,\n"
-    "modified, MFT changed, accessed), with tabs between them.\n";
+    "LIST has a line for each record, with tabs between status, path and the FILETIME of the file's creation. It was "
+    "modified\n"
+    "a tenth of a second later, accessed three tenths later. A file that was linked has no time there.\n";
 
 using file_ref = std::uint64_t;
+using bytes = std::vector<std::uint8_t>;
+
+constexpr file_ref reference(std::uint64_t entry, std::uint64_t sequence) { return sequence << 48U | entry; }
+
+template <typename T>
+void poke(bytes& into, std::size_t at, T number) {
+    std::memcpy(into.data() + at, &number, sizeof number);
+}
 
 constexpr std::uint64_t first_time = 130'000'000'000'000'000;
 
@@ -91,7 +105,8 @@ public:
     story(const std::string& image, std::uint64_t size) {
         std::ofstream(image, std::ios::binary | std::ios::trunc).close();
         demand(truncate(image.c_str(), static_cast<off_t>(size)) == 0, image + " cannot be written");
-        const std::string command = "PATH=$PATH:/usr/sbin:/sbin mkntfs -F -Q -q -T -p 0 -H 0 -S 0 '" + image + "' 2>/dev/null";
+        const std::string command =
+            "PATH=$PATH:/usr/sbin:/sbin mkntfs -F -Q -q -T -p 0 -H 0 -S 0 '" + image + "' 2>/dev/null";
         demand(std::system(command.c_str()) == 0, "mkntfs failed");
         ntfs_log_set_handler(ntfs_log_handler_stderr);
         volume_ = ntfs_mount(image.c_str(), 0);
@@ -103,16 +118,14 @@ public:
 
     file_ref create(file_ref folder, std::u16string_view name, bool directory = false) {
         inode_handle parent = open(folder);
-        ntfs_inode* const made = ntfs_create(parent.get(), const_cpu_to_le32(0), units(name), count(name),
-                                             directory ? S_IFDIR : S_IFREG);
+        ntfs_inode* const made =
+            ntfs_create(parent.get(), const_cpu_to_le32(0), units(name), count(name), directory ? S_IFDIR : S_IFREG);
         demand(made != nullptr, "cannot make " + utf8(name));
         const file_ref file = reference_of(made);
         if (!directory) {
             const std::uint64_t time = first_time + 1'000'000'000 * ++clock_;
-            const std::array<std::uint64_t, 4> times{time, time + 1, time + 3, time + 2};  // as the library has them
-            times_[file] = {times[0], times[1], times[3], times[2]};
-            times_[file] = {time, time + 1, time + 2, time + 3};
-            demand(ntfs_inode_set_times(made, reinterpret_cast<const char*>(times.data()), sizeof times, 0) == 0, "no times");
+            set_times(made, time);
+            times_[file] = time;
         } else {
             directories_[file] = {std::u16string(name), folder};
         }
@@ -130,6 +143,7 @@ public:
             demand(ntfs_inode_close_in_dir(inode, parent.get()) == 0, "cannot close a file");
         }
         links_.insert({folder, file});
+        times_.erase(file);
         note(file, folder, name);
     }
 
@@ -139,6 +153,7 @@ public:
         demand(ntfs_set_ntfs_dos_name(open(file).release(), parent, name, std::strlen(name), 0) == 0, "no DOS name");
         std::u16string wide;
         for (const char* c = name; *c != 0; ++c) wide += static_cast<char16_t>(*c);
+        times_.erase(file);
         note(file, folder, wide);
     }
 
@@ -162,7 +177,8 @@ public:
     void mislead(file_ref directory, file_ref parent) {
         const inode_handle inode = open(directory);
         ntfs_attr_search_ctx* const found = ntfs_attr_get_search_ctx(inode.get(), nullptr);
-        demand(found && ntfs_attr_lookup(AT_FILE_NAME, nullptr, 0, CASE_SENSITIVE, 0, nullptr, 0, found) == 0, "no name");
+        demand(found && ntfs_attr_lookup(AT_FILE_NAME, nullptr, 0, CASE_SENSITIVE, 0, nullptr, 0, found) == 0,
+               "no name");
         auto* const value = reinterpret_cast<FILE_NAME_ATTR*>(reinterpret_cast<u8*>(found->attr) +
                                                               le16_to_cpu(found->attr->value_offset));
         value->parent_directory = cpu_to_le64(parent);
@@ -177,12 +193,24 @@ public:
         std::u16string index = u"$I30";
         demand(ntfs_inode_add_attrlist(inode.get()) == 0, "no attribute list");
         ntfs_attr_search_ctx* const found = ntfs_attr_get_search_ctx(inode.get(), nullptr);
-        demand(found && ntfs_attr_lookup(AT_INDEX_ALLOCATION, reinterpret_cast<ntfschar*>(index.data()), 4, CASE_SENSITIVE, 0,
-                                         nullptr, 0, found) == 0 && ntfs_attr_record_move_away(found, 0) == 0, "cannot move an index");
+        demand(found &&
+                   ntfs_attr_lookup(AT_INDEX_ALLOCATION, reinterpret_cast<ntfschar*>(index.data()), 4, CASE_SENSITIVE,
+                                    0, nullptr, 0, found) == 0 &&
+                   ntfs_attr_record_move_away(found, 0) == 0,
+               "cannot move an index");
         ntfs_attr_put_search_ctx(found);
     }
 
-    void note(file_ref file, file_ref folder, std::u16string_view name) { events_.push_back({folder, file, std::u16string(name)}); }
+    static void set_times(ntfs_inode* inode, std::uint64_t time) {
+        const std::array<std::uint64_t, 3> times{time, time + 1'000'000,
+                                                 time + 3'000'000};  // created, modified, accessed
+        demand(ntfs_inode_set_times(inode, reinterpret_cast<const char*>(times.data()), sizeof times, 0) == 0,
+               "no times");
+    }
+
+    void note(file_ref file, file_ref folder, std::u16string_view name) {
+        events_.push_back({folder, file, std::u16string(name)});
+    }
 
     void finish(const std::string& list) {
         write_journal();
@@ -209,6 +237,9 @@ private:
         return inode;
     }
 
+    // What a decoder keeps of a name.
+    static std::u16string kept(const std::u16string& name) { return name.size() > 200 ? name.substr(0, 10) : name; }
+
     [[nodiscard]] std::string expected(const event& one) const {
         if (!directories_.contains(one.folder)) return "del/parent\tparent dir and file no longer referenced in $MFT\t";
         std::u16string path;
@@ -221,35 +252,44 @@ private:
             path = directories_.at(at).name + u"\\" + path;
         }
         const bool alive = links_.contains({one.folder, one.file});
-        std::string line = (alive ? "valid\t[root]\\" : "del/entry\t[root]\\") + utf8(path + one.name.substr(0, 200)) + "\t";
-        const auto times = times_.find(one.file);
-        if (alive && times != times_.end()) {
-            for (const std::uint64_t time : times->second) line += std::to_string(time) + " ";
-        }
-        return line;
+        std::string line = (alive ? "valid\t[root]\\" : "del/entry\t[root]\\") + utf8(path + kept(one.name)) + "\t";
+        const auto time = times_.find(one.file);
+        return time == times_.end() ? line : line + std::to_string(time->second);
     }
 
     void write_journal() {
-        bytes journal(65536);
+        constexpr std::size_t page = 4096;
+        bytes journal(16 * page);
+        std::uint64_t time = first_time;
         for (const event& one : events_) {
-            usn_record_builder record;
-            record.name = one.name;
-            record.file_ref = one.file;
-            record.parent_ref = one.folder;
-            record.timestamp += 10'000'000 * (&one - events_.data());
-            if (record.build().size() > 4096 - journal.size() % 4096) fill_page(journal);
-            record.usn = journal.size();
-            append(journal, record.build());
+            bytes record((60 + one.name.size() * 2 + 7) / 8 * 8);
+            if (record.size() > page - journal.size() % page) journal.resize((journal.size() / page + 1) * page);
+            poke(record, 0, static_cast<std::uint32_t>(record.size()));
+            poke(record, 4, std::uint16_t{2});
+            poke(record, 8, one.file);
+            poke(record, 16, one.folder);
+            poke(record, 24, std::uint64_t{journal.size()});
+            poke(record, 32, time += 10'000'000);
+            poke(record, 40, std::uint32_t{0x80000100});
+            poke(record, 52, std::uint32_t{0x20});
+            poke(record, 56, static_cast<std::uint16_t>(one.name.size() * 2));
+            poke(record, 58, std::uint16_t{60});
+            std::memcpy(record.data() + 60, one.name.data(), one.name.size() * 2);
+            journal.insert(journal.end(), record.begin(), record.end());
         }
-        fill_page(journal);
+        journal.resize((journal.size() / page + 1) * page);
         inode_handle extend(ntfs_inode_open(volume_, 11));
         const std::u16string file = u"$UsnJrnl";
         std::u16string stream = u"$J";
         inode_handle made(ntfs_create(extend.get(), const_cpu_to_le32(0), units(file), count(file), S_IFREG));
-        demand(made && ntfs_attr_add(made.get(), AT_DATA, reinterpret_cast<ntfschar*>(stream.data()), 2, nullptr, 0) == 0, "no $J");
+        demand(
+            made && ntfs_attr_add(made.get(), AT_DATA, reinterpret_cast<ntfschar*>(stream.data()), 2, nullptr, 0) == 0,
+            "no $J");
         ntfs_attr* const data = ntfs_attr_open(made.get(), AT_DATA, reinterpret_cast<ntfschar*>(stream.data()), 2);
         demand(data != nullptr && ntfs_attr_truncate(data, static_cast<s64>(journal.size())) == 0 &&
-               ntfs_attr_pwrite(data, 0, static_cast<s64>(journal.size()), journal.data()) == static_cast<s64>(journal.size()), "no $J");
+                   ntfs_attr_pwrite(data, 0, static_cast<s64>(journal.size()), journal.data()) ==
+                       static_cast<s64>(journal.size()),
+               "no $J");
         ntfs_attr_close(data);
     }
 
@@ -257,7 +297,7 @@ private:
     std::map<file_ref, folder_name> directories_;  // those that live
     std::set<std::pair<file_ref, file_ref>> links_;
     std::set<file_ref> named_elsewhere_;  // in the same directory
-    std::map<file_ref, std::array<std::uint64_t, 4>> times_;
+    std::map<file_ref, std::uint64_t> times_;
     std::vector<event> events_;
     std::uint64_t clock_ = 0;
 };
@@ -279,8 +319,10 @@ void tell(story& told, std::uint64_t big) {
 
     const file_ref large = told.create(root, u"large", true);
     std::vector<file_ref> files;
-    for (std::uint64_t i = 0; i < big; ++i) files.push_back(told.create(large, numbered(u"a file of the name ", i * 7919 % big)));
-    for (std::uint64_t i = 0; i < big; i += 3) told.unlink(files[i], large, numbered(u"a file of the name ", i * 7919 % big), true);
+    for (std::uint64_t i = 0; i < big; ++i)
+        files.push_back(told.create(large, numbered(u"a file of the name ", i * 7919 % big)));
+    for (std::uint64_t i = 0; i < big; i += 3)
+        told.unlink(files[i], large, numbered(u"a file of the name ", i * 7919 % big), true);
     told.move_index_out(large);
 
     const file_ref gone = told.create(root, u"gone", true);
@@ -295,7 +337,8 @@ void tell(story& told, std::uint64_t big) {
     told.create(root, u"no directory any more");
 
     const file_ref many = told.create(alpha, u"60 names");
-    for (std::uint64_t i = 0; i < 59; ++i) told.link(many, i % 2 == 0 ? alpha : beta, numbered(u"one of many names of a file ", i));
+    for (std::uint64_t i = 0; i < 59; ++i)
+        told.link(many, i % 2 == 0 ? alpha : beta, numbered(u"one of many names of a file ", i));
 
     const file_ref upper = told.create(root, u"upper", true);
     const file_ref lower = told.create(upper, u"lower", true);
