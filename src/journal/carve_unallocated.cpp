@@ -88,8 +88,8 @@ private:
     std::uint64_t free_seen_ = 0;
 };
 
-// The first `length` bytes of the bitmap; one bad cluster of it costs that cluster. The result is how many of them could
-// not be read.
+// The first `length` bytes of the bitmap; one bad cluster of it costs that cluster. The result is how many of them
+// could not be read.
 std::uint64_t walk_bitmap(ntfs_volume& volume, const ntfs_stream& bitmap, std::uint64_t length,
                           free_cluster_walk& walk) {
     std::vector<std::uint8_t> piece(static_cast<std::size_t>(std::min(length, bitmap_piece)));
