@@ -17,74 +17,70 @@ ALL = ["-include_unalloc_clusters", "-include_vss_clusters", "-include_slack_spa
 
 
 class Planted:
-    """The image `v` with files in it; `expected` holds (type, offset) of each planted record that must be found."""
+    """The image `v` with a journal; `expected` holds (type, offset) of each planted record that must be found."""
 
-    def __init__(self, lorq, cluster, options):
-        self.cluster, self.expected = cluster, {}
-        subprocess.run([*RUNNER, os.environ["LORQ_MAKER"], "--records", "4000", "--sparse-lead", "65536", "made"], cwd=lorq.folder, check=True)
+    def __init__(self, lorq, cluster):
+        self.cluster, self.expected, self.folder = cluster, {}, lorq.folder
+        self.tool(*RUNNER, os.environ["LORQ_MAKER"], "--records", "4000", "--sparse-lead", "65536", "made")
         unit = max(cluster, PAGE)
         os.truncate(lorq.path("made"), (os.path.getsize(lorq.path("made")) // unit - 1) * unit + 120)
-        done = subprocess.run([MAKER, *f"--cluster {cluster} --journal made v {options}".split()], cwd=lorq.folder, check=True,
-                              stdout=subprocess.PIPE)
-        self.journal_runs = [tuple(map(int, line.split())) for line in done.stdout.splitlines()]
-        self.folder = lorq.folder
-        self.image = open(lorq.path("v"), "r+b")
+        runs = self.tool(MAKER, *f"--cluster {cluster} --fragments {300 if cluster == 512 else 3} --journal made v".split())
+        self.image = os.open(lorq.path("v"), os.O_RDWR)
+        _, lcn, length = map(int, runs.splitlines()[-1].split())
+        self.plant("slack", (lcn + length - 1) * cluster + 120, "behind $J")
 
     def tool(self, *command):
-        return subprocess.run(command, cwd=self.folder, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
-
-    def copy_in(self, name, size):
-        """A file; the clusters of its data, none when it is resident."""
-        self.folder.joinpath(name).write_bytes(b"d" * size)
-        self.tool("ntfscp", "v", name, name)
-        entry = self.tool("ifind", "-n", "/" + name, "v").decode().strip()
-        shown = self.tool("istat", "v", entry).decode()
-        return int(entry), [int(word) for word in re.findall(r"\d+", shown.split("$DATA")[-1].split("\n", 1)[1])]
+        return subprocess.run(command, cwd=self.folder, check=True, capture_output=True).stdout.decode("latin-1")
 
     def plant(self, kind, at, *names, **fields):
         """A chain of records at byte `at`; `kind` None: none of them may be found."""
         for name in names:
             content = record(name=name, **fields)
-            os.pwrite(self.image.fileno(), content, at)
+            os.pwrite(self.image, content, at)
             if kind:
                 self.expected[name] = (kind, at)
             at += len(content)
         return at
 
-    def free_clusters(self):
-        bits = self.tool("ntfscat", "-i", "6", "v")
-        return [n for n in range(len(bits) * 8) if not bits[n // 8] >> n % 8 & 1]
+    def plant_behind(self, name, size):
+        """In the slack of a new file."""
+        self.folder.joinpath(name).write_bytes(b"d" * size)
+        self.tool("ntfscp", "v", name, name)
+        entry = self.tool("ifind", "-n", "/" + name, "v").strip()
+        clusters = re.findall(r"\d+", self.tool("istat", "v", entry).split("$DATA")[-1].split("\n", 1)[1])
+        assert bool(clusters) == (name != "resident")
+        if clusters and size % self.cluster:
+            at = int(clusters[-1]) * self.cluster
+            self.plant("slack", at + (size % self.cluster + 7) // 8 * 8, f"behind {name} 1", f"behind {name} 2")
+            self.plant(None, at + self.cluster - 72, "end")
+        if name == "deleted":
+            mft, = struct.unpack("<Q", os.pread(self.image, 8, 0x30))
+            os.pwrite(self.image, b"\0", mft * self.cluster + int(entry) * 1024 + 0x16)
 
-    def clear_in_use(self, entry):
-        start, = struct.unpack("<Q", os.pread(self.image.fileno(), 8, 0x30))
-        os.pwrite(self.image.fileno(), b"\0", start * self.cluster + entry * 1024 + 0x16)
-
-
-def plant_free(on):
-    cluster, free = on.cluster, on.free_clusters()[-999:]
-    starts = iter([n * cluster for n in free if {n + 1, n + 2} <= set(free)][::3])
-    bound = int(re.search(r"\$DATA.*?Allocated size:\s*(\d+)", on.tool("ntfsinfo", "-v", "-i", "0", "v").decode(), re.S)[1]) // 1024
-    on.plant("unalloc", next(starts), "chain 1", "chain 2", "chain 3")
-    on.plant(None, next(starts) + 96, "in the middle")
-    on.plant(None, next(starts), "version 3", version=3)
-    on.plant("unalloc", next(starts), "highest entry", file=(bound - 1, 1), parent=(bound - 1, 1))
-    on.plant(None, next(starts), "entry at the bound", file=(bound, 1))
-    on.plant(None, next(starts), "parent at the bound", parent=(bound, 1))
-    at = begin = next(starts)
-    while begin + cluster - at >= 104:
-        at = on.plant("unalloc", at, f"one of many {at}")
-    if at < begin + cluster:
-        on.plant(None, at, "over the end of a cluster".ljust(50))
-    if cluster > PAGE:
-        begin = next(starts)
-        on.plant("unalloc", begin + PAGE, "behind zeros")
-        on.plant(None, begin + 2 * PAGE, "version 3", version=3)
-        on.plant("unalloc", begin + 3 * PAGE, "behind damage")
-        begin = next(starts)
-        os.pwrite(on.image.fileno(), b"\xFF" * 4, begin)
-        on.plant(None, begin + PAGE, "behind a length that does not fit")
-    last = free[-1]
-    on.plant("unalloc", last * cluster, "in the last cluster")
+    def plant_in_free_clusters(self):
+        cluster, bits = self.cluster, self.tool("ntfscat", "-i", "6", "v").encode("latin-1")
+        free = [n for n in range(len(bits) * 8) if not bits[n // 8] >> n % 8 & 1][-999:]
+        starts = iter([n * cluster for n in free if {n + 1, n + 2} <= set(free)][::3])
+        mft = self.tool("ntfsinfo", "-v", "-i", "0", "v")
+        bound = int(re.search(r"\$DATA.*?Allocated size:\s*(\d+)", mft, re.S)[1]) // 1024
+        self.plant("unalloc", next(starts), "chain 1", "chain 2", "chain 3")
+        self.plant(None, next(starts) + 96, "in the middle")
+        self.plant(None, next(starts), "version 3", version=3)
+        self.plant("unalloc", next(starts), "highest entry", file=(bound - 1, 1), parent=(bound - 1, 1))
+        self.plant(None, next(starts), "entry at the bound", file=(bound, 1))
+        self.plant(None, next(starts), "parent at the bound", parent=(bound, 1))
+        at = begin = next(starts)
+        while begin + cluster - at >= 104:
+            at = self.plant("unalloc", at, f"one of many {at}")
+        self.plant(None, at, "over the end of a cluster".ljust(50))
+        if cluster > PAGE:
+            begin = next(starts)
+            self.plant("unalloc", begin + PAGE, "behind zeros")
+            self.plant(None, begin + 2 * PAGE, "version 3", version=3)
+            self.plant("unalloc", begin + 3 * PAGE, "behind damage")
+            os.pwrite(self.image, b"\xFF" * 4, begin := next(starts))
+            self.plant(None, begin + PAGE, "behind a length that does not fit")
+        self.plant("unalloc", free[-1] * cluster, "in the last cluster")
 
 
 def found(lorq, *arguments):
@@ -100,22 +96,11 @@ def found(lorq, *arguments):
 
 @pytest.mark.parametrize("cluster", [512, 4096, 65536])
 def test_records_in_free_clusters_and_slack(lorq, cluster):
-    on = Planted(lorq, cluster, "--fragments 300" if cluster == 512 else "--fragments 3")
+    on = Planted(lorq, cluster)
     sizes = {"resident": 100, "small": 1700, "large": 5 * cluster + 9, "full": 4 * cluster, "deleted": 2 * cluster + 41}
     for name, size in sizes.items():
-        entry, clusters = on.copy_in(name, size)
-        assert bool(clusters) == (name != "resident")
-        at = clusters[-1] * cluster + (size % cluster + 7) // 8 * 8 if clusters else 0
-        if name in ("large", "deleted", "small") and size % cluster:
-            on.plant("slack", at, f"behind {name} 1", f"behind {name} 2")
-            on.plant(None, at - at % cluster + cluster - 72, "end")
-        if name == "deleted":
-            on.clear_in_use(entry)
-    vcn, lcn, length = on.journal_runs[-1]
-    on.plant("slack", (lcn + length - 1) * cluster + 120, "behind $J")
-    plant_free(on)
-    assert len(on.expected) > 10
-
+        on.plant_behind(name, size)
+    on.plant_in_free_clusters()
     by_name, said = found(lorq, *ALL)
     assert by_name == on.expected
     for text in "normal USNJRNL data", "unalloc clusters", "vss clusters", "slack space":
