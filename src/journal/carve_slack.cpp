@@ -51,13 +51,13 @@ private:
         if (used == 0 || stream.extents.empty() || stream.extents.back().sparse) return;
         const extent& last = stream.extents.back();
         const std::uint64_t start = (used + slack_alignment - 1) / slack_alignment * slack_alignment;
-        const auto at = volume_.cluster_offset(last.lcn + last.length - 1);
-        if (start == volume_.cluster_size() || !at || !seen_.insert(*at + start).second) return;
+        const std::uint64_t cluster = last.lcn + last.length - 1;
+        const auto at = volume_.cluster_offset(cluster);
+        if (start >= cluster_.size() || cluster >= volume_.geometry().total_clusters || !at) return;
+        if (!seen_.insert(*at + start).second) return;
         std::size_t got = 0;
-        if (!volume_.reader().read_at(*at, cluster_, got)) {
-            if (volume_.source_size() == 0 || *at < volume_.source_size()) run_.lost_bytes += cluster_.size();
-            return;
-        }
+        if (!volume_.reader().read_at(*at, cluster_, got)) got = 0;
+        run_.lost_bytes += cluster_.size() - got;
         if (got > start) receiver_.on_journal_chunk(byte_view(std::span(cluster_).first(got), *at).from(start));
     }
 

@@ -22,7 +22,7 @@ public:
           shown_clusters_(clusters),
           clusters_(std::min(clusters, volume.geometry().total_clusters)) {}
 
-    // The next bytes of the bitmap; only its last piece may end between two multiples of 8 bytes.
+    // The next bytes of the bitmap.
     void take(std::span<const std::uint8_t> bits) {
         for (std::size_t at = 0; at < bits.size() && next_ < clusters_;) {
             const std::uint8_t eight = bits[at++];
@@ -32,6 +32,12 @@ public:
             }
             for (unsigned bit = 0; bit < 8; ++bit) take_alike((eight >> bit & 1U) == 0, 1);
         }
+    }
+
+    // As many that could not be read. What their clusters are is not known, so they are left alone.
+    void skip(std::uint64_t bytes) {
+        read_free_run();
+        next_ += std::min(bytes * 8, clusters_ - next_);
     }
 
     void finish() { read_free_run(); }
@@ -82,22 +88,27 @@ private:
     std::uint64_t free_seen_ = 0;
 };
 
-// The first `length` bytes of the bitmap. The result is how many of them could not be read: where they end, the walk
-// ends.
+// The first `length` bytes of the bitmap; one bad cluster of it costs that cluster. The result is how many of them
+// could not be read.
 std::uint64_t walk_bitmap(ntfs_volume& volume, const ntfs_stream& bitmap, std::uint64_t length,
                           free_cluster_walk& walk) {
     std::vector<std::uint8_t> piece(static_cast<std::size_t>(std::min(length, bitmap_piece)));
     std::uint64_t at = 0;
+    std::uint64_t lost = 0;
     while (at < length) {
         const auto wanted =
             std::span(piece).first(static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), length - at)));
         std::size_t got = 0;
-        if (!volume.read_stream_range(bitmap.extents, at, wanted, got)) break;
+        if (!volume.read_stream_range(bitmap.extents, at, wanted, got)) got = 0;
         walk.take(wanted.first(got));
         at += got;
-        if (got != wanted.size()) break;
+        if (got == wanted.size()) continue;
+        const std::uint64_t behind = std::min((at / volume.cluster_size() + 1) * volume.cluster_size(), length);
+        walk.skip(behind - at);
+        lost += behind - at;
+        at = behind;
     }
-    return length - at;
+    return lost;
 }
 
 }  // namespace

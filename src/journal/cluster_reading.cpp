@@ -11,8 +11,9 @@ constexpr std::uint64_t longest_read = 1U << 20U;
 void piece_reader::read(std::uint64_t offset, std::uint64_t count, std::uint32_t size, std::uint32_t step) {
     const std::uint64_t source = volume_.source_size();
     if (source != 0) {
-        if (offset >= source) return;
-        count = std::min(count, (source - offset + step - 1) / step);
+        const std::uint64_t held = offset >= source ? 0 : std::min(count, (source - offset + step - 1) / step);
+        run_.lost_bytes += (count - held) * std::min(size, step);
+        count = held;
     }
     // Pieces far apart are read alone; what lies between them nobody asked for.
     const std::uint64_t together = step > size ? 1 : std::max<std::uint64_t>(longest_read / step, 1);
@@ -45,18 +46,28 @@ void piece_reader::read_together(std::uint64_t offset, std::uint64_t count, std:
         }
         return;
     }
-    for (std::uint64_t i = 0; i < count; ++i) read_one(offset + i * step, size);
+    for (std::uint64_t i = 0; i < count; ++i) read_one(offset + i * step, size, step);
 }
 
-void piece_reader::read_one(std::uint64_t offset, std::uint32_t size) {
-    buffer_.resize(std::max<std::size_t>(size, buffer_.size()));
+void piece_reader::read_one(std::uint64_t offset, std::uint32_t size, std::uint32_t step) {
     const auto bytes = std::span(buffer_).first(size);
     std::size_t got = 0;
-    if (!volume_.reader().read_at(offset, bytes, got)) {
-        run_.lost_bytes += size;
-        return;
+    if (!volume_.reader().read_at(offset, bytes, got)) got = read_beginning(offset, bytes, step);
+    const std::size_t own = std::min(size, step);
+    if (got < own) run_.lost_bytes += own - got;
+    if (got != 0) receiver_.on_journal_chunk(byte_view(bytes.first(got), offset));
+}
+
+// Of a piece of several clusters, those before the bad one: it alone is lost.
+std::size_t piece_reader::read_beginning(std::uint64_t offset, std::span<std::uint8_t> into, std::uint32_t step) {
+    std::size_t done = 0;
+    while (step < into.size() && done < into.size()) {
+        const auto cluster = into.subspan(done, std::min<std::size_t>(step, into.size() - done));
+        std::size_t got = 0;
+        if (!volume_.reader().read_at(offset + done, cluster, got)) break;
+        done += got;
     }
-    receiver_.on_journal_chunk(byte_view(bytes.first(got), offset));
+    return done;
 }
 
 // Asks the source once per stretch.

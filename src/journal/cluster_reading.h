@@ -16,13 +16,14 @@ public:
     piece_reader(ntfs_volume& volume, usnjrnl_context& run) : volume_(volume), run_(run), receiver_(run) {}
 
     // Reads `count` pieces of `size` bytes, the first at byte `offset` of the source and each `step` behind the one
-    // before, and hands each to the receiver. Bytes that cannot be read are added to the run's lost bytes; what lies
-    // behind the end of the source is not there and counts nothing.
+    // before, and hands each to the receiver. All pieces begin on the volume: bytes of theirs that cannot be read, or
+    // that a truncated image does not have, are added to the run's lost bytes, those that two pieces share once.
     void read(std::uint64_t offset, std::uint64_t count, std::uint32_t size, std::uint32_t step);
 
 private:
     void read_together(std::uint64_t offset, std::uint64_t count, std::uint32_t size, std::uint32_t step);
-    void read_one(std::uint64_t offset, std::uint32_t size);
+    void read_one(std::uint64_t offset, std::uint32_t size, std::uint32_t step);
+    [[nodiscard]] std::size_t read_beginning(std::uint64_t offset, std::span<std::uint8_t> into, std::uint32_t step);
     [[nodiscard]] bool in_hole(std::uint64_t offset, std::uint64_t end);
 
     ntfs_volume& volume_;

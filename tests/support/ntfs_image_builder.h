@@ -77,6 +77,7 @@ struct made_attribute {
         poke<std::uint8_t>(out, attribute_header::non_resident, 1);
         poke<std::uint64_t>(out, attribute_header::first_vcn, first_vcn);
         poke<std::uint16_t>(out, attribute_header::run_list_offset, content);
+        poke<std::uint64_t>(out, attribute_header::allocated_size, real_size);
         poke<std::uint64_t>(out, attribute_header::real_size, real_size);
         poke<std::uint64_t>(out, attribute_header::initialised_size, real_size);
         return out;

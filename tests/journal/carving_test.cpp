@@ -1,0 +1,160 @@
+// The carving passes over volumes made byte by byte: damage, and what no formatter writes.
+#include "journal/carving.h"
+
+#include "journal/journal_collection.h"
+#include "ntfs/opened_volume.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+bytes record_named(std::u16string name) { return usn_record_builder{.name = std::move(name)}.build(); }
+
+// Pieces, each at its place, with zeros between them.
+bytes laid_out(std::size_t size, const std::vector<std::pair<std::size_t, bytes>>& pieces) {
+    bytes out(size);
+    for (const auto& [at, piece] : pieces) std::ranges::copy(piece, out.data() + at);
+    return out;
+}
+
+struct carving {
+    explicit carving(bytes image = {}, std::uint64_t volume_offset = 0) : disk(std::move(image), volume_offset) {
+        run.journal = &journal;
+    }
+    // "name@cluster+byte", in order of arrival.
+    [[nodiscard]] std::string found(std::uint64_t unit) const {
+        std::string text;
+        journal_entry entry;
+        for (std::size_t i = 0; i < journal.size(); ++i) {
+            journal.read_in_order(i, entry);
+            text += (i == 0 ? "" : " ") + std::string(entry.name.begin(), entry.name.end()) + "@" +
+                    std::to_string(entry.record_offset / unit) + "+" + std::to_string(entry.record_offset % unit);
+        }
+        return text;
+    }
+    opened_volume disk;
+    journal_collection journal;
+    usnjrnl_context run;
+    std::string shown;
+    progress_sink progress = [this](std::string_view text) { shown.append(text).append("\n"); };
+};
+
+TEST(carve_unallocated, survives_damage_cluster_by_cluster) {
+    ntfs_image_builder made{.cluster_size = 512, .clusters = 8192, .mft_clusters = 128};
+    made.build();
+    bytes bitmap(1024, 0xFF);
+    std::fill_n(bitmap.begin() + 125, 125, std::uint8_t{0});  // 1000 to 1999
+    poke<std::uint8_t>(bitmap, 625, 0xFE);                    // 5000
+    made.write(200 * 512, bitmap);
+    made.put(6, {.attributes = {{.runs = run_list({{200, 2}}), .real_size = 1024}}});
+    for (const std::size_t lcn : {1000U, 1200U, 1201U, 5000U}) made.write(lcn * 512, record_named(u"r"));
+
+    const struct {
+        std::size_t clusters, bad, lost;
+        const char* found;
+    } cases[] = {{8192, 0, 0, "r@1000+0 r@1200+0 r@1201+0 r@5000+0"},
+                 {8192, 1200, 512, "r@1000+0 r@1201+0 r@5000+0"},
+                 {8192, 200, 512, "r@5000+0"},
+                 {1900, 0, 101 * 512, "r@1000+0 r@1200+0 r@1201+0"}};
+    for (const auto& [clusters, bad, lost, found] : cases) {
+        carving on({made.image.begin(), made.image.begin() + static_cast<std::ptrdiff_t>(clusters * 512)});
+        ASSERT_TRUE(on.disk.volume.mount());
+        if (bad != 0) on.disk.faults.bad = {{bad * 512, bad * 512 + 512}};
+        EXPECT_TRUE(carve_unallocated(on.disk.volume, on.run, on.progress));
+        EXPECT_EQ(on.found(512), found);
+        EXPECT_EQ(on.run.lost_bytes, lost);
+        if (lost != 0) continue;
+        EXPECT_EQ(on.shown,
+                  "looking for unalloc cluster\nanalyzing cluster 1752 of 8192\nlooking for unalloc cluster\n"
+                  "looking for unalloc cluster\nanalyzing results - formatting output\n");
+    }
+}
+
+TEST(carve_slack, looks_behind_each_stream_once) {
+    ntfs_image_builder made{};
+    made.build();
+    const auto file = [](std::vector<made_run> runs, std::uint64_t size, std::uint32_t type = 0x80) {
+        return made_attribute{.type = type, .runs = run_list(runs), .real_size = size};
+    };
+    made.put(0, {.attributes = {file({{2, 16}}, 65536)}});  // 64 entries
+    const made_record records[] = {
+        {.attributes = {file({{100, 2}}, 4096 + 9)}},
+        {.attributes = {file({{102, 1}}, 8)}, .flags = 0},
+        {.attributes = {file({{103, 1}}, 4096)}},
+        {.attributes = {file({{104, 1}}, 8, 0xA0), file({{105, 1}}, 8, 0xB0), file({{106, 1}}, 8, 0xC0)}},
+        {.attributes = {file({{107, 1}, {hole, 1}}, 4096 + 8)}},
+        {.attributes = {file({{101, 1}}, 12)}},  // that of the first again
+        {.attributes = {{.runs = run_list({{108, 1}}), .first_vcn = 5, .real_size = 8}}},
+        {.attributes = {attribute_list({list_entry(0x80, 31, 0), list_entry(0x80, 32, 1)}), file({{109, 1}}, 8200)}},
+        {.attributes = {{.id = 1, .runs = run_list({{110, 2}}), .first_vcn = 1}}, .base = reference(31, 0)},
+        {.attributes = {file({{112, 1}}, 8)}, .base = reference(31, 7)},  // of a file that is gone
+        {.attributes = {file({{200, 57}}, 8)}},                           // the volume ends before its last cluster
+        {.attributes = {file({{114, 1}}, 8)}},
+    };
+    std::uint64_t entry = 24;
+    for (const made_record& record : records) made.put(entry++, record);
+    for (std::size_t at = 100 * 4096; at < 120 * 4096; at += 4096) {
+        made.write(at + (at == 101 * 4096 ? 16 : 8), record_named(u"r"));
+    }
+    bytes disk(512);
+    append(disk, made.image);
+    append(disk, laid_out(4096, {{8, record_named(u"next")}}));  // another volume
+    carving on(disk, 512);
+    ASSERT_TRUE(on.disk.volume.mount());
+    on.disk.faults.bad = {{512 + 114 * 4096, 512 + 115 * 4096}};
+    EXPECT_TRUE(carve_slack(on.disk.volume, on.run, on.progress));
+    EXPECT_EQ(on.found(4096), "r@101+528 r@102+520 r@104+520 r@105+520 r@111+520 r@112+520");
+    EXPECT_EQ(on.run.lost_bytes, 4096U);
+    EXPECT_EQ(on.shown, "analyzing entry 0 of 64\nanalyzing entry 53 of 64\nanalyzing results - formatting output\n");
+}
+
+TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
+    const bytes id{0x6B, 0x87, 0x08, 0x38, 0x76, 0xC1, 0x48, 0x4E, 0xB7, 0xAE, 0x04, 0x04, 0x6E, 0x6C, 0xC7, 0x52};
+    const bytes block = laid_out(128, {{0, id}, {20, {2}}});
+    bytes catalog = laid_out(2048, {{0, block}});
+    const struct {
+        std::uint8_t type, store;
+        std::uint64_t header, file;
+    } slots[] = {{3, 2, 1000 * 512, 10}, {2, 2, 0, 0},  {2, 3, 0, 0},           {3, 4, 1000 * 512, 0}, {4, 1, 0, 13},
+                 {3, 1, 1ULL << 40U, 9}, {1, 5, 0, 99}, {3, 5, 2047 * 512, 11}, {3, 6, 0, 40},         {3, 7, 0, 13}};
+    for (std::size_t slot_at = 128; const auto& [type, store, header, file] : slots) {  // in text store 1 comes first
+        std::ranges::copy(laid_out(20, {{0, {type}}, {16, {static_cast<std::uint8_t>(0xA0 - store)}}, {19, {store}}}),
+                          catalog.data() + slot_at);
+        poke<std::uint64_t>(catalog, slot_at + 32, header);
+        poke<std::uint64_t>(catalog, slot_at + 56, reference(file, 7));
+        slot_at += 128;
+    }
+    ntfs_image_builder made{.cluster_size = 512, .clusters = 2048, .mft_clusters = 128};
+    made.build();
+    made.put(5, {.attributes = {index_root({7})}});
+    made.put(7, {.attributes = {name_attribute(u"system VOLUME Information"), index_root({8})}});
+    made.put(8, {.attributes = {name_attribute(u"{3808876B-C176-4e48-b7ae-04046e6cc752}"),
+                                {.runs = run_list({{200, 4}}), .real_size = 2048}}});
+    made.write(200 * 512, catalog);
+    for (const std::uint64_t n : {9U, 10U, 11U, 13U}) {
+        const std::size_t lcn = 300 + 10 * n;
+        made.put(n, {.attributes = {{.runs = run_list({{lcn, 2}, {hole, 1}, {lcn + 5, 1}}), .real_size = 2048}}});
+        for (std::size_t i = 0; i < 9; ++i) made.write(lcn * 512 + i * 64, record_named(u"r"));  // of 64 bytes
+        made.write((lcn + 5) * 512, record_named(u"l"));
+    }
+    made.write(1000 * 512, laid_out(256, {{0x90, id}, {0xC0, {4, 0, 'a', 0, 'b', 0, 2, 0, 'c', 0}}}));
+    made.write(2047 * 512, laid_out(512, {{0x90, id}, {0xC0, {0xFF, 0xFF, 'a', 0}}}));
+    carving on(made.image);
+    ASSERT_TRUE(on.disk.volume.mount());
+    on.disk.faults.bad = {{403 * 512, 404 * 512}};  // of no store, though the pieces before it reach over it
+    EXPECT_TRUE(carve_shadow_stores(on.disk.volume, on.run, on.progress));
+    // Of each store eight in the first cluster; what begins the second is in two pieces.
+    EXPECT_EQ(on.journal.size(), 33U);
+    EXPECT_TRUE(on.found(512).ends_with("r@410+384 r@410+448 r@411+0 r@411+0 l@415+0")) << on.found(512);
+    EXPECT_EQ(std::to_string(on.run.lost_bytes) + on.shown, "0analyzing entry 0\n");
+    const std::string none = "00000000-0000-0000-0000-000000000000", copy = "3808876b-c176-4e48-b7ae-04046e6cc752";
+    journal_entry entry;
+    on.journal.read_in_order(0, entry);
+    EXPECT_EQ(entry.snapshot_label, "SnapID: " + none);
+    on.journal.read_in_order(11, entry);
+    EXPECT_EQ(entry.snapshot_label, "SnapID: " + copy);
+    EXPECT_NE(on.disk.said.find("0200009e-0000-0000-0000-000000000000, SnapID: " + copy + ", ab, c\n"),
+              std::string::npos);
+}
+
+}  // namespace
