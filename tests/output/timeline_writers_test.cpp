@@ -1,7 +1,6 @@
 // The body file and log2timeline's table, and the slots that both place a record by.
 #include "output/body_writer.h"
 #include "output/l2t_writer.h"
-#include "output/macb.h"
 
 #include "support/table_settings.h"
 
@@ -9,12 +8,9 @@
 
 namespace {
 
-struct l2t_settings : table_settings {
-    explicit l2t_settings(bool header) {
-        separated_by(",", ',', ' ');
-        write_header = header;
-    }
-};
+table_settings l2t_settings(bool header) {
+    return table_settings().separated_by(",", ',', ' ').with(&table_settings::write_header, header);
+}
 
 std::string body(const journal_entry& entry) {
     uni::body_writer writer;
@@ -46,10 +42,7 @@ TEST(Timelines, EveryReasonFallsIntoItsSlots) {
         {~0U, "MACB", "ads data overwritten; ads data added; reparse changed; stream added or deleted"}};
     // clang-format on
     for (const auto& [reason, letters, type] : cases) {
-        journal_entry entry = sample_entry();
-        entry.reason = reason;
-        const uni::macb_letters made = uni::macb_text(reason);
-        EXPECT_EQ(std::string(made.data(), made.size()), letters) << reason;
+        const journal_entry entry = sample_entry(reason);
         const auto slot = [&text = letters](std::size_t at) { return text[at] == '.' ? "|0" : "|1704198896"; };
         EXPECT_EQ(body(entry), std::string("0|report.docx|42||0|0|0") + slot(1) + slot(0) + slot(2) + slot(3) + "\n");
         EXPECT_EQ(l2t(l2t_settings(false), {entry}),
@@ -82,14 +75,9 @@ TEST(BodyWriter, SecondsOfAnyTimeAndNamesOfAnyKind) {
 TEST(L2tWriter, HeaderAndLayouts) {
     const std::string names =
         "timezone,MACB,source,sourcetype,type,user,host,short,desc,version,filename,inode,notes,format,extra\n";
-    journal_entry timeless = sample_entry();
-    timeless.timestamp = 0;
     EXPECT_EQ(l2t(l2t_settings(true), {}), "");
-    EXPECT_EQ(l2t(l2t_settings(true), {timeless, journal_entry{}}), "date,time," + names);
-
-    l2t_settings paired(true);
-    paired.set_formats(true);
-    paired.hexadecimal = false;
+    EXPECT_EQ(l2t(l2t_settings(true), {sample_entry(1, 0), journal_entry{}}), "date,time," + names);
+    table_settings paired = l2t_settings(true).set_formats(true).with(&table_settings::hexadecimal, false);
     paired.user_name = "a,b";  // as given
     paired.host_name = "lab";
     const std::string rest =
@@ -104,7 +92,7 @@ TEST(L2tWriter, HeaderAndLayouts) {
 }
 
 TEST(L2tWriter, NamesAndPaths) {
-    l2t_settings settings(false);
+    table_settings settings = l2t_settings(false);
     journal_entry entry = sample_entry();
     entry.name = u"a|b,c<&\u00e9\U0001F600\r\n" + std::u16string{0xD800};
     entry.parent_path = u"[root]\\x,\n\\";
