@@ -45,7 +45,7 @@ TEST(JournalCollection, GivesBackWhatWasPutIn) {
         entry.usn = -static_cast<std::int64_t>(i);
         entry.reason = small * 3, entry.source_info = small * 5, entry.security_id = small * 7;
         entry.file_attributes = small * 11;
-        entry.name = std::u16string(i % 201, static_cast<char16_t>(i));
+        entry.name.assign(i % 201, static_cast<char16_t>(i));
         entry.from_unalloc = i % 5 == 1, entry.from_vss = i % 5 == 2, entry.from_slack = i % 5 == 3;
         entry.snapshot_label = i < 100 || i > 9000 ? "" : i < 5000 ? "SnapID: a" : "SnapID: b";
         return entry;

@@ -51,12 +51,13 @@ TEST(WalkChunk, ARecordPastTheChunkEndsTheWalk) {
     for (const std::size_t tail : {1U, 3U, 4U, 7U, 64U}) {  // too short for a length, a header, the record
         bytes cut = record_named(u"cut");
         cut.resize(tail);
-        append(cut = chunk, bytes(cut));
-        EXPECT_EQ(walked(cut), "one@0 ");
+        bytes both = chunk;
+        append(both, cut);
+        EXPECT_EQ(walked(both), "one@0 ");
     }
-    // Even in the first of two pages, and whatever its version says: the length alone decides.
+    // Even in the first of two pages, by a byte, and whatever its version says: the length alone decides.
     fill_page(chunk);
-    poke<std::uint32_t>(chunk, 72, 0x7000);
+    poke<std::uint32_t>(chunk, 72, 4097);
     append(chunk, record_named(u"never"));
     EXPECT_EQ(walked(chunk), "one@0 ");
 }
@@ -79,11 +80,13 @@ TEST(ExtractedJournal, OffsetsAreThoseOfTheFileAcrossPiecesAndHoles) {
         journal_collection journal;
         usnjrnl_context run;
         run.journal = &journal;
-        run.journal_path = folder.write("j", "");
+        run.journal_path = folder / "j";
+        std::ofstream out(run.journal_path, std::ios::binary);
         for (const auto& [at, piece] : pieces) {
-            std::fstream out(run.journal_path, std::ios::binary | std::ios::in | std::ios::out);
             out.seekp(static_cast<std::streamoff>(at)) << std::string(piece.begin(), piece.end());
         }
+        if (size != 0) out.seekp(static_cast<std::streamoff>(size) - 1).put('\0');
+        out.close();
         std::filesystem::resize_file(run.journal_path, size);
         EXPECT_TRUE(read_extracted_journal(run));
         EXPECT_EQ(run.found_something, journal.size() != 0);
