@@ -53,15 +53,4 @@ TEST(DiskReader, FindsTheEndOfASourceThatDoesNotTellItsSize) {
     EXPECT_EQ(made.reader.disk_size(), 0U);
 }
 
-TEST(DiskReader, ABadSectorFailsTheReadsThatTouchIt) {
-    made_reader made(4096, true);
-    made.faults.bad = {{1024, 1536}};
-    EXPECT_EQ(made.read(1000, 24), 24);
-    EXPECT_EQ(made.read(1000, 25), -1);
-    EXPECT_EQ(made.read(1535, 1), -1);
-    EXPECT_EQ(made.read(1024, 512), -1);
-    EXPECT_EQ(made.read(1536, 512), 512);
-    EXPECT_EQ(made.faults.reads, 5U);
-}
-
 }  // namespace

@@ -180,7 +180,7 @@ TEST(Partitions, GuidTable) {
     test_image image(0x40000);
     image.boot_record(0).gpt(0x200, 0xFFFFFFFF, 256);
     image.gpt_entry(0x400, 128, 143).ntfs(0x10000, 15);
-    image.gpt_entry(0x600, 160, 167).put<std::uint16_t>(0x14000 + 1080, 0xEF53);
+    image.gpt_entry(0x600, 160, 164).put<std::uint16_t>(0x14000 + 1080, 0xEF53);
     image.gpt_entry(0x700, 176, 183).text(0x16000 + 1024, "H+");
     image.gpt_entry(0x800, 184, 191).text(0x17000 + 1024, "HX").gpt_entry(0x900, 192, 199);
     image.gpt_entry(0xA00, 200, 203).put<std::uint16_t>(0x19000 + 1080, 0xEF53);  // of 2048 bytes only a sector is read
