@@ -13,19 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(PosixFile, PipeYieldsNothingAndDoesNotHang) {
-    const temporary_folder folder;
-    const std::string pipe = folder / "pipe";
-    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    platform::file in;
-    std::int64_t begin = 0;
-    std::int64_t end = 0;
-    ASSERT_TRUE(in.open_for_reading(pipe));
-    EXPECT_EQ(in.size(), 0);
-    EXPECT_FALSE(in.next_data(0, begin, end));
-    EXPECT_FALSE(platform::device().open(pipe, platform::device_access::plain));
-}
-
 TEST(PosixFile, HolesAreSkippedAndTimesKept) {
     const temporary_folder folder;
     const std::string path = folder.write("sparse", "");
