@@ -40,9 +40,6 @@ TEST(CsvWriter, DefaultTable) {
     EXPECT_EQ(table({}, {timeless, open, sample_entry(), open}), golden);
     EXPECT_EQ(table({}, {open}), golden.substr(0, golden.find('\n') + 1));
     EXPECT_EQ(table({}, {}), "");
-    EXPECT_EQ(line(settings().with(&settings::closed_only, false).with(&settings::no_whitespace), open),
-              "2024-01-02 |  12:34:56.789 | 0x0000002a | 0x0003 | 0x00000005 | 0x00000005 | 0x00001000 | "
-              "archive | report.docx | file_created\n");
 }
 
 TEST(CsvWriter, LayoutsWithoutPadding) {
@@ -104,11 +101,6 @@ TEST(CsvWriter, PaddedVariants) {
               "18446744073709551615 :: $J      ::          32256 :: archive                       :: "
               "report.docx                                   :: data_overwritten; file_created; file_closed\n");
     EXPECT_EQ(line(decimal.separated_by(std::string(5000, '#'), '\0', '\0'), wide).size(), 55'224U);
-    wide.file_ref = 0xFFFF'FFFF'FFFF'FFFF;
-    EXPECT_EQ(line({}, wide),
-              "2024-01-02 |  12:34:56.789 | 0xffffffffffff | 0x0000ffff | 0x000000000005 | 0x00000005 | "
-              "0xffffffffffffffff | archive                       | report.docx                                   "
-              "| data_overwritten; file_created; file_closed\n");
 }
 
 TEST(CsvWriter, Multiline) {
