@@ -56,6 +56,31 @@ TEST(PosixProcess, ClosedStandardErrorIsNotTakenByAFile) {
     ::close(next);
 }
 
+TEST(PosixFile, APipeIsWrittenAndYieldsNothing) {
+    const temporary_folder folder;
+    const std::string pipe = folder / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    platform::file out;
+    ASSERT_TRUE(out.open_for_writing(pipe, false, true));
+    EXPECT_EQ(out.append("line\n"), platform::write_result::ok);
+    std::array<char, 8> got{};
+    EXPECT_EQ(::read(reader, got.data(), got.size()), 6);
+    ::close(reader);
+    (void)platform::start_process(0, nullptr);  // the signal of a broken pipe would end this program
+    EXPECT_EQ(out.append("line\n"), platform::write_result::closed_pipe);
+    EXPECT_FALSE(platform::device().open(pipe, platform::device_access::plain));
+}
+
+TEST(PosixPath, WhatALinkLeadsToKeepsItsRights) {
+    const temporary_folder folder;
+    const std::string target = folder.write("target", "");
+    fs::create_symlink(target, folder / "link");
+    fs::permissions(target, fs::perms::owner_read);
+    platform::make_writable(folder / "link");
+    EXPECT_EQ(fs::status(target).permissions(), fs::perms::owner_read);
+}
+
 TEST(PosixPath, NodesOfOneDeviceAreOneDevice) {
     const temporary_folder folder;
     EXPECT_EQ(platform::kind_of("/dev/null"), platform::path_kind::other);
