@@ -111,7 +111,7 @@ def test_records_in_free_clusters_and_slack(lorq, cluster):
     names = re.compile("|".join(map(re.escape, sorted(on.expected, reverse=True))))
     for layout in [], ["-xml"], ["-bodyfile"], ["-csvl2t"]:
         lines = lorq.table("-image", "v", "-a", *ALL, "-show_dir_path", "-pulltimes", *layout)
-        shown = collections.Counter(name for line in lines for name in set(names.findall(line)))
+        shown = collections.Counter(name for line in lines if "<path>" not in line for name in set(names.findall(line)))
         assert shown == collections.Counter(on.expected.keys()), layout
 
     with open(lorq.path("disk"), "wb") as disk:

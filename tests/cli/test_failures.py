@@ -1,10 +1,11 @@
 """What the program says when it cannot do what it was asked for: text, stream and exit code."""
 import os
+import pathlib
 import re
 
 import pytest
 
-from conftest import FAILED, as_root, linux_only
+from conftest import FAILED, WINDOWS, as_root, linux_only
 from journal import page, record
 
 CLEAR = "\x1b[2K\r    \r"
@@ -19,20 +20,20 @@ def said(done):
 @pytest.mark.parametrize("arguments", [[], ["-h"], ["-HELP"], ["/?"], ["-file", "j", "--help"], ["-out", "-h"]])
 def test_usage_is_no_failure(lorq, arguments):
     done = lorq(*arguments)
-    assert (done.code, done.out) == (0, "")
-    assert done.err.startswith("lorq ver: 1.49\n\nusage:\n\n lorq -image <dd image> [-offset <offset>]\n")
-    assert done.err.endswith("   -show_offset              = include offset of record in output\n\n")
+    assert done == (0, "", pathlib.Path(__file__).parent.parent.joinpath("golden/usage.txt").read_bytes().decode())
 
 
 @pytest.mark.parametrize("arguments, message", [
-    (["-out", "no/such/x"], "prob opening file no\\such\\x for output, aborting\n"),
+    (["-out", "no/such/x", "-append", "-sqlite", "x"], "prob opening file no\\such\\x for output, aborting\n"),
+    (["-out", ""], "prob opening file  for output, aborting\n"),
     (["-out", "."], "prob opening file . for output, aborting\n"),
-    (["-sqlite", "x"], "This option is not offered in this build\n"),
+    (["-sqlite", "x", "-timeformat", "x"], "invalid x, using default format\nThis option is not offered in this build\n"),
     (["-sqlite_log", "x"], "This option is not offered in this build\n"),
-    (["-alias", "a|b|c"], "imbalanced alias to true pathfiles, aborting\n"),
+    (["-alias", "a|b|c", "-sqlite", "x"], "imbalanced alias to true pathfiles, aborting\n"),
     (["-aliaspath", "a"], "imbalanced alias to true pathfiles, aborting\n"),
     (["-cmd_start_time", "20240102"], ""),
     (["-cmd_stop_time", "2024.01.02"], ""),
+    (["-cmd_stop_time", " 2024-01-02"], ""),
 ])
 def test_refused_options_leave_only_the_run_header(lorq, arguments, message):
     done = lorq("-file", "j", *arguments)
@@ -42,17 +43,14 @@ def test_refused_options_leave_only_the_run_header(lorq, arguments, message):
 
 @pytest.mark.parametrize("arguments, message", [
     (["-cmd_start_time", "2024-13-02"], "invalid start time, ignoring\n"),
-    (["-cmd_stop_time", "2024-01-32"], "invalid stop time, ignoring\n"),
     (["-cmd_start_time", "2024-02-01", "-cmd_stop_time", "2024/01/31"], "invalid stop time, ignoring\n"),
-    (["-dateformat", "yyyy"], "invalid yyyy, using default format\n"),
     (["-dateformat", "dd-mmm-yy"], "invalid dd-mmm-yy, using default format\n"),
     (["-timeformat", "hh:mm"], "invalid hh:mm, using default format\n"),
-    (["-timeformat", "hhmmss.xxxxx"], "invalid hhmmss.xxxxx, using default format\n"),
     (["-diags", "no/such/x"], ""),
     (["-show_dir_path"], "prob no usable $MFT, paths not resolved\n"),
     (["-mftfile", "no-mft"], "prob opening mft file: no-mft, paths not resolved\n"),
     (["-signal", "end of run"], ""),
-    (["stray", "-nonsense"], ""),
+    (["stray", "-hh", "help", "?"], ""),
 ])
 def test_lesser_problems_change_nothing_in_the_table(lorq, arguments, message):
     done = lorq("-file", "j", *arguments)
@@ -68,7 +66,6 @@ def test_lesser_problems_change_nothing_in_the_table(lorq, arguments, message):
     (["-file", "j", "-include_slack_space", "-include_vss_clusters", "-include_unalloc_clusters"],
      "-include_unalloc_clusters cannot be used with -file option\n"),
     (["-file", "missing"], "prob reading missing\n"),
-    (["-file", "."], "prob reading .\n"),
     (["-file", "C:\\$Extend\\$UsnJrnl:$J"], "prob reading C:\\$Extend\\$UsnJrnl:$J\n"),
     (["-image", "zero"], "couldn't find any partitions on disk\n"),
     pytest.param(["-file", "j", "-partition", "zz"], "prob validating volume zz as a NTFS partition, aborting...\n", marks=as_root),
@@ -100,13 +97,6 @@ def test_volumes_need_rights(lorq_as_nobody):
 
 
 @linux_only
-def test_a_pipe_has_no_size_and_gives_nothing(lorq):
-    os.mkfifo(lorq.path("fifo"))
-    done = lorq("-file", "fifo")
-    assert (done.code, said(done)) == (FAILED, "")
-
-
-@linux_only
 def test_a_full_disk_is_told(lorq):
     for layout in [], ["-xml"]:
         done = lorq("-file", "j", "-out", "/dev/full", *layout)
@@ -116,7 +106,11 @@ def test_a_full_disk_is_told(lorq):
     assert (done.code, said(done)) == (FAILED, "prob writing to standard output\n")
 
 
-def test_a_reader_that_has_seen_enough_is_no_problem_to_report(lorq):
+def test_pipes_as_source_and_results(lorq):
+    if not WINDOWS:  # no size, so nothing in it
+        os.mkfifo(lorq.path("fifo"))
+        assert lorq("-quiet", "-file", "fifo")[::2] == (FAILED, "")
+    # A reader that has seen enough is no problem to report.
     reader, writer = os.pipe()
     os.close(reader)
     done = lorq("-file", "j", stdout=writer)
@@ -124,9 +118,6 @@ def test_a_reader_that_has_seen_enough_is_no_problem_to_report(lorq):
     assert (done.code, said(done)) == (FAILED, "")
 
 
-@pytest.mark.parametrize("arguments, seen", [([], False), (["-a"], True)])
-def test_unclosed_records_count_as_found(lorq, arguments, seen):
+def test_unclosed_records_count_as_found(lorq):
     lorq.write("open", page(record(reason=0x102)))
-    done = lorq("-file", "open", *arguments)
-    assert done.code == 0
-    assert len(done.out.splitlines()) == (5 if seen else 4)
+    assert (len(lorq.table("-file", "open")), len(lorq.table("-file", "open", "-a"))) == (1, 2)

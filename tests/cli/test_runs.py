@@ -1,4 +1,5 @@
 """Runs that work: run header, table, results file, progress, log; and the sources, which no run may change."""
+import datetime
 import os
 import re
 
@@ -15,31 +16,15 @@ A_TXT = ("2024-01-02 |  03:04:05.678 | 0x000000000028 | 0x00000003 | 0x000000000
 
 def test_run_header(lorq):
     lorq.write("two words", lorq.path("j").read_bytes())
-    done = lorq("-file", "two words", "-pipe", "-dateformat", "yyyy/mm/dd")
-    first, second, third = done.out.splitlines()[:3]
-    assert first == "lorq ver: 1.49"
-    assert re.match(r"run time: \d{4}/\d\d/\d\d \d\d:\d\d:\d\d; ", second)
-    assert re.fullmatch(r'"cmdline: <filelist> \.\.\. \| \S*lorq(\.exe)? -file \'two words\' -pipe -dateformat yyyy/mm/dd"',
-                        third)
+    done = lorq("-file", "two words", "-dateformat", "yyyy/mm/dd")
+    head = re.match(r'lorq ver: 1.49\nrun time: (.*?); .*\n"cmdline: \S*lorq(\.exe)? -file \'two words\' -dateformat', done.out)
+    begun = datetime.datetime.strptime(head[1], "%Y/%m/%d %H:%M:%S")
+    assert abs((datetime.datetime.utcnow() - begun).total_seconds()) < 60
 
 
 def test_default_table(lorq):
-    header, line = lorq.table("-file", "j")
-    assert header.split(" | ")[1] == " time-UTC    "
-    assert line == A_TXT
+    assert lorq.table("-file", "j")[1:] == [A_TXT]
 
-
-def test_order_and_damage(lorq):
-    later = FIRST.replace(second=6)
-    lorq.write("mixed", page(record("late", usn=8, moment=later), record("early", usn=16), record(usn=24, version=4))
-               + page(b"\x40\0\0\0\2\0\1\0", record("lost", usn=32))
-               + page(record("v\u00e9rsion 3, long", usn=40, version=3), bytes(8), record("lost", usn=48))
-               + record("cut off", usn=56)[:-8])
-    rows = lorq.table("-file", "mixed", "-csv", "-show_offset")
-    assert [row.split(",")[6:8] + row.split(",")[9:10] for row in rows[1:]] == [
-        ["0x00000010", "0x00000048", "early"],
-        ["0x00000028", "0x00002000", "v\u00e9rsion 3  long"],
-        ["0x00000008", "0x00000000", "late"]]
 
 
 def test_a_hole_before_the_records_changes_no_offset(lorq):
@@ -50,9 +35,9 @@ def test_a_hole_before_the_records_changes_no_offset(lorq):
 
 
 def test_environment_names_in_paths(lorq):
-    done = lorq("-file", "%LORQ_TEST_NAME%", "-out", "%LORQ_TEST_NAME%.txt", env={**os.environ, "LORQ_TEST_NAME": "j"})
-    assert done.code == 0
-    assert lorq.path("j.txt").exists()
+    assert lorq("-file", "%LORQ_TEST%", "-outfile", "other", "-append", "-OUT", "%LORQ_TEST%.txt",
+                env={**os.environ, "LORQ_TEST": "j"}).code == 0
+    assert lorq.path("j.txt").exists() and not lorq.path("other").exists()
 
 
 def test_results_file_holds_the_same_with_its_own_line_ends(lorq):
@@ -64,12 +49,6 @@ def test_results_file_holds_the_same_with_its_own_line_ends(lorq):
     assert lines[3:] == [*table, ""] and not any("\n" in line for line in lines)
     assert HEADER.fullmatch("\n".join(lines[:3]) + "\n")
 
-
-def test_long_results_path(lorq):
-    folder = "/".join(["d" * 100] * 3)
-    lorq.path(folder).mkdir(parents=True)
-    assert lorq("-file", "j", "-out", folder + "/x.txt").code == 0
-    assert lorq.path(folder + "/x.txt").read_bytes().decode().endswith(A_TXT + "\r\n")
 
 
 @as_root
@@ -111,15 +90,12 @@ def test_diagnostic_log(lorq):
 
 @pytest.mark.parametrize("arguments, code, message", [
     (["-file", "x", "-out", "x"], FAILED, "prob opening file x for output, aborting\n"),
-    (["-file", "-a", "x", "-out", "x"], FAILED, "prob opening file x for output, aborting\n"),
     (["-file", "x", "-out", "hard"], FAILED, "prob opening file hard for output, aborting\n"),
-    (["-file", "x", "-out", "soft"], FAILED, "prob opening file soft for output, aborting\n"),
     (["-file", "soft", "-out", "hard"], FAILED, "prob opening file hard for output, aborting\n"),
     (["-file", "x", "-out", "./x"], FAILED, "prob opening file .\\x for output, aborting\n"),
     (["-outfile", "x", "-file", "-quiet", "x"], FAILED, "prob opening file x for output, aborting\n"),
-    (["-mftfile", "-a", "x", "-out", "x"], FAILED, "prob opening file x for output, aborting\n"),
     (["-file", "j", "-mftfile", "x", "-out", "x"], FAILED, "prob opening file x for output, aborting\n"),
-    (["-file", "j", "-image", "x", "-out", "x"], FAILED, "prob opening file x for output, aborting\n"),
+    (["-image", "x", "-out", "soft"], FAILED, "prob opening file soft for output, aborting\n"),
     (["-file", "-a", "x", "-diags", "x"], 0, "prob opening file x for output, log is off\n"),
     (["-file", "x", "-diags", "soft"], 0, "prob opening file soft for output, log is off\n"),
 ])

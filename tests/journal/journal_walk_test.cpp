@@ -1,12 +1,10 @@
 #include "journal/journal_walk.h"
 
 #include "journal/journal_file.h"
+#include "support/temporary_folder.h"
 #include "support/usn_record_builder.h"
 
 #include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -14,7 +12,7 @@ bytes record_named(const char16_t* name, std::uint64_t timestamp = 133'485'408'0
     return usn_record_builder{.version = version, .name = name, .timestamp = timestamp}.build();
 }
 
-// What the collection holds, in order: name and offset of each, "-" for one that failed its checks.
+// What the collection holds, in order: name and offset of each, "v4" for no name, "-" for one that failed its checks.
 std::string in_order(journal_collection& journal) {
     std::string out;
     journal.put_in_order();
@@ -22,10 +20,7 @@ std::string in_order(journal_collection& journal) {
     for (std::size_t i = 0; i < journal.size(); ++i) {
         journal.read_in_order(i, entry);
         const std::string name(entry.name.begin(), entry.name.end());
-        out += (entry.valid == 0     ? "-"
-                : entry.name.empty() ? "v4"
-                                     : name) +
-               "@" + std::to_string(entry.record_offset) + " ";
+        out += (entry.valid == 0 ? "-" : name.empty() ? "v4" : name) + "@" + std::to_string(entry.record_offset) + " ";
     }
     return out;
 }
@@ -40,99 +35,73 @@ std::string walked(const bytes& chunk, std::uint64_t offset = 0) {
 
 TEST(WalkChunk, SkipsZerosAndDamageByThePage) {
     bytes chunk(4096);  // a page of zeros
-    append(chunk, record_named(u"one"));
-    append(chunk, bytes(8));  // a length of 0: the rest of the page is lost
-    append(chunk, record_named(u"lost"));
-    fill_page(chunk);
+    for (const bytes& piece : {record_named(u"one"), bytes(8), record_named(u"lost")}) append(chunk, piece);
+    fill_page(chunk);  // lost with the rest of its page, behind a length of 0, and behind another minor version
     bytes minor_one = record_named(u"bad");
     poke<std::uint16_t>(minor_one, 6, 1);
-    append(chunk, minor_one);
-    append(chunk, record_named(u"lost"));
+    for (const bytes& piece : {minor_one, record_named(u"lost")}) append(chunk, piece);
     fill_page(chunk);
-    append(chunk, record_named(u"two"));
-    append(chunk, record_named(u"three"));
+    for (const bytes& piece : {record_named(u"two"), record_named(u"three")}) append(chunk, piece);
     EXPECT_EQ(walked(chunk, 0x10000), "one@69632 two@77824 three@77896 ");
     EXPECT_EQ(walked(bytes(65536)), "");
 }
 
 TEST(WalkChunk, ARecordPastTheChunkEndsTheWalk) {
     bytes chunk = record_named(u"one");
-    bytes cut = record_named(u"cut");
-    cut.resize(cut.size() - 8);
-    append(chunk, cut);
-    EXPECT_EQ(walked(chunk), "one@0 ");
-    // Even in the first of two pages, and whatever its version says: the length alone decides.
+    for (const std::size_t tail : {1U, 3U, 4U, 7U, 64U}) {  // too short for a length, a header, the record
+        bytes cut = record_named(u"cut");
+        cut.resize(tail);
+        bytes both = chunk;
+        append(both, cut);
+        EXPECT_EQ(walked(both), "one@0 ");
+    }
+    // Even in the first of two pages, by a byte, and whatever its version says: the length alone decides.
     fill_page(chunk);
-    poke<std::uint32_t>(chunk, 72, 0x7000);
+    poke<std::uint32_t>(chunk, 72, 4097);
     append(chunk, record_named(u"never"));
     EXPECT_EQ(walked(chunk), "one@0 ");
-    for (const std::size_t tail : {1U, 3U, 4U, 7U}) {  // too short for a length, or for a header
-        bytes short_tail = record_named(u"one");
-        append(short_tail, bytes(tail));
-        EXPECT_EQ(walked(short_tail), "one@0 ");
-    }
 }
 
 TEST(WalkChunk, CollectsFailedRecordsAndVersionFourUnderKeyZero) {
-    bytes chunk = record_named(u"late", 2000);
-    append(chunk, record_named(u"early", 1000));
-    append(chunk, record_named(u"", 0, 4));
     bytes failed = record_named(u"x");
     poke<std::uint64_t>(failed, usn_v2::usn, 0);
-    append(chunk, failed);
-    append(chunk, record_named(u"early again", 1000, 3));
+    bytes chunk;
+    for (const bytes& piece : {record_named(u"late", 2000), record_named(u"early", 1000), record_named(u"", 0, 4),
+                               failed, record_named(u"early again", 1000, 3)}) {
+        append(chunk, piece);
+    }
     EXPECT_EQ(walked(chunk, 100), "v4@244 -@0 early@172 early again@372 late@100 ");
 }
 
-class ExtractedJournal : public ::testing::Test {
-protected:
-    // Writes the pieces at their offsets, holes between them, and reads the file back.
-    std::string read_back(const std::vector<std::pair<std::uint64_t, bytes>>& pieces, std::uint64_t size) {
-        {
-            std::ofstream out(path_, std::ios::binary | std::ios::trunc);
-            for (const auto& [at, piece] : pieces) {
-                out.seekp(static_cast<std::streamoff>(at));
-                out.write(reinterpret_cast<const char*>(piece.data()), static_cast<std::streamsize>(piece.size()));
-            }
-        }
-        std::filesystem::resize_file(path_, size);
+// Writes the pieces at their offsets, holes between them, and reads the file back.
+TEST(ExtractedJournal, OffsetsAreThoseOfTheFileAcrossPiecesAndHoles) {
+    const temporary_folder folder;
+    const auto read_back = [&](std::uint64_t size, const std::vector<std::pair<std::uint64_t, bytes>>& pieces) {
         journal_collection journal;
         usnjrnl_context run;
         run.journal = &journal;
-        run.journal_path = path_;
+        run.journal_path = folder / "j";
+        std::ofstream out(run.journal_path, std::ios::binary);
+        for (const auto& [at, piece] : pieces) {
+            out.seekp(static_cast<std::streamoff>(at)) << std::string(piece.begin(), piece.end());
+        }
+        if (size != 0) out.seekp(static_cast<std::streamoff>(size) - 1).put('\0');
+        out.close();
+        std::filesystem::resize_file(run.journal_path, size);
         EXPECT_TRUE(read_extracted_journal(run));
         EXPECT_EQ(run.found_something, journal.size() != 0);
         return in_order(journal);
-    }
-    void TearDown() override { std::filesystem::remove(path_); }
-
-    std::string path_ = (std::filesystem::temp_directory_path() / "lorq_extracted_journal_test").string();
-};
-
-TEST_F(ExtractedJournal, OffsetsAreThoseOfTheFileAcrossPiecesAndHoles) {
+    };
     constexpr std::uint64_t far = std::uint64_t{3} << 30U;
-    EXPECT_EQ(
-        read_back({{0, record_named(u"a", 1)}, {2'097'152 - 4096, record_named(u"b", 2)}, {far, record_named(u"c", 3)}},
-                  far + 72),
-        "a@0 b@2093056 c@3221225472 ");
-    EXPECT_EQ(read_back({}, 1'000'000), "");
-    EXPECT_EQ(read_back({{0, record_named(u"a")}}, 59), "");  // shorter than any record's fixed part
-    EXPECT_EQ(read_back({}, 0), "");
-}
-
-TEST_F(ExtractedJournal, RecordsDoNotCrossThePagesOfTheGrid) {
-    bytes page(4096 - 40);
-    page[0] = 1;  // damage: the page is skipped
-    append(page, record_named(u"crossing"));
-    EXPECT_EQ(read_back({{0, page}, {8192, record_named(u"next")}}, 12288), "next@8192 ");
-}
-
-TEST(ExtractedJournalFile, IsRefusedWhenItCannotBeOpened) {
-    usnjrnl_context run;
-    run.journal_path = (std::filesystem::temp_directory_path() / "lorq_no_such_journal").string();
-    EXPECT_FALSE(read_extracted_journal(run));
-    run.journal_path = std::filesystem::temp_directory_path().string();
-    EXPECT_FALSE(read_extracted_journal(run));
+    EXPECT_EQ(read_back(far + 72, {{0, record_named(u"a", 1)},
+                                   {2'097'152 - 4096, record_named(u"b", 2)},
+                                   {far, record_named(u"c", 3)}}),
+              "a@0 b@2093056 c@3221225472 ");
+    EXPECT_EQ(read_back(1'000'000, {}) + read_back(0, {}), "");
+    EXPECT_EQ(read_back(59, {{0, record_named(u"a")}}), "");  // shorter than any record's fixed part
+    const bytes damage{1};                                    // its page is skipped, with what begins in it
+    EXPECT_EQ(read_back(12288, {{0, damage}, {4096 - 40, record_named(u"crossing")}, {8192, record_named(u"next")}}),
+              "next@8192 ");
 }
 
 }  // namespace

@@ -13,8 +13,8 @@ made_attribute piece(std::uint64_t first_vcn, const std::vector<made_run>& runs,
 }
 
 // The $J stream of entry 30: "extents, real size", or why there is none.
-std::string journal_of(const bytes& image, std::uint64_t volume_offset = 0) {
-    opened_volume opened(image, volume_offset);
+std::string journal_of(const bytes& image) {
+    opened_volume opened(image);
     mft_entry entry;
     ntfs_stream stream;
     if (!opened.volume.mount()) return "not mounted";
@@ -40,29 +40,21 @@ ntfs_image_builder split_journal() {
 TEST(LoadEntry, PiecesWithOneIdInSeveralRecordsFormOneStream) {
     const ntfs_image_builder made = split_journal();
     EXPECT_EQ(journal_of(made.image), "-@0+2 60@2+3 50@5+4 90@9+1, 40000");
-    bytes disk(63 * 512);
-    append(disk, made.image);
-    EXPECT_EQ(journal_of(disk, 63 * 512), "-@0+2 60@2+3 50@5+4 90@9+1, 40000");
     // A piece whose record is gone leaves a gap; without the first one the stream is as long as its last extent goes.
     for (const std::uint32_t signature : {0U, signature_baad, signature_indx}) {
         EXPECT_EQ(journal_of(poked(made.image, made.offset_of_record(41), signature)), "-@0+2 60@2+3 90@9+1, 40000");
         EXPECT_EQ(journal_of(poked(made.image, made.offset_of_record(40), signature)), "50@5+4 90@9+1, 40960");
     }
     EXPECT_EQ(journal_of(poked(made.image, made.offset_of_record(30), 0U)), "not loaded");
-    EXPECT_EQ(journal_of(poked(made.image, made.offset_of_record(30), signature_baad)), "not loaded");
 }
 
 TEST(LoadEntry, ListsThatRepeatThemselvesOrLeadNowhereEnd) {
     ntfs_image_builder made = split_journal();
-    std::vector<bytes> entries(8, list_entry(data, 41, 3));
-    for (const auto& [record, id] :
-         {std::pair<std::uint64_t, std::uint16_t>{41, 9}, {63, 3}, {std::uint64_t{1} << 47U, 3}}) {
-        entries.push_back(list_entry(data, record, id));  // no such attribute, an empty record, no record
-    }
-    made.put(30, {.attributes = {attribute_list(entries)}});
-    made.put(41,
-             {.attributes = {attribute_list({list_entry(data, 30, 3), list_entry(data, 40, 3)}), piece(5, {{50, 4}})},
-              .base = 30});
+    const bytes again = list_entry(data, 41, 3);  // then no such attribute, an empty record, no record
+    made.put(30, {.attributes = {attribute_list({again, again, list_entry(data, 41, 9), list_entry(data, 63, 3),
+                                                 list_entry(data, std::uint64_t{1} << 47U, 3)})}});
+    const made_attribute other_list = attribute_list({list_entry(data, 30, 3), list_entry(data, 40, 3)});
+    made.put(41, {.attributes = {other_list, piece(5, {{50, 4}})}, .base = 30});
     EXPECT_EQ(journal_of(made.image), "50@5+4, 36864");  // the list of an extension record is none of ours
 }
 
@@ -120,9 +112,7 @@ TEST(Mount, PiecesOfTheMftAreFoundThroughThoseKnownSoFar) {
                made_record{.attributes = {piece(2, {{120, 2}, {110, 1}}, 0, u"")}}.build(1024));  // record 7
     made.write(110 * 4096 + 1024, made_record{}.build(1024));                                     // record 17
     EXPECT_EQ(mft_of(made.image, 17), "20 good at 451584");
-    EXPECT_EQ(mft_of(made.image, 16), "20 bad at 450560");
     EXPECT_EQ(mft_of(made.image, 20), "20 bad at none");
-    EXPECT_EQ(mft_of(made.image, ~std::uint64_t{0}), "20 bad at none");
     EXPECT_EQ(mft_of(poked(made.image, 100 * 4096 + 3 * 1024, 0U), 17), "8 bad at none");
     made.put(3, {.attributes = {piece(2, {{120, 2}, {110, 1}}, 0, u"")}});  // the piece between is gone
     EXPECT_EQ(mft_of(made.image, 17), "20 good at 451584");
@@ -142,7 +132,7 @@ TEST(Mount, TakesRecordsOfEverySizeAndHeader) {
     }
     ntfs_image_builder scattered{.cluster_size = 512, .mft_clusters = 2};  // record 1 lies in two places
     scattered.build().put(0, {.attributes = {piece(0, {{2, 2}, {30, 1}, {20, 1}}, 2048, u"")}});
-    const bytes record = made_record{.attributes = {name_attribute(u"x")}}.build(1024);
+    const bytes record = made_record{}.build(1024);
     scattered.write(30 * 512, bytes(record.begin(), record.begin() + 512));
     scattered.write(20 * 512, bytes(record.begin() + 512, record.end()));
     EXPECT_EQ(mft_of(scattered.image, 1), "2 good at 15360");

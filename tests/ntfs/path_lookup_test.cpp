@@ -26,13 +26,9 @@ TEST(DirectoryIndex, ANodeEndsAtDamage) {
     EXPECT_EQ(with(0, 400U), "");
     constexpr std::size_t second = 16 + 24;
     EXPECT_EQ(with(second, std::uint64_t{0}), "40 ");
-    struct {
-        std::size_t at;
-        unsigned value;
-        const char* children;
-    } const cases[] = {{12, 2, "40 "},  {12, 3, "40 "},  {8, 0, "40 "},
-                       {8, 769, "40 "}, {10, 25, "40 "}, {8, 64, "40 41 "}};
-    for (const auto& one : cases) EXPECT_EQ(with(second + one.at, static_cast<std::uint16_t>(one.value)), one.children);
+    const std::pair<std::size_t, std::uint16_t> fields[] = {{12, 2}, {12, 3}, {8, 0}, {8, 769}, {10, 25}};
+    for (const auto& [at, value] : fields) EXPECT_EQ(with(second + at, value), "40 ") << at << "=" << value;
+    EXPECT_EQ(with(second + 8, std::uint16_t{64}), "40 41 ");
 }
 
 // Blocks from byte `place` on name entries 40 to 45, one each. Directories are entry 30.
@@ -118,19 +114,21 @@ struct tree : opened_volume {
     static bytes image() {
         ntfs_image_builder made;
         made.build();
-        made.put(5, {.attributes = {index_root({5, 30, 31, 34, 35, 36, 37, 38, 60})}, .flags = 3});  // 60 has no record
-        made.put(30, {.attributes = {name_attribute(u"Docs"), index_root({40, 41, 42})}, .flags = 3});
-        made.put(31, {.attributes = {name_attribute(u"$Extend"), index_root({42})}, .flags = 3});
-        made.put(40,
-                 {.attributes = {name_attribute(u"LONGNA~1.TXT", name_space::dos), name_attribute(u"Long name.txt")}});
-        made.put(41, {.attributes = {attribute_list({list_entry(attribute_type::file_name, 43, 0)})}});
-        made.put(42, {.attributes = {name_attribute(u"$UsnJrnl", name_space::posix)}});
+        const auto put = [&made](std::uint64_t entry, const std::vector<made_attribute>& attributes) {
+            made.put(entry, {.attributes = attributes, .flags = 3});
+        };
+        put(5, {index_root({5, 30, 31, 34, 35, 36, 37, 38, 60})});  // 60 has no record
+        put(30, {name_attribute(u"Docs"), index_root({40, 41, 42})});
+        put(31, {name_attribute(u"$Extend"), index_root({42})});
+        put(40, {name_attribute(u"LONGNA~1.TXT", name_space::dos), name_attribute(u"Long name.txt")});
+        put(41, {attribute_list({list_entry(attribute_type::file_name, 43, 0)})});
+        put(42, {name_attribute(u"$UsnJrnl", name_space::posix)});
         made.put(43, {.attributes = {name_attribute(u"in extension")}, .base = 41});
-        made.put(34, {.attributes = {name_attribute(u"junction"), link(0xA0000003, u"C:\\Docs")}});
-        made.put(35, {.attributes = {name_attribute(u"absolute"), link(0xA000000C, u"\\docs")}});
-        made.put(36, {.attributes = {name_attribute(u"relative"), link(0xA000000C, u"docs", true)}});
-        made.put(37, {.attributes = {name_attribute(u"loop"), link(0xA0000003, u"\\loop")}});
-        made.put(38, {.attributes = {name_attribute(u"tagged"), link(0x80000013, u"\\docs")}});
+        put(34, {name_attribute(u"junction"), link(0xA0000003, u"C:\\Docs")});
+        put(35, {name_attribute(u"absolute"), link(0xA000000C, u"\\docs")});
+        put(36, {name_attribute(u"relative"), link(0xA000000C, u"docs", true)});
+        put(37, {name_attribute(u"loop"), link(0xA0000003, u"\\loop")});
+        put(38, {name_attribute(u"tagged"), link(0x80000013, u"\\docs")});
         return made.image;
     }
     [[nodiscard]] std::string find(std::u16string_view path, link_mode links = link_mode::stay) {
@@ -144,7 +142,6 @@ struct tree : opened_volume {
 TEST(PathLookup, FindsByEveryWayToWriteAPath) {
     tree made;
     EXPECT_EQ(made.find(u"\\$Extend\\$UsnJrnl:$J"), "42 in 31 \\$Extend\\$UsnJrnl:$J");
-    EXPECT_EQ(made.find(u"$extend\\$usnjrnl"), "42 in 31 $extend\\$usnjrnl");
     EXPECT_EQ(made.find(u"/$EXTEND//$USNJRNL:$j"), "42 in 31 \\$EXTEND\\$USNJRNL:$j");
     EXPECT_EQ(made.find(u"C:\\$Extend\\ $UsnJrnl \\"), "42 in 31 C:\\$Extend\\ $UsnJrnl ");
     EXPECT_EQ(made.find(u"\\\\?\\globalroot\\DEVICE\\HarddiskVolumeShadowCopy12\\docs"), "30 in 5 \\docs");
@@ -152,7 +149,6 @@ TEST(PathLookup, FindsByEveryWayToWriteAPath) {
     EXPECT_EQ(made.find(u"\\docs\\long name.txt"), "40 in 30 \\docs\\long name.txt");
     EXPECT_EQ(made.find(u"\\docs\\in extension"), "41 in 30 \\docs\\in extension");
     EXPECT_EQ(made.find(u"\\"), "5 in -1 \\");
-    EXPECT_EQ(made.find(u"/"), "5 in -1 \\");
     for (const std::u16string_view path :
          {u"", u"\\docs\\longna~1.txt", u"\\docs\\none", u"\\docs\\$usnjrnl\\x", u"\\docs/$usnjrnl",
           u"\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy12"}) {
@@ -168,6 +164,7 @@ TEST(PathLookup, FollowsJunctionsAndAbsoluteLinksWhenAsked) {
     EXPECT_EQ(made.find(u"\\tagged", link_mode::follow), "38 in 5 \\tagged");
     EXPECT_EQ(made.find(u"\\loop\\x", link_mode::follow), "none");
     EXPECT_NE(made.said.find("err: too many links\ninode not found for \\loop\\x\n"), std::string::npos);
+    EXPECT_LT(made.said.size(), 20'000U);
     EXPECT_EQ(made.find(u"\\junction"), "34 in 5 \\junction");
     EXPECT_EQ(made.find(u"\\junction\\Long name.txt"), "none");
 }
@@ -179,16 +176,13 @@ TEST(PathLookup, ReadsADirectoryOnceAndSaysWhatItDoes) {
     made.said.clear();
     EXPECT_EQ(made.find(u"\\$Extend\\$UsnJrnl"), "42 in 31 \\$Extend\\$UsnJrnl");
     EXPECT_EQ(made.faults.reads, 3U);  // the root, the first of the others, and the rest with that one's neighbours
-    EXPECT_EQ(made.said,
-              "anal: \\$Extend\\$UsnJrnl\nroot dir\nseg: $extend\ninfo: get children nodes\n"
-              "info: # children [9]\ninfo: get children names\nerr: mftfixup 3c\nerr: readFR: inode 0x3c\n"
-              "info: inode found for seg: $extend : 0x1f\nseg: $usnjrnl\ninfo: get children nodes\n"
-              "info: # children [1]\ninfo: get children names\ninfo: inode found for seg: $usnjrnl : 0x2a\n");
-    made.faults.reads = 0;
-    made.said.clear();
     EXPECT_EQ(made.find(u"$extend\\none"), "none");
-    EXPECT_EQ(made.faults.reads, 0U);
+    EXPECT_EQ(made.faults.reads, 3U);
     EXPECT_EQ(made.said,
+              "anal: \\$Extend\\$UsnJrnl\nroot dir\nseg: $extend\ninfo: get children nodes\ninfo: # children [9]\n"
+              "info: get children names\nerr: mftfixup 3c\nerr: readFR: inode 0x3c\n"
+              "info: inode found for seg: $extend : 0x1f\nseg: $usnjrnl\ninfo: get children nodes\n"
+              "info: # children [1]\ninfo: get children names\ninfo: inode found for seg: $usnjrnl : 0x2a\n"
               "anal: $extend\\none\nseg: $extend\ninfo: cache lookup\ninfo: inode found for seg: $extend : 0x1f\n"
               "seg: none\ninfo: cache lookup\nerr: no child nodes\ninode not found for $extend\\none\n");
 }

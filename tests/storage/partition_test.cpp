@@ -58,14 +58,15 @@ struct test_image {
 };
 
 const std::string cut_short = " is a NTFS partition, however image size does not encapsulate entire volume\n";
+std::string offered(const std::string& at) {
+    return "volume offset [ " + at + " ] : ntfs or exfat\nuse option [-offset " + at + "]\n";
+}
 const std::string nothing = "no 0\ncouldn't find any partitions on disk\n";
 
 TEST(Partitions, OneInAMasterBootRecord) {
     test_image image(0x102000);
     image.boot_record(0).entry(0, 0, 7, 2048, 16).ntfs(0x100000, 15);
-    const std::string offered = "volume offset [ 0x100000 ] : ntfs or exfat\nuse option [-offset 0x100000]\n";
-    EXPECT_EQ(image.select(), "no 1048576 found\n" + offered);
-    EXPECT_EQ(image.select(512), "no 1048576 found\n" + offered);
+    EXPECT_EQ(image.select(512), "no 1048576 found\n" + offered("0x100000"));
     EXPECT_EQ(image.select(0x100000), "ok 1048576 found\n");
     EXPECT_EQ(image.select(0x102001), "no 1056769\nvolume offset 0x102001 is not within image bounds\n");
     EXPECT_EQ(image.select(-1), "no -1\nvolume offset 0xffffffffffffffff is not within image bounds\n");
@@ -73,7 +74,8 @@ TEST(Partitions, OneInAMasterBootRecord) {
     EXPECT_EQ(image.select(0x100000), "no 1048576 found\nvolume offset 0x100000" + cut_short);
     EXPECT_EQ(image.select(0x100000, true), "ok 1048576 found\n");
     image.bytes.resize(0x80000);
-    EXPECT_EQ(image.select(), "no 1048576 found\nvolume offset 0x100000 is not within image bounds\n" + offered);
+    EXPECT_EQ(image.select(),
+              "no 1048576 found\nvolume offset 0x100000 is not within image bounds\n" + offered("0x100000"));
 }
 
 TEST(Partitions, ContentGoesBeforeTheTypeOfTheTable) {
@@ -95,13 +97,10 @@ TEST(Partitions, ContentGoesBeforeTheTypeOfTheTable) {
 }
 
 TEST(Partitions, TheSignatureTellsTheSectorSize) {
-    const std::pair<std::size_t, std::string> cases[] = {
-        {1024, "0x1000"}, {2048, "0x2000"}, {4096, "0x4000"}, {8192, "0x8000"}, {16384, "0x10000"}};
-    for (const auto& [size, offset] : cases) {
+    for (const auto& [size, at] : {std::pair{1024, "0x1000"}, {2048, "0x2000"}, {8192, "0x8000"}, {16384, "0x10000"}}) {
         test_image image(0x20000);
-        image.put<std::uint16_t>(size - 2, 0xAA55).entry(0, 0, 7, 4, 1);
-        EXPECT_EQ(image.select(), "no " + std::to_string(4 * size) + " found\nvolume offset [ " + offset +
-                                      " ] : ntfs or exfat\nuse option [-offset " + offset + "]\n");
+        image.put<std::uint16_t>(static_cast<std::size_t>(size - 2), 0xAA55).entry(0, 0, 7, 4, 1);
+        EXPECT_EQ(image.select(), "no " + std::to_string(4 * size) + " found\n" + offered(at));
     }
 }
 
@@ -113,16 +112,12 @@ TEST(Partitions, LogicalOnesHangInAChain) {
     image.entry(0xF000, 2, 0x99, 3, 1).entry(0xF000, 3, 7, 5, 5);  // behind an unknown one nothing is believed
     image.boot_record(0x11800).entry(0x11800, 0, 6, 1, 3).entry(0x11800, 1, 5, 20, 20);  // back to 0xF000
     const std::string head =
-        "volume offset [ 0x7e00 ] : ntfs or exfat\n"
-        "volume offset [ 0xc800 ] : exten\n"
-        "volume offset [ 0xca00 ] : ntfs or exfat\n"
-        "volume offset [ 0xf000 ] : exten\n"
+        "volume offset [ 0x7e00 ] : ntfs or exfat\nvolume offset [ 0xc800 ] : exten\n"
+        "volume offset [ 0xca00 ] : ntfs or exfat\nvolume offset [ 0xf000 ] : exten\n"
         "volume offset [ 0x7e00 ] : ntfs or exfat\n";
     const std::string chain =
-        "volume offset [ 0xf400 ] : linux\n"
-        "volume offset [ 0x11800 ] : exten\n"
-        "volume offset [ 0x11a00 ] : fat\n"
-        "volume offset [ 0xf000 ] : exten\n";
+        "volume offset [ 0xf400 ] : linux\nvolume offset [ 0x11800 ] : exten\n"
+        "volume offset [ 0x11a00 ] : fat\nvolume offset [ 0xf000 ] : exten\n";
     EXPECT_EQ(image.select(), "no 32256 found\n" + head + chain + "use option [-offset 0x7e00]\n");
     EXPECT_EQ(image.select(0xCA00), "ok 51712 found\n");
     image.put<std::uint16_t>(0xF000 + 510, 0);  // no boot record any more
@@ -134,13 +129,13 @@ TEST(Partitions, AreScannedForWhenTheFirstSectorIsBlank) {
     image.ntfs(0x1400, 1).boot_record(0x8000).entry(0x8000, 0, 7, 2, 10);
     image.faults.bad = {{0x2800, 0x2A00}};
     const std::string questionable = "disk is corrupted, partition info questionable\n";
-    const std::string offered = "volume offset [ 0x8400 ] : ntfs or exfat\n";
-    EXPECT_EQ(image.select(), "no 33792 found\n" + questionable + offered + "use option [-offset 0x8400]\n");
+    const std::string listed = "volume offset [ 0x8400 ] : ntfs or exfat\n";
+    EXPECT_EQ(image.select(), "no 33792 found\n" + questionable + offered("0x8400"));
     image.boot_record(0).ntfs(0x7E00, 1);  // an empty table is no better than none
-    EXPECT_EQ(image.select(), "no 33792 found\n" + questionable + offered +
+    EXPECT_EQ(image.select(), "no 33792 found\n" + questionable + listed +
                                   "volume offset [ 0x7e00 ] : empty [guess]\n" + "use option [-offset 0x8400]\n");
     image.entry(0x8000, 1, 0x27, 0, 0);
-    EXPECT_EQ(image.select(), "no 32256 found\n" + questionable + offered +
+    EXPECT_EQ(image.select(), "no 32256 found\n" + questionable + listed +
                                   "volume offset [ 0x7e00 ] : hidden ntfs [guess]\nuse option [-offset 0x7e00]\n");
     EXPECT_EQ(test_image(0x20000).select(), nothing);
     EXPECT_EQ(test_image(0).select(), nothing);
@@ -166,8 +161,7 @@ TEST(Partitions, ABareVolumeHasNone) {
     EXPECT_EQ(ntfs(std::uint64_t{1} << 55U, 512).select(), refused_size);  // 2^64 bytes
     EXPECT_EQ(ntfs(2, 4096).select(), accepted);
     EXPECT_EQ(ntfs(3, 4096).select(), refused_size);
-    EXPECT_EQ(ntfs(15, 512).select(512),
-              "no 0 found\nvolume offset [ 0x0 ] : ntfs or exfat\nuse option [-offset 0x0]\n");
+    EXPECT_EQ(ntfs(15, 512).select(512), "no 0 found\n" + offered("0x0"));
     for (const unsigned shift : {9U, 12U, 40U}) {  // 2^40 bytes are no sector
         auto image = named("EXFAT   ").put<std::uint64_t>(0x6C, shift).put<std::uint64_t>(0x48, 3);
         EXPECT_EQ(image.select(), shift == 12 ? refused_size : accepted);
@@ -186,80 +180,53 @@ TEST(Partitions, GuidTable) {
     test_image image(0x40000);
     image.boot_record(0).gpt(0x200, 0xFFFFFFFF, 256);
     image.gpt_entry(0x400, 128, 143).ntfs(0x10000, 15);
-    image.gpt_entry(0x600, 160, 167).put<std::uint16_t>(0x14000 + 1080, 0xEF53);
+    image.gpt_entry(0x600, 160, 164).put<std::uint16_t>(0x14000 + 1080, 0xEF53);
     image.gpt_entry(0x700, 176, 183).text(0x16000 + 1024, "H+");
-    image.gpt_entry(0x800, 184, 191).text(0x17000 + 1024, "HX");
-    image.gpt_entry(0x900, 192, 199);
+    image.gpt_entry(0x800, 184, 191).text(0x17000 + 1024, "HX").gpt_entry(0x900, 192, 199);
     image.gpt_entry(0xA00, 200, 203).put<std::uint16_t>(0x19000 + 1080, 0xEF53);  // of 2048 bytes only a sector is read
     image.gpt_entry(0xB00, 0x0080000000000080, 0x008000000000008F);               // 2^64 + 0x10000 bytes
     image.gpt_entry(0xC00, 208, 215);
     EXPECT_EQ(image.select(),
-              "no 65536 found\n"
-              "volume offset [ 0x10000 ] : ntfs or exfat\n"
-              "volume offset [ 0x14000 ] : linux\n"
-              "volume offset [ 0x16000 ] : hfs\n"
-              "volume offset [ 0x17000 ] : hfs\n"
-              "volume offset [ 0x18000 ] : gpt\n"
-              "volume offset [ 0x19000 ] : gpt\n"
-              "use option [-offset 0x10000]\n");
+              "no 65536 found\nvolume offset [ 0x10000 ] : ntfs or exfat\nvolume offset [ 0x14000 ] : linux\n"
+              "volume offset [ 0x16000 ] : hfs\nvolume offset [ 0x17000 ] : hfs\nvolume offset [ 0x18000 ] : gpt\n"
+              "volume offset [ 0x19000 ] : gpt\nuse option [-offset 0x10000]\n");
     EXPECT_EQ(image.select(0x10000), "ok 65536 found\n");
-    EXPECT_EQ(image.gpt(0x200, 1, 256).select(),
-              "no 65536 found\nvolume offset [ 0x10000 ] : ntfs or exfat\nuse option [-offset 0x10000]\n");
+    EXPECT_EQ(image.gpt(0x200, 1, 256).select(), "no 65536 found\n" + offered("0x10000"));
     EXPECT_EQ(image.gpt(0x200, 1, 127).select(), nothing);
     EXPECT_EQ(image.gpt(0x200, 1, 256, 2).select(), nothing);
+    test_image empty(0x40000);
+    EXPECT_EQ(empty.boot_record(0).gpt(0x200, 0xFFFFFFFF, 128).select(), nothing);
+    EXPECT_LT(empty.faults.reads, 0x40000 / 128 + 2100U);  // a claimed count costs no more than the image holds
 }
 
 TEST(Partitions, GuidTableOfLargeSectors) {
-    const std::string offered = "volume offset [ 0x10000 ] : ntfs or exfat\nuse option [-offset 0x10000]\n";
     for (const std::size_t signature : {510U, 4094U}) {
         test_image image(0x40000);
         image.put<std::uint16_t>(signature, 0xAA55).gpt(0x1000, 128, 128);
         image.gpt_entry(0x2080, 16, 17).ntfs(0x10000, 1, 4096);
-        EXPECT_EQ(image.select(), "no 65536 found\n" + offered);
+        EXPECT_EQ(image.select(), "no 65536 found\n" + offered("0x10000"));
         EXPECT_EQ(image.select(0x10000), "ok 65536 found\n");
         image.ntfs(0x10000, 8, 512);  // the sectors of the volume count, and lead astray
-        EXPECT_EQ(image.select(),
-                  "no 8192 found\nvolume offset [ 0x2000 ] : ntfs or exfat\nuse option [-offset 0x2000]\n");
+        EXPECT_EQ(image.select(), "no 8192 found\n" + offered("0x2000"));
         image.ntfs(0x10000, 8, 0);  // sectors of nothing do not
-        EXPECT_EQ(image.select(), "no 65536 found\n" + offered);
+        EXPECT_EQ(image.select(), "no 65536 found\n" + offered("0x10000"));
     }
 }
 
-TEST(Partitions, AClaimedCountCostsNoMoreThanTheImageHolds) {
-    test_image image(0x40000);
-    EXPECT_EQ(image.boot_record(0).gpt(0x200, 0xFFFFFFFF, 128).select(), nothing);
-    EXPECT_LT(image.faults.reads, 0x40000 / 128 + 2100U);  // the scan included
-}
-
-TEST(Partitions, AnImageThatIsNotThere) {
-    std::string messages;
-    std::int64_t offset = 7;
-    bool found = true;
-    EXPECT_FALSE(select_volume_offset(messages, "no/such image.dd", offset, false, found));
-    EXPECT_EQ(messages, "invalid image: no/such image.dd\n");
-    EXPECT_EQ(offset, 7);
-    EXPECT_FALSE(found);
-}
-
-TEST(PartitionTypes, Names) {
-    constexpr std::uint16_t types[] = {0, 0x0A, 0x0B, 0x0C, 0x0D, 0x17, 0x87, 0xEE, 0xFF, 0x8007, 0x80FF};
-    std::string names;
-    for (const std::uint16_t type : types) names += partition_type_name(type) + "|";
+TEST(PartitionTypes, NamesAndWhichAreKnown) {
+    std::string names, known;
+    for (const int type : {0, 0x0A, 0x0B, 0x0C, 0x0D, 0x17, 0x87, 0xEE, 0xFF, 0x8007, 0x80FF}) {
+        names += partition_type_name(static_cast<std::uint16_t>(type)) + "|";
+    }
+    for (int type = 0; type < 256; ++type)
+        known += is_known_partition_type(static_cast<std::uint8_t>(type)) ? 'x' : '.';
     EXPECT_EQ(names,
               "empty|os/2 boot|fat32|fat32|unk|hidden ntfs|ntfs volume set|gpt|unk|ntfs or exfat [guess]|unk [guess]|");
-}
-
-TEST(PartitionTypes, Known) {
-    const std::string expected =  // a line is 64 types
-        ".x..xxxxx..xx.xx.xx.xxx....xx.xx....x..x........................"
-        ".xxx..................x.............x.x.............x.x..xxxxx.."
-        "xxxxxxxxx..xx.x.xxxx...xx.x.............x..xx..x......xx...xx..."
-        "..xxxxxx...xxxxx....xxx.x.....x.....xxx.x......xx.x.x.x..x.xxxx.";
-    std::string known;
-    for (unsigned type = 0; type < 256; ++type) {
-        known += is_known_partition_type(static_cast<std::uint8_t>(type)) ? 'x' : '.';
-    }
-    EXPECT_EQ(known, expected);
+    EXPECT_EQ(known,
+              ".x..xxxxx..xx.xx.xx.xxx....xx.xx....x..x........................"
+              ".xxx..................x.............x.x.............x.x..xxxxx.."
+              "xxxxxxxxx..xx.x.xxxx...xx.x.............x..xx..x......xx...xx..."
+              "..xxxxxx...xxxxx....xxx.x.....x.....xxx.x......xx.x.x.x..x.xxxx.");
 }
 
 }  // namespace

@@ -1,0 +1,232 @@
+// What the arguments come to: settings, sources to keep from harm, the run header. Whatever a run shows of it is proved
+// with the whole program.
+#include "app/evidence_guard.h"
+#include "app/journal_options.h"
+#include "app/run_header.h"
+#include "base/diagnostic_log.h"
+#include "output/status_line.h"
+#include "platform/platform.h"
+#include "support/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <sstream>
+
+namespace {
+
+// A command line in one text: split at blanks, "~" stands for a blank inside an argument.
+argument_list words(const std::string& line) {
+    argument_list list;
+    std::istringstream in(line);
+    for (std::string word; in >> word; list.push_back(word)) std::ranges::replace(word, '~', ' ');
+    return list;
+}
+
+struct parsed_options {
+    // `line` follows the program path.
+    explicit parsed_options(argument_list line) : left(std::move(line)) {
+        left.insert(left.begin(), "lorq");
+        uni::status_line status([this](std::string_view text) { said += text; });
+        settings.banner = "from an earlier run";
+        succeeded = parse_journal_options(left, "ver: 1.49", settings, status, log);
+        left.erase(left.begin());
+    }
+
+    // Every setting that differs from those of an empty command line, as "name=value ".
+    [[nodiscard]] std::string changes() const {
+        const auto before = parsed_options({}).texts();
+        std::string text;
+        for (const auto& [name, value] : texts()) {
+            if (before.at(name) != value) text.append(name).append("=").append(value).append(" ");
+        }
+        return text;
+    }
+
+    [[nodiscard]] std::map<std::string, std::string> texts() const {
+        std::map<std::string, std::string> all;
+        const auto add = [&](const char* name, const auto& value) {
+            all[name] = (std::ostringstream() << value).str();
+        };
+        const usnjrnl_context& s = settings;
+        add("all", !s.closed_only), add("by_time", s.key_by_time), add("offset", s.show_offset);
+        add("dir", s.show_dir_path), add("mft", s.mft_file_path), add("pull", s.pull_times), add("extra", s.extra_scan);
+        add("unalloc", s.include_unalloc), add("vss", s.include_vss), add("slack", s.include_slack);
+        add("escape", s.xml_escape), add("rebuild", s.rebuild_mft), add("banner", s.banner), add("out", s.results_path);
+        add("date", s.date_format), add("time", s.time_format), add("pair", s.pair_date_time);
+        add("swap", std::to_string(s.replaced_character) + ">" + std::to_string(s.replacement));
+        add("sep", "[" + s.separator + "]"), add("dense", s.no_whitespace), add("lead", s.leading_space);
+        add("marks", s.mark_line_breaks), add("hex", s.hexadecimal), add("header", s.write_header);
+        add("xml", s.xml), add("csv", s.csv), add("l2t", s.csvl2t), add("gen", s.csvgen), add("body", s.bodyfile);
+        add("multi", s.multiline), add("progress", s.progress), add("verbose", s.verbose), add("profile", s.profile);
+        add("pipe", s.pipe), add("signal", s.signal_name), add("host", s.host_name), add("user", s.user_name);
+        add("log", s.log_path), add("level", s.log_level), add("tag", s.tool_tag), add("version", s.version_text);
+        for (const auto& [name, window] : {std::pair{"start", s.start_time}, {"stop", s.stop_time}}) {
+            add(name, window.valid ? std::to_string(window.day_count) + "/" + std::to_string(window.filetime) : "");
+        }
+        return all;
+    }
+
+    bool succeeded = false;
+    argument_list left;
+    usnjrnl_context settings;
+    diagnostic_log log;
+    std::string said;
+};
+
+// Everything that an option changes, and nothing else.
+TEST(Options, Effects) {
+    constexpr const char* both_invalid = "invalid start time, ignoring\ninvalid stop time, ignoring\n";
+    const struct {
+        const char *line, *changes = "", *said = "", *left = "";
+    } cases[] = {
+        {"-pair_datetime", "pair=1 "},
+        {"-Csv", "dense=1 marks=1 sep=[,] swap=44>32 "},
+        {"-csv -pair_datetime", "marks=1 pair=1 sep=[,] swap=44>32 "},
+        {"-csvgen -pair_datetime", "csv=0 dense=1 gen=1 marks=1 pair=1 sep=[,] swap=44>32 "},
+        {"-csvl2t", "csv=0 l2t=1 sep=[,] swap=44>32 "},
+        {"-bodyfile", "body=1 csv=0 sep=[|] "},
+        {"-xml", "csv=0 header=0 sep=[] swap=0>0 xml=1 "},
+        {"-multiline", "csv=0 multi=1 sep=[] swap=0>0 "},
+        // The lowest style wins; what it does not touch stays as the losers left it.
+        {"-csvl2t -csv", "csv=0 dense=1 l2t=1 sep=[,] swap=44>32 "},
+        {"-csvgen -csvl2t", "csv=0 dense=1 gen=1 l2t=1 marks=1 sep=[,] swap=44>32 "},
+        {"-multiline -csvgen -xml", "csv=0 dense=1 gen=1 marks=1 multi=1 sep=[] swap=0>0 "},
+        {"-xml -bodyfile", "csv=0 header=0 sep=[] swap=0>0 xml=1 "},
+        {"-profile -pipe -base10 -xml_escape -rebuild_mft -show_dir_path -show_offset",
+         "dir=1 escape=1 hex=0 offset=1 pipe=1 profile=1 rebuild=1 "},
+        {"-signal s -hostname h -username u~v -dateformat DD/mm/yy -timeformat hh:mm:ss.xxxxxxxxx",
+         "date=dd/mm/yy host=h signal=s time=hh:mm:ss.xxxxxxxxx user=u v "},
+        {"-base16 -base10"},
+        {"-csv_separator TAB", "sep=[\t] swap=0>0 "},
+        {"-csv_separator \\T", "sep=[\t] swap=0>0 "},
+        {"-csv_separator ; -csv", "dense=1 marks=1 sep=[;] swap=0>0 "},
+        {"-csv_separator a,|", "sep=[a,|] "},
+        {"-no_whitespace", "dense=1 lead=0 sep=[|] "},
+        {"-no_whitespace -csv_separator ~,~", "dense=1 lead=0 sep=[,] swap=44>32 "},
+        {"-dateformat MM/MM/yyyy", "", "invalid MM/MM/yyyy, using default format\n"},
+        {"-timeformat hh:mm:ss.xx", "", "invalid hh:mm:ss.xx, using default format\n"},
+        {"-timeformat hh:mm:ss.xxxxxxxxxx", "", "invalid hh:mm:ss.xxxxxxxxxx, using default format\n"},
+        {"-timeformat hhmmssxx", "", "invalid hhmmssxx, using default format\n"},
+        {"-v -verbose", "verbose=1 ", "", "-v"},
+        {"-V -quiet", "progress=0 verbose=1 "},
+        {"-a -pulltimes", "all=1 pull=1 "},
+        {"-mftfile %no~such~name%/m", "dir=1 mft=%no such name%/m "},
+        {"-a -mftfile", "all=1 ", "", "-mftfile"},
+        {"-include_slack_space", "extra=1 slack=1 "},
+        {"-include_unalloc_clusters", "extra=1 unalloc=1 "},
+        {"-include_vss_clusters", "extra=1 vss=1 "},
+        // Without effect, but not left over; an even list of aliases is none.
+        {"-gzip -zlib -zlibex 1 -threads 1 -split_pathfile -cpuinst 1 -cpu 1 -fragment_files 1 -separate_files "
+         "-outdir 1 -enumdir 1 -num_subdirs 1 -filter 1 -filter_path 1 -filter_sig 1 -alias a|b -aliaspath a||b| -l2 "
+         "-append",
+         "", "", "-l2 -append"},
+        // Who is asked first gets what two could take; sources, strangers and options without their value stay.
+        {"-file -quiet x -partition c -offset 5 stray", "progress=0 ", "", "-file x -partition c -offset 5 stray"},
+        {"-hostname -csv -a", "dense=1 host=-a marks=1 sep=[,] swap=44>32 "},
+        {"-threads -a -sqlite", "", "", "-sqlite"},
+        {"-cmd_start_time 1601-01-02~00:00:01", "start=1/864010000000 "},
+        {"-cmd_stop_time 2024/02/29", "stop=154556/133537247990000000 "},
+        {"-cmd_start_time 2023-2-29 -cmd_stop_time 2024/02-01", "", both_invalid},
+        {"-cmd_start_time 1600-12-31 -cmd_stop_time 2024-02-29~24:00:00", "", both_invalid},
+        {"-cmd_start_time 30828-01-01 -cmd_stop_time x-1-1", "", both_invalid},
+        {"-cmd_stop_time 1601-01-02~00:00:00 -cmd_start_time 1601-01-02~00:00:01", "start=1/864010000000 ",
+         "invalid stop time, ignoring\n"},
+    };
+    for (const auto& c : cases) {
+        const parsed_options p(words(c.line));
+        EXPECT_TRUE(p.succeeded) << c.line;
+        EXPECT_EQ(p.changes(), c.changes) << c.line;
+        EXPECT_EQ(p.said, c.said) << c.line;
+        EXPECT_EQ(p.left, words(c.left)) << c.line;
+    }
+    EXPECT_EQ(parsed_options(words("-pair_datetime -timeformat hh:mm:ss")).settings.time_format_flags, 0x18600u + '-');
+    EXPECT_EQ(parsed_options({"-csv_separator", ""}).changes(), "sep=[] swap=0>0 ");
+}
+
+TEST(Options, LogGetsItsLevelOnlyWhenItOpens) {
+    const temporary_folder folder;
+    const parsed_options open({"-diags", folder / "log", "-l3", "-l2"});
+    EXPECT_TRUE(open.succeeded && open.settings.log_level == 2 && open.left == argument_list{"-l3"});
+    const parsed_options closed({"-l2", "-diags", folder / "no/x"});
+    EXPECT_TRUE(closed.succeeded && closed.settings.log_level == 0 && closed.left == argument_list{"-l2"});
+}
+
+TEST(ArgumentList, EnvironmentNamesAreReplacedInPairs) {
+    const std::string path = platform::environment("PATH").value_or("");
+    ASSERT_FALSE(path.empty());
+    const std::string rest(512 - 6, 'r');
+    EXPECT_EQ(expand_env_path("a%PATH%b%PATH%"), "a" + path + "b" + path);
+    EXPECT_EQ(expand_env_path("%no such name%PATH%!"), "%no such name" + path + "!");
+    EXPECT_EQ(expand_env_path("%%PATH%"), "%" + path);
+    EXPECT_EQ(expand_env_path("%PATH%" + rest), path + rest);
+    for (const std::string& same : {"%PATH%" + rest + "1", std::string("50%"), std::string("%%"), std::string()}) {
+        EXPECT_EQ(expand_env_path(same), same);
+    }
+}
+
+TEST(ArgumentList, NumbersInThreeBases) {
+    using limits = std::numeric_limits<std::int64_t>;
+    const std::tuple<std::int64_t, std::vector<const char*>> cases[] = {
+        {32'256, {"0x7E00", "32256", "o77000", " \t0X7e00\r\n"}},
+        {16, {"x10", "-0x10", "o20"}},
+        {-12, {"-12ab", "0x-c", "o-14"}},
+        {1, {"o18", "1,000", "1o1", "0x1g"}},
+        {0, {"", "-", "bytes", "x", "0x0x10", "o8"}},
+        {limits::max(), {"9223372036854775807", "9223372036854775808", "0xffffffffffffffff"}},
+        {limits::min(), {"-9223372036854775809", "0x-ffffffffffffffff"}},
+    };
+    for (const auto& [number, texts] : cases) {
+        for (const char* text : texts) EXPECT_EQ(parse_number(text), number) << text;
+    }
+}
+
+TEST(EvidenceGuard, FindsEverySourceAsTheRunWillReadIt) {
+    const auto expect = [](const char* line, argument_list sources) {
+        argument_list arguments = words(line);
+        arguments.insert(arguments.begin(), "lorq");
+        std::vector<std::string> found = evidence_guard(arguments).sources();
+        std::ranges::sort(found);
+        std::ranges::sort(sources);
+        EXPECT_EQ(found, sources) << line;
+    };
+    const std::string letter = platform::device_node(R"(\\.\c:)");
+    expect("", {});
+    expect("-file", {});
+    expect("-FILE f -image i -file g -mftfile m", {"f", "g", "i", "m"});
+    expect("-file -image i", {"-image", "i"});
+    expect(R"(-file c:\$extend\$USNJRNL:$j)", {letter, R"(c:\$extend\$USNJRNL:$j)"});
+    expect(R"(-file xc:\$extend\$USNJRNL:$j)", {R"(xc:\$extend\$USNJRNL:$j)"});
+    for (const char* typed : {"c", "c:", R"(c:\)"}) expect((std::string("-partition ") + typed).c_str(), {letter});
+    expect(R"(-partition \\.\D:)", {platform::device_node(R"(\\.\D:)")});
+    expect("-partition /dev/sda1 -partition 1:", {"/dev/sda1", "1:"});
+    expect("-vss 3", {platform::device_node(R"(\\?\GLOBALROOT\Device\HarddiskVolumeShadowCopy3)")});
+    // Options take theirs first, also those behind the place where the run gives up.
+    expect("-file -a x", {"x"});
+    expect("-sqlite s -cmd_start_time bad -file -xml_escape x", {"x"});
+    expect("-threads -file x", {});
+    expect("-mftfile -file x -mftfile y", {"-file"});
+    // Whether these three are taken is decided by files that are not open yet.
+    expect("-diags d -file -l2 x", {"-l2", "x"});
+    expect("-diags d -file -l3 x -l2", {"-l3"});
+    expect("-out o -file -append x", {"-append", "x"});
+    expect("-file -append x", {"-append"});
+}
+
+TEST(RunHeader, ThreeLines) {
+    const auto expect = [](const argument_list& arguments, const std::string& time, const std::string& line) {
+        EXPECT_EQ(compose_run_header(arguments, 133'536'421'239'990'000),  // 2024-02-29 01:02:03.999 UTC
+                  "lorq ver: 1.49\nrun time: " + time + " 01:02:03; " + platform::computer_name() + "; " +
+                      platform::user_name() + "; " + platform::system_description() + "\n\"cmdline: " + line + "\"\n");
+    };
+    expect({"lorq", "-file", "my j", "-a"}, "02/29/2024", "lorq -file 'my j' -a");
+    expect({"lo rq", "-PIPE", "", " "}, "02/29/2024", "<filelist> ... | 'lo rq' -PIPE  ' '");
+    expect({"l", "-dateformat", "mm-mm-yyyy"}, "02/29/2024", "l -dateformat mm-mm-yyyy");
+    expect({"l", "-dateformat", "YYYY-mm-dd"}, "2024-02-29", "l -dateformat YYYY-mm-dd");
+    expect({"l", "-dateformat", "dd/mm/yy"}, "29/02/24", "l -dateformat dd/mm/yy");
+    expect({"l", "-dateformat"}, "02/29/2024", "l -dateformat");
+}
+
+}  // namespace
