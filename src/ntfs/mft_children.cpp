@@ -36,6 +36,12 @@ bool in_use(byte_view record) {
            (record.value<std::uint16_t>(mft_record::flags) & mft_record::flag_in_use) != 0;
 }
 
+struct named_file {
+    bool there = false;
+    std::uint64_t reference = 0;
+    file_times times;
+};
+
 class mft_scan {
 public:
     mft_scan(ntfs_volume& source, std::vector<unread_directory>& directories)
@@ -55,19 +61,13 @@ public:
     }
 
 private:
-    struct named_file {
-        bool there = false;
-        std::uint64_t reference = 0;
-        file_times times;
-    };
-
     [[nodiscard]] byte_view view() const { return byte_view(record_); }
 
     void take_name(std::uint64_t parent) {
         if (parent != last_parent_) {  // neighbours often lie in one directory
-            const auto [first, last] =
-                std::ranges::equal_range(directories_, reference_order(parent), {},
-                                         [](const unread_directory& one) { return reference_order(one.reference); });
+            const auto order_of = [](const unread_directory& one) { return reference_order(one.reference); };
+            const auto first = std::ranges::lower_bound(directories_, reference_order(parent), {}, order_of);
+            const auto last = std::ranges::upper_bound(directories_, reference_order(parent), {}, order_of);
             last_parent_ = parent;
             found_ = std::span(first, last);
         }

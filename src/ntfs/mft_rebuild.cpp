@@ -83,7 +83,7 @@ private:
                 if (volume_.read_volume(at + done, part, got)) {
                     scan_bytes(at + done, part.first(got));
                 } else {
-                    volume_.log().line(format_text("err: rebuild: cannot read at 0x%llx", static_cast<ull>(at + done)));
+                    volume_.log().line(format_text("err: rebuild: cannot read at 0x%llx", ull{at} + done));
                 }
             }
         }
@@ -107,9 +107,9 @@ private:
         const auto entry = record.value<std::uint32_t>(mft_record::own_number);
         if (entry >= size_ / record_size_) {
             if (volume_.log().enabled()) {
-                volume_.log().line(format_text(
-                    "inode offset requires a larger buffer than we have [0x%llx : 0x%llx : 0x%llx]",
-                    static_cast<ull>(entry), static_cast<ull>(entry * record_size_), static_cast<ull>(size_)));
+                volume_.log().line(
+                    format_text("inode offset requires a larger buffer than we have [0x%llx : 0x%llx : 0x%llx]",
+                                static_cast<ull>(entry), ull{entry} * record_size_, static_cast<ull>(size_)));
             }
             return;
         }
@@ -193,7 +193,7 @@ private:
                 return format_text("[unk_inode_0x%08llx]", static_cast<ull>(number)) + path;
             }
             if (found == names_.end() || found->second.name.empty() || path.size() > longest_path) return "[unk path]";
-            path = "\\" + to_utf8(found->second.name) + path;
+            path.insert(0, "\\" + to_utf8(found->second.name));
             number = found->second.parent;
         }
         return "[root]" + path;

@@ -83,8 +83,8 @@ bool put_plain_name(std::u16string_view name, char replaced, char* to) {
         found.put(name.data() + size - step, to + size - step);  // overlaps the one before instead of single units
         return found.plain();
     }
-    std::array<char16_t, step> units;
-    std::array<char, step> bytes;
+    std::array<char16_t, step> units{};
+    std::array<char, step> bytes{};
     units.fill(u'x');
     std::copy_n(name.data(), size, units.begin());
     found.put(units.data(), bytes.data());
