@@ -40,10 +40,13 @@ def test_a_volume_is_read_under_each_of_its_names(lorq):
 
 @pytest.mark.skipif(not WINDOWS, reason="calls of that system")
 def test_how_a_drive_letter_is_opened_and_asked(lorq):
-    done = lorq("-partition", "c", env={**os.environ, "WINEDEBUG": "+file,+ntdll"})
-    assert done.code == FAILED
-    assert "prob validating volume c as a NTFS partition, aborting...\n" in done.err
-    opened = r'CreateFileW L"\\\\\\\\\.\\\\c:" GENERIC_READ FILE_SHARE_READ FILE_SHARE_WRITE +creation 3 attributes 0x80\n'
-    after = done.err[re.search(opened, done.err).end():]
-    asked = re.findall(r"NtDeviceIoControlFile .*?,0x000(7\w{4}),", after)
+    opened = r'CreateFileW L"\\\\\\\\\.\\\\c:" GENERIC_READ FILE_SHARE_READ FILE_SHARE_WRITE +creation 3 attributes 0x80\n(?s:(.*))'
+    for _ in range(3):  # on a busy machine Wine's trace was seen without its calls
+        done = lorq("-partition", "c", env={**os.environ, "WINEDEBUG": "+file,+ntdll"})
+        assert done.code == FAILED
+        assert "prob validating volume c as a NTFS partition, aborting...\n" in done.err
+        after = re.search(opened, done.err)
+        asked = after and re.findall(r"NtDeviceIoControlFile .*?,0x000(7\w{4}),", after[1])
+        if asked:
+            break
     assert asked == ["700a0", "74004", "70048"]  # geometry, partition, and partition in its other form, which Wine lacks
