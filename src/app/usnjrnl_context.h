@@ -23,7 +23,6 @@ enum class carving_pass : std::uint8_t { none, unallocated, shadow_copies, slack
 
 struct usnjrnl_context : cmd_params {
     bool closed_only = true;
-    bool key_by_time = true;
 
     bool show_offset = false;
     bool show_dir_path = false;
@@ -46,7 +45,6 @@ struct usnjrnl_context : cmd_params {
 
     journal_collection* journal = nullptr;
     std::shared_ptr<ntfs_volume> rebuilt_volume;  // from the check of the volume: its MFT is not put together twice
-    bool file_mode = false;  // the journal is read from an extracted file: offsets need no translation
     carving_pass active_pass = carving_pass::none;
     std::string snapshot_label;                        // of the shadow copy that is carved, or was last
     std::uint64_t mft_entry_count = 0x3FFFFFFFFFFFFF;  // entry numbers of carved records are below it

@@ -72,7 +72,6 @@ private:
 bool read_extracted_journal(usnjrnl_context& run) {
     platform::file source;
     if (!source.open_for_reading(run.journal_path)) return false;
-    run.file_mode = true;
 
     constexpr auto page = static_cast<std::int64_t>(journal_page_size);
     const std::int64_t size = source.size();

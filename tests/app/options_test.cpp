@@ -51,7 +51,7 @@ struct parsed_options {
             all[name] = (std::ostringstream() << value).str();
         };
         const usnjrnl_context& s = settings;
-        add("all", !s.closed_only), add("by_time", s.key_by_time), add("offset", s.show_offset);
+        add("all", !s.closed_only), add("offset", s.show_offset);
         add("dir", s.show_dir_path), add("mft", s.mft_file_path), add("pull", s.pull_times), add("extra", s.extra_scan);
         add("unalloc", s.include_unalloc), add("vss", s.include_vss), add("slack", s.include_slack);
         add("escape", s.xml_escape), add("rebuild", s.rebuild_mft), add("banner", s.banner), add("out", s.results_path);

@@ -1,6 +1,8 @@
 // lorq-make-story: an NTFS volume on which files are made, linked, renamed, moved and deleted, its change journal with
 // a record of each step, and the list that is kept of it: for every record the status and the path that must be told.
 // Made through mkntfs and libntfs-3g; nothing is mounted. See usage below.
+#include "ntfs_library.h"
+
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -19,24 +21,6 @@
 
 #include <sys/stat.h>
 #include <unistd.h>
-
-// The library's headers are C and not ours to warn about.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpedantic"
-#pragma GCC diagnostic ignored "-Wold-style-cast"
-#pragma GCC diagnostic ignored "-Wconversion"
-#pragma GCC diagnostic ignored "-Wsign-conversion"
-#pragma GCC diagnostic ignored "-Wcast-qual"
-extern "C" {
-#include <ntfs-3g/attrib.h>
-#include <ntfs-3g/dir.h>
-#include <ntfs-3g/inode.h>
-#include <ntfs-3g/logging.h>
-#include <ntfs-3g/volume.h>
-}
-#undef min
-#undef max
-#pragma GCC diagnostic pop
 
 namespace {
 

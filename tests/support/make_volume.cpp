@@ -1,6 +1,8 @@
 // lorq-make-volume: an NTFS volume with a change journal in an image file, made through mkntfs and libntfs-3g; nothing
 // is mounted. Tests only. The same options give the same layout. Says on standard output where the journal's runs lie:
 // VCN, LCN and length of each. See usage below.
+#include "ntfs_library.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
@@ -17,24 +19,6 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
-
-// The library's headers are C and not ours to warn about.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpedantic"
-#pragma GCC diagnostic ignored "-Wold-style-cast"
-#pragma GCC diagnostic ignored "-Wconversion"
-#pragma GCC diagnostic ignored "-Wsign-conversion"
-#pragma GCC diagnostic ignored "-Wcast-qual"
-extern "C" {
-#include <ntfs-3g/attrib.h>
-#include <ntfs-3g/dir.h>
-#include <ntfs-3g/inode.h>
-#include <ntfs-3g/lcnalloc.h>
-#include <ntfs-3g/volume.h>
-}
-#undef min
-#undef max
-#pragma GCC diagnostic pop
 
 namespace {
 
