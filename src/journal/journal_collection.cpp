@@ -3,16 +3,15 @@
 #include "journal/resolved_paths.h"
 
 #include <algorithm>
-#include <bit>
-#include <cstring>
+#include <numeric>
+#include <utility>
 
 namespace {
 
 constexpr std::size_t longest_name_units = 255;
 
-// How many entries ahead of the reader memory is fetched when the order jumps about.
-constexpr std::size_t slot_lead = 32;
-constexpr std::size_t name_lead = 16;
+// How many entries ahead of the reader memory is fetched.
+constexpr std::size_t record_lead = 8;
 constexpr std::size_t outcome_lead = 16;
 constexpr std::size_t text_lead = 8;
 constexpr std::size_t cache_line = 64;
@@ -30,129 +29,127 @@ journal_collection::journal_collection() = default;
 journal_collection::~journal_collection() = default;
 
 void journal_collection::add(const journal_entry& entry) {
-    if (count_ == slots_.capacity()) slots_.add_block();
-    slot& into = slots_[count_];
-    into.file_ref = entry.file_ref;
-    into.parent_ref = entry.parent_ref;
-    into.usn = entry.usn;
-    into.timestamp = entry.timestamp;
-    into.record_offset = entry.record_offset;
-    into.reason = entry.reason;
-    into.source_info = entry.source_info;
-    into.security_id = entry.security_id;
-    into.file_attributes = entry.file_attributes;
-    into.marks = static_cast<std::uint8_t>(
+    const std::uint64_t key = entry.timestamp;
+    const std::size_t units = std::min(entry.name.size(), longest_name_units);
+    packed_record* const into =
+        key >= in_order_.last_key() ? in_order_.append(pool_, key, units) : strays_.append(pool_, key, units);
+    into->file_ref = entry.file_ref;
+    into->parent_ref = entry.parent_ref;
+    into->usn = entry.usn;
+    into->timestamp = key;
+    into->record_offset = entry.record_offset;
+    into->reason = entry.reason;
+    into->source_info = entry.source_info;
+    into->security_id = entry.security_id;
+    into->file_attributes = entry.file_attributes;
+    into->arrival_low = static_cast<std::uint32_t>(count_);
+    into->arrival_high = static_cast<std::uint16_t>(std::uint64_t{count_} >> 32U);
+    into->name_units = static_cast<std::uint8_t>(units);
+    into->marks = static_cast<std::uint8_t>(
         (entry.valid != 0 ? mark::valid : 0) | (entry.from_unalloc != 0 ? mark::from_unalloc : 0) |
         (entry.from_vss != 0 ? mark::from_vss : 0) | (entry.from_slack != 0 ? mark::from_slack : 0));
-    store_name(entry.name, into);
+    std::copy_n(entry.name.data(), units, into->name());
     if (!entry.snapshot_label.empty() || !labels_.empty()) note_label(entry.snapshot_label);
-
-    arrived_in_order_ = arrived_in_order_ && entry.timestamp >= last_key_;
-    last_key_ = entry.timestamp;
-    if (entry.timestamp != 0) lowest_key_ = std::min(lowest_key_, entry.timestamp);
-    highest_key_ = std::max(highest_key_, entry.timestamp);
     ++count_;
-}
-
-void journal_collection::store_name(const std::u16string& name, slot& into) {
-    const std::size_t units = std::min(name.size(), longest_name_units);
-    if (names_.capacity() - name_units_used_ < units) {
-        name_units_used_ = names_.capacity();
-        names_.add_block();
-    }
-    const std::uint64_t place = name_units_used_;
-    if (units != 0) std::copy_n(name.data(), units, &names_[name_units_used_]);
-    name_units_used_ += units;
-    into.name_place_low = static_cast<std::uint32_t>(place);
-    into.name_place_high = static_cast<std::uint16_t>(place >> 32U);
-    into.name_units = static_cast<std::uint8_t>(units);
-}
-
-const char16_t* journal_collection::name_at(const slot& of) const {
-    const auto place = static_cast<std::size_t>(std::uint64_t{of.name_place_high} << 32U | of.name_place_low);
-    return of.name_units == 0 ? nullptr : &names_[place];
 }
 
 void journal_collection::note_label(const std::string& label) {
     if (labels_.empty() || labels_.back().label != label) labels_.push_back({count_, label});
 }
 
-const std::string& journal_collection::label_of(std::size_t arrival) const {
+const std::string& journal_collection::label_of(std::uint64_t arrival) const {
     static const std::string none;
     const auto behind = std::ranges::upper_bound(labels_, arrival, {}, &labelled_stretch::first_arrival);
     return behind == labels_.begin() ? none : std::prev(behind)->label;
 }
 
-// Distributes by the leading bits that differ, which costs the same per record however many there are, then sorts each
-// bucket by key and arrival.
-void journal_collection::put_in_order() {
-    ordered_ = !arrived_in_order_;
-    if (!ordered_) return;
-
-    // Version-4 records have key 0 and a bucket of their own; the span that is divided is that of the others.
-    const std::uint64_t lowest = lowest_key_;
-    const std::size_t bucket_bits =
-        std::clamp<std::size_t>(static_cast<std::size_t>(std::bit_width(count_ / 32)), 1, 16);
-    const std::size_t span_bits = static_cast<std::size_t>(std::bit_width(highest_key_ - lowest));
-    const std::size_t shift = span_bits > bucket_bits ? span_bits - bucket_bits : 0;
-    const auto bucket_of = [&](std::uint64_t key) {
-        return key == 0 ? std::size_t{0} : static_cast<std::size_t>((key - lowest) >> shift) + 1;
-    };
-
-    std::vector<std::size_t> ends((std::size_t{1} << bucket_bits) + 2, 0);
-    for (std::size_t i = 0; i < count_; ++i) ++ends[bucket_of(slots_[i].timestamp) + 1];
-    for (std::size_t i = 1; i < ends.size(); ++i) ends[i] += ends[i - 1];  // now where each bucket begins
-    order_ = platform::memory_block(count_ * sizeof(keyed_arrival));
-    const auto order = static_cast<keyed_arrival*>(order_.data());
-    for (std::size_t i = 0; i < count_; ++i) {
-        const std::uint64_t key = slots_[i].timestamp;
-        order[ends[bucket_of(key)]++] = {key, i};  // and, once it is full, where it ends
-    }
-    const auto before = [](const keyed_arrival& a, const keyed_arrival& b) {
-        return a.key != b.key ? a.key < b.key : a.arrival < b.arrival;
-    };
-    for (std::size_t begin = 0, i = 0; i < ends.size(); begin = ends[i++]) {
-        keyed_arrival* const first = order + begin;
-        keyed_arrival* const last = order + ends[i];
-        if (!std::is_sorted(first, last, before)) std::sort(first, last, before);
-    }
-}
-
-reference_pair journal_collection::references_at(std::size_t arrival) const {
-    const slot& at = slots_[arrival];
-    return {at.parent_ref, at.file_ref};
-}
-
 void journal_collection::keep_paths(std::unique_ptr<const resolved_paths> paths) { paths_ = std::move(paths); }
 
-std::size_t journal_collection::arrival_at(std::size_t place) const {
-    return ordered_ ? static_cast<const keyed_arrival*>(order_.data())[place].arrival : place;
+// ---- Reading in order -----------------------------------------------------------------------------------------------
+
+ordered_reader::ordered_reader(const journal_collection& from)
+    : from_(from), run_(from.in_order_), in_order_(run_.next()) {
+    stray_ = next_stray();
+    for (const packed_record*& record : upcoming_) record = advance();
 }
 
-void journal_collection::read_in_order(std::size_t place, journal_entry& entry) const {
-    // Here and not in a function of its own: gcc drops the call of one that does nothing but prefetch.
-    if (ordered_) {
-        if (place + slot_lead < count_) __builtin_prefetch(&slots_[arrival_at(place + slot_lead)]);
-        if (place + name_lead < count_) {
-            const slot& soon = slots_[arrival_at(place + name_lead)];
-            const char16_t* const name = name_at(soon);
-            __builtin_prefetch(name);  // a name often lies in two cache lines
-            __builtin_prefetch(name + soon.name_units);
+bool ordered_reader::next(journal_entry& entry) {
+    const packed_record* const record = upcoming_[at_];
+    if (record == nullptr) return false;
+    unpack(*record, entry);
+    upcoming_[at_] = advance();
+    at_ = (at_ + 1) % upcoming_.size();
+    if (from_.paths_ == nullptr) return true;
+    // The records of a directory are spread over the journal, and so is what was found out about them.
+    const resolved_paths& paths = *from_.paths_;
+    if (const packed_record* const soon = upcoming_[(at_ + outcome_lead) % upcoming_.size()]; soon != nullptr) {
+        __builtin_prefetch(paths.outcome_place(soon->arrival()));
+        __builtin_prefetch(paths.times_place(soon->arrival()));
+    }
+    if (const packed_record* const soon = upcoming_[(at_ + text_lead) % upcoming_.size()]; soon != nullptr) {
+        const char* const text = paths.text_place(soon->arrival());
+        __builtin_prefetch(text);
+        __builtin_prefetch(text + cache_line);
+    }
+    return true;
+}
+
+// The next record of all, null at the end.
+const packed_record* ordered_reader::advance() {
+    const bool from_run = in_order_ != nullptr &&
+                          (stray_ == nullptr || in_order_->timestamp < stray_->timestamp ||
+                           (in_order_->timestamp == stray_->timestamp && in_order_->arrival() < stray_->arrival()));
+    return from_run ? std::exchange(in_order_, run_.next()) : std::exchange(stray_, next_stray());
+}
+
+const packed_record* ordered_reader::next_stray() {
+    for (const std::vector<record_run>& runs = from_.strays_.runs();;) {
+        if (stray_place_ < stray_order_.size()) {
+            const std::size_t soon = std::min(stray_place_ + record_lead, stray_order_.size() - 1);
+            const auto lines = reinterpret_cast<const char*>(stray_order_[soon].record);
+            __builtin_prefetch(lines);
+            __builtin_prefetch(lines + cache_line);
+            return stray_order_[stray_place_++].record;
+        }
+        if (const packed_record* const record = stray_run_.next(); record != nullptr) return record;
+        if (next_run_ == runs.size()) return nullptr;
+        const record_run& run = runs[next_run_++];
+        if (run.in_order()) {
+            stray_run_ = record_run::cursor(run);
+        } else {
+            put_in_order(run);
         }
     }
-    if (paths_ != nullptr) {  // the records of a directory are spread over the journal
-        if (place + outcome_lead < count_) {
-            __builtin_prefetch(paths_->outcome_place(arrival_at(place + outcome_lead)));
-            __builtin_prefetch(paths_->times_place(arrival_at(place + outcome_lead)));
-        }
-        if (place + text_lead < count_) {
-            const char* const text = paths_->text_place(arrival_at(place + text_lead));
-            __builtin_prefetch(text);
-            __builtin_prefetch(text + cache_line);
-        }
+}
+
+// Digit by digit from the lowest on, which keeps the order of arrival among equal keys and costs the same for any keys.
+void ordered_reader::put_in_order(const record_run& run) {
+    std::uint64_t lowest = ~std::uint64_t{0};
+    std::uint64_t highest = 0;
+    stray_order_.clear();
+    stray_order_.reserve(run.size());
+    record_run::cursor at(run);
+    while (const packed_record* const record = at.next()) {
+        stray_order_.push_back({record->timestamp, record});
+        lowest = std::min(lowest, record->timestamp);
+        highest = std::max(highest, record->timestamp);
     }
-    const std::size_t arrival = arrival_at(place);
-    const slot& from = slots_[arrival];
+    constexpr unsigned digit_bits = 11;
+    const auto digit = [&](const keyed_record& one, unsigned shift) {
+        return static_cast<std::size_t>((one.key - lowest) >> shift) & ((std::size_t{1} << digit_bits) - 1);
+    };
+    passed_.resize(stray_order_.size());
+    for (unsigned shift = 0; shift < 64 && (highest - lowest) >> shift != 0; shift += digit_bits) {
+        std::array<std::size_t, (1U << digit_bits) + 1> begins{};
+        for (const keyed_record& one : stray_order_) ++begins[digit(one, shift) + 1];
+        std::partial_sum(begins.begin(), begins.end(), begins.begin());
+        for (const keyed_record& one : stray_order_) passed_[begins[digit(one, shift)]++] = one;
+        std::swap(stray_order_, passed_);
+    }
+    stray_place_ = 0;
+}
+
+void ordered_reader::unpack(const packed_record& from, journal_entry& entry) const {
     entry.valid = (from.marks & mark::valid) != 0 ? 1 : 0;
     entry.file_ref = from.file_ref;
     entry.parent_ref = from.parent_ref;
@@ -162,11 +159,11 @@ void journal_collection::read_in_order(std::size_t place, journal_entry& entry) 
     entry.source_info = from.source_info;
     entry.security_id = from.security_id;
     entry.file_attributes = from.file_attributes;
-    entry.name.assign(name_at(from), from.name_units);
+    entry.name.assign(from.name(), from.name_units);
     entry.record_offset = from.record_offset;
     entry.from_unalloc = (from.marks & mark::from_unalloc) != 0 ? 1 : 0;
     entry.from_vss = (from.marks & mark::from_vss) != 0 ? 1 : 0;
     entry.from_slack = (from.marks & mark::from_slack) != 0 ? 1 : 0;
-    entry.snapshot_label = label_of(arrival);
-    if (paths_ != nullptr) paths_->fill(arrival, entry);
+    entry.snapshot_label = from_.label_of(from.arrival());
+    if (from_.paths_ != nullptr) from_.paths_->fill(from.arrival(), entry);
 }

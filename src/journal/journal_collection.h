@@ -1,13 +1,15 @@
 // journal/journal_collection.h: every record of a run, in order of time stamp, equal ones in order of arrival. Filled
-// by the walk and the carving passes, read once by the writers. Tens of millions of records must fit in memory: one
-// cache line a record in order of arrival, names in one arena, nothing allocated per record, and an order computed only
-// when the arrival was not in order.
+// by the walk and the carving passes, read once by the writers. Tens of millions of records must fit in memory: fixed
+// fields and name packed together, nothing allocated per record. Records that continue the order, as a journal's do,
+// go into one run; only those that arrive too late are kept apart and put in order.
 #pragma once
 
-#include "journal/block_array.h"
 #include "journal/journal_entry.h"
+#include "journal/record_run.h"
 #include "journal/reference_pairs.h"
+#include "journal/stray_records.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -29,63 +31,74 @@ public:
 
     [[nodiscard]] std::size_t size() const { return count_; }
 
-    // Parent and file of the record that arrived as number `arrival`, from 0 on.
-    [[nodiscard]] reference_pair references_at(std::size_t arrival) const;
+    // Calls `visit(arrival, pair)` for every record, in no order that means anything: its number in order of arrival,
+    // from 0 on, its parent and file.
+    template <typename visitor>
+    void visit_references(const visitor& visit) const {
+        visit_run(in_order_, visit);
+        for (const record_run& run : strays_.runs()) visit_run(run, visit);
+    }
 
-    // What path resolution found out about the records that are here; `read_in_order` hands it on. Adding afterwards
-    // makes it stale.
+    // What path resolution found out about the records that are here; readers hand it on. Adding afterwards makes it
+    // stale.
     void keep_paths(std::unique_ptr<const resolved_paths> paths);
 
-    // Fixes the order for `read_in_order`; adding afterwards makes it stale.
-    void put_in_order();
-
-    // The entry at `place` (0 to size() - 1) of the order. `entry` keeps its buffers, so nothing is allocated once they
-    // have grown.
-    void read_in_order(std::size_t place, journal_entry& entry) const;
-
 private:
-    // One record, one cache line. The name's place counts units over all name blocks: 2^48 units are more than memory
-    // holds.
-    struct alignas(64) slot {
-        std::uint64_t file_ref;
-        std::uint64_t parent_ref;
-        std::int64_t usn;
-        std::uint64_t timestamp;
-        std::uint64_t record_offset;
-        std::uint32_t reason;
-        std::uint32_t source_info;
-        std::uint32_t security_id;
-        std::uint32_t file_attributes;
-        std::uint32_t name_place_low;
-        std::uint16_t name_place_high;
-        std::uint8_t name_units;
-        std::uint8_t marks;
-    };
-    struct keyed_arrival {
-        std::uint64_t key;
-        std::uint64_t arrival;
-    };
+    friend class ordered_reader;
+
     struct labelled_stretch {
-        std::size_t first_arrival;
+        std::uint64_t first_arrival;
         std::string label;
     };
 
-    [[nodiscard]] std::size_t arrival_at(std::size_t place) const;
-    [[nodiscard]] const char16_t* name_at(const slot& of) const;
-    void store_name(const std::u16string& name, slot& into);
+    template <typename visitor>
+    static void visit_run(const record_run& run, const visitor& visit) {
+        record_run::cursor at(run);
+        while (const packed_record* const record = at.next()) {
+            visit(static_cast<std::size_t>(record->arrival()), reference_pair{record->parent_ref, record->file_ref});
+        }
+    }
     void note_label(const std::string& label);
-    [[nodiscard]] const std::string& label_of(std::size_t arrival) const;
+    [[nodiscard]] const std::string& label_of(std::uint64_t arrival) const;
 
-    block_array<slot> slots_;      // in order of arrival
-    block_array<char16_t> names_;  // no name crosses a block
-    std::size_t name_units_used_ = 0;
+    chunk_pool pool_;
+    record_run in_order_;
+    stray_records strays_;
     std::vector<labelled_stretch> labels_;         // where the shadow-copy label changes; few in any run
-    platform::memory_block order_;                 // count_ times keyed_arrival
-    bool ordered_ = false;                         // false: the order of arrival is the order
     std::unique_ptr<const resolved_paths> paths_;  // null: they were not asked for
     std::size_t count_ = 0;
-    std::uint64_t last_key_ = 0;
-    std::uint64_t lowest_key_ = ~std::uint64_t{0};  // of the keys that are not 0
-    std::uint64_t highest_key_ = 0;
-    bool arrived_in_order_ = true;
+};
+
+// Goes through a collection in its order, once, while nothing is added.
+class ordered_reader {
+public:
+    explicit ordered_reader(const journal_collection& from);
+
+    // False at the end. `entry` keeps its buffers, so nothing is allocated once they have grown.
+    [[nodiscard]] bool next(journal_entry& entry);
+
+private:
+    struct keyed_record {
+        std::uint64_t key;
+        const packed_record* record;
+    };
+
+    [[nodiscard]] const packed_record* advance();
+    [[nodiscard]] const packed_record* next_stray();
+    void put_in_order(const record_run& run);
+    void unpack(const packed_record& from, journal_entry& entry) const;
+
+    const journal_collection& from_;
+    record_run::cursor run_;
+    const packed_record* in_order_;          // the next one of the run, null at its end
+    const packed_record* stray_ = nullptr;   // the next one of the strays, null at their end
+    std::size_t next_run_ = 0;               // of strays
+    record_run::cursor stray_run_;           // when it arrived in order
+    std::vector<keyed_record> stray_order_;  // when it did not
+    std::vector<keyed_record> passed_;       // kept for the next such run
+    std::size_t stray_place_ = 0;            // in stray_order_
+
+    // The records that come next, so that memory is fetched before it is needed.
+    std::array<const packed_record*, 32> upcoming_{};
+    std::size_t at_ = 0;  // of the one that is next
 };

@@ -40,12 +40,20 @@ private:
     void number_pairs() {
         std::vector<std::uint32_t> pair_of_record(journal_.size());
         std::array<reference_pair, 256> some;
-        for (std::size_t begin = 0; begin < pair_of_record.size(); begin += some.size()) {
-            const auto numbers = std::span(pair_of_record).subspan(begin);
-            const std::size_t count = std::min(some.size(), numbers.size());
-            for (std::size_t i = 0; i < count; ++i) some[i] = journal_.references_at(begin + i);
-            pairs_.number(std::span(some).first(count), numbers.first(count));
-        }
+        std::array<std::size_t, some.size()> arrivals;
+        std::size_t count = 0;
+        const auto number_some = [&] {
+            std::array<std::uint32_t, some.size()> numbers;
+            pairs_.number(std::span(some).first(count), numbers);
+            for (std::size_t i = 0; i < count; ++i) pair_of_record[arrivals[i]] = numbers[i];
+            count = 0;
+        };
+        journal_.visit_references([&](std::size_t arrival, const reference_pair& pair) {
+            arrivals[count] = arrival;
+            some[count++] = pair;
+            if (count == some.size()) number_some();
+        });
+        number_some();
         ordered_ = pairs_.in_order();
         found_ = std::make_unique<resolved_paths>(std::move(pair_of_record), ordered_.size(), with_times_);
     }

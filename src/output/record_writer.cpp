@@ -46,19 +46,18 @@ private:
 };
 
 template <auto write_record, typename writer>
-bool write_in_order(std::ostream& out, journal_collection& journal, writer to, handing how = handing::in_blocks) {
+bool write_in_order(std::ostream& out, const journal_collection& journal, writer to, handing how = handing::in_blocks) {
     text_sink sink(out, how);
-    journal.put_in_order();
+    ordered_reader records(journal);
     journal_entry entry;
-    for (std::size_t place = 0; place < journal.size(); ++place) {
-        journal.read_in_order(place, entry);
+    while (records.next(entry)) {
         (to.*write_record)(entry, sink.next_record());
         if (!sink.record_is_done()) return false;
     }
     return sink.hand_on();
 }
 
-bool write_with_chosen_writer(std::ostream& out, journal_collection& journal, usnjrnl_context& settings) {
+bool write_with_chosen_writer(std::ostream& out, const journal_collection& journal, usnjrnl_context& settings) {
     if (settings.xml) {
         return write_in_order<&xml_writer::write_xml_record>(out, journal, xml_writer(settings),
                                                              handing::record_by_record);

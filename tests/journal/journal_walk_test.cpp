@@ -15,10 +15,9 @@ bytes record_named(const char16_t* name, std::uint64_t timestamp = 133'485'408'0
 // What the collection holds, in order: name and offset of each, "v4" for no name, "-" for one that failed its checks.
 std::string in_order(journal_collection& journal) {
     std::string out;
-    journal.put_in_order();
+    ordered_reader records(journal);
     journal_entry entry;
-    for (std::size_t i = 0; i < journal.size(); ++i) {
-        journal.read_in_order(i, entry);
+    while (records.next(entry)) {
         const std::string name(entry.name.begin(), entry.name.end());
         out += (entry.valid == 0 ? "-" : name.empty() ? "v4" : name) + "@" + std::to_string(entry.record_offset) + " ";
     }

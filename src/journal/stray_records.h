@@ -1,0 +1,37 @@
+// journal/stray_records.h: the records that arrived behind one of a later time. They are kept in runs by time, each
+// small enough for a cache, so that putting millions in order costs each of them the same as putting thousands in
+// order: memory is never jumped about in.
+#pragma once
+
+#include "journal/record_run.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+class stray_records {
+public:
+    // Room for a record, to be filled by the caller at once; see record_run::append.
+    [[nodiscard]] packed_record* append(chunk_pool& pool, std::uint64_t key, std::size_t name_units);
+
+    // In order of time: every key of a run is less than every key of the next. Within a run, in order of arrival.
+    [[nodiscard]] const std::vector<record_run>& runs() const { return runs_; }
+
+private:
+    [[nodiscard]] std::size_t run_of(std::uint64_t key) const;
+    void split(chunk_pool& pool, std::size_t place);
+    [[nodiscard]] std::vector<std::uint64_t> lowest_keys_of_parts(std::size_t place) const;
+    void make_guide();
+
+    // The same place stands for the same run in each.
+    std::vector<record_run> runs_ = std::vector<record_run>(1);
+    std::vector<std::uint64_t> lowest_keys_ = {0};
+    std::vector<std::size_t> limits_ = {first_limit};  // of records: a run that reaches it is split
+
+    // For keys from lowest_keys_[1] up to the last, in equal stretches of 2^guide_shift_: the place of the run that the
+    // stretch begins in. It leaves the search but one or two runs to choose from.
+    std::vector<std::uint32_t> guide_;
+    unsigned guide_shift_ = 0;
+
+    static constexpr std::size_t first_limit = 65536;
+};
