@@ -15,9 +15,6 @@ def filetime(moment):
 def record(name="a.txt", reason=CLOSE | 0x102, usn=0x1000, moment=FIRST, file=(40, 3), parent=(5, 5), version=2):
     """One record; references are (entry, sequence)."""
     reference, folder = (entry | sequence << 48 for entry, sequence in (file, parent))
-    if version == 4:
-        tail = struct.pack("<QQQQqIIIHHqq", reference, 0, folder, 0, usn, reason, 0, 0, 1, 16, 0, PAGE)
-        return struct.pack("<IHH", 8 + len(tail), 4, 0) + tail
     text = name.encode("utf-16-le", "surrogatepass")
     references = struct.pack("<QQ", reference, folder) if version == 2 else struct.pack("<QQQQ", reference, 0, folder, 0)
     fixed = 60 if version == 2 else 76

@@ -1,6 +1,5 @@
 """Records planted by hand in volumes made by lorq-make-volume: the carving options find those, as what they are and where
 they stand, and no others."""
-import collections
 import csv
 import os
 import re
@@ -11,7 +10,7 @@ import pytest
 
 from conftest import RUNNER
 from journal import PAGE, record
-from test_volumes import MAKER, MIB, boot_record, copy_into, pytestmark  # noqa: F401
+from test_volumes import MAKER, MIB, boot_record, disk_around, pytestmark  # noqa: F401
 
 ALL = ["-include_unalloc_clusters", "-include_vss_clusters", "-include_slack_space"]
 
@@ -108,15 +107,7 @@ def test_records_in_free_clusters_and_slack(lorq, cluster):
     assert said.count("analyzing results - formatting output") == 2
     for option, kind in [(ALL[0], "unalloc"), (ALL[1], "no"), (ALL[2], "slack")]:
         assert found(lorq, option, "-quiet")[0] == {name: at for name, at in on.expected.items() if at[0] == kind}
-    names = re.compile("|".join(map(re.escape, sorted(on.expected, reverse=True))))
-    for layout in [], ["-xml"], ["-bodyfile"], ["-csvl2t"]:
-        lines = lorq.table("-image", "v", "-a", *ALL, "-show_dir_path", "-pulltimes", *layout)
-        shown = collections.Counter(name for line in lines if "<path>" not in line for name in set(names.findall(line)))
-        assert shown == collections.Counter(on.expected.keys()), layout
-
-    with open(lorq.path("disk"), "wb") as disk:
-        copy_into(disk, MIB, lorq.path("v"))
-        os.pwrite(disk.fileno(), boot_record((7, 2048, os.path.getsize(lorq.path("v")) // 512)), 0)
+    disk_around(lorq, [MIB], {0: boot_record((7, 2048, os.path.getsize(lorq.path("v")) // 512))})
     os.replace(lorq.path("disk"), lorq.path("v"))
     shifted = {name: (kind, at + MIB) for name, (kind, at) in on.expected.items()}
     assert found(lorq, *ALL, "-offset", "0x100000")[0] == shifted

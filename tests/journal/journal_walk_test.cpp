@@ -32,44 +32,38 @@ std::string walked(const bytes& chunk, std::uint64_t offset = 0) {
     return in_order(journal);
 }
 
-TEST(WalkChunk, SkipsZerosAndDamageByThePage) {
-    bytes chunk(4096);  // a page of zeros
-    for (const bytes& piece : {record_named(u"one"), bytes(8), record_named(u"lost")}) append(chunk, piece);
-    fill_page(chunk);  // lost with the rest of its page, behind a length of 0, and behind another minor version
-    bytes minor_one = record_named(u"bad");
-    poke<std::uint16_t>(minor_one, 6, 1);
-    for (const bytes& piece : {minor_one, record_named(u"lost")}) append(chunk, piece);
-    fill_page(chunk);
-    for (const bytes& piece : {record_named(u"two"), record_named(u"three")}) append(chunk, piece);
-    EXPECT_EQ(walked(chunk, 0x10000), "one@69632 two@77824 three@77896 ");
-    EXPECT_EQ(walked(bytes(65536)), "");
+bytes joined(std::initializer_list<bytes> pieces) {
+    bytes out;
+    for (const bytes& piece : pieces) append(out, piece);
+    return out;
 }
 
-TEST(WalkChunk, ARecordPastTheChunkEndsTheWalk) {
-    bytes chunk = record_named(u"one");
-    for (const std::size_t tail : {1U, 3U, 4U, 7U, 64U}) {  // too short for a length, a header, the record
-        bytes cut = record_named(u"cut");
-        cut.resize(tail);
-        bytes both = chunk;
-        append(both, cut);
-        EXPECT_EQ(walked(both), "one@0 ");
+bytes page_of(std::initializer_list<bytes> pieces) {
+    bytes page = joined(pieces);
+    fill_page(page);
+    return page;
+}
+
+TEST(WalkChunk, SkipsZerosAndDamageByThePageAndEndsAtARecordPastTheEnd) {
+    bytes minor_one = record_named(u"bad"), failed = record_named(u"x"), longer = record_named(u"cut");
+    poke<std::uint16_t>(minor_one, 6, 1);
+    poke<std::uint64_t>(failed, usn_v2::usn, 0);
+    poke<std::uint32_t>(longer, 0, 4097);
+    const bytes one = record_named(u"one"), two = record_named(u"two"), lost = record_named(u"lost");
+    EXPECT_EQ(
+        walked(joined({bytes(4096), page_of({one, bytes(8), lost}), page_of({minor_one, lost}), two, one}), 0x10000),
+        "one@69632 two@77824 one@77896 ");
+    EXPECT_EQ(walked(bytes(65536)), "");
+    for (const std::ptrdiff_t tail : {1, 3, 4, 7, 64}) {  // too short for a length, a header, the record
+        EXPECT_EQ(walked(joined({one, bytes(two.begin(), two.begin() + tail)})), "one@0 ");
     }
     // Even in the first of two pages, by a byte, and whatever its version says: the length alone decides.
-    fill_page(chunk);
-    poke<std::uint32_t>(chunk, 72, 4097);
-    append(chunk, record_named(u"never"));
-    EXPECT_EQ(walked(chunk), "one@0 ");
-}
-
-TEST(WalkChunk, CollectsFailedRecordsAndVersionFourUnderKeyZero) {
-    bytes failed = record_named(u"x");
-    poke<std::uint64_t>(failed, usn_v2::usn, 0);
-    bytes chunk;
-    for (const bytes& piece : {record_named(u"late", 2000), record_named(u"early", 1000), record_named(u"", 0, 4),
-                               failed, record_named(u"early again", 1000, 3)}) {
-        append(chunk, piece);
-    }
-    EXPECT_EQ(walked(chunk, 100), "v4@244 -@0 early@172 early again@372 late@100 ");
+    EXPECT_EQ(walked(joined({page_of({one, longer}), lost})), "one@0 ");
+    // Failed records and those of version 4 come first, the rest by their time.
+    EXPECT_EQ(walked(joined({record_named(u"late", 2000), record_named(u"early", 1000), record_named(u"", 0, 4), failed,
+                             record_named(u"early again", 1000, 3)}),
+                     100),
+              "v4@244 -@0 early@172 early again@372 late@100 ");
 }
 
 // Writes the pieces at their offsets, holes between them, and reads the file back.

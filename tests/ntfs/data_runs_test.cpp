@@ -12,19 +12,15 @@ std::string decoded(const bytes& list, std::uint64_t first_vcn = 0) {
     return text_of(extents);
 }
 
-TEST(DataRuns, DecodeDeltasHolesAndFieldsOfAnyWidth) {
+TEST(DataRuns, DeltasHolesFieldsOfAnyWidthAndDamage) {
     EXPECT_EQ(decoded({0x21, 0x10, 0x00, 0x01, 0x11, 0x08, 0xF0, 0}), "256@0+16 240@16+8");
-    EXPECT_EQ(decoded({0x11, 4, 5, 0x01, 0x20, 0x11, 1, 1}),
-              "5@0+4 -@4+32 6@36+1");                                 // the list ends with the attribute
+    EXPECT_EQ(decoded({0x11, 4, 5, 0x01, 0x20, 0x11, 1, 1}), "5@0+4 -@4+32 6@36+1");  // ends with the attribute
     EXPECT_EQ(decoded({0x11, 4, 0, 0x11, 2, 0}), "0@0+4 -@4+2");      // only the first run of a stream may lie at LCN 0
     EXPECT_EQ(decoded({0x11, 4, 0, 0x11, 2, 9}, 7), "-@7+4 9@11+2");  // a later piece
     EXPECT_EQ(decoded({0x18, 0, 0, 0, 0, 0, 0, 0, 0x10, 5}), "5@0+1152921504606846976");
     EXPECT_EQ(decoded({0x11, 1, 100, 0x81, 1, 255, 255, 255, 255, 255, 255, 255, 255}), "100@0+1 99@1+1");
     EXPECT_EQ(decoded({0x10, 5, 0x11, 1, 1}), "6@0+1");  // a run of no length moves the LCN only
-}
-
-TEST(DataRuns, DamageEndsTheListWithWhatCameBefore) {
-    EXPECT_EQ(decoded({0, 0x11, 1, 1}), "");
+    // What came before the damage stays.
     EXPECT_EQ(decoded({0x11, 4, 5, 0x21, 1, 7}), "5@0+4");
     EXPECT_EQ(decoded({0x11, 4, 5, 0x91, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1}), "5@0+4");
     EXPECT_EQ(decoded({0x11, 4, 5, 0x19, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1}), "5@0+4");

@@ -30,55 +30,41 @@ std::string starts_in(const bytes& slack) {
     return text;
 }
 
-template <std::unsigned_integral T>
-std::string starts_with(std::size_t at, T value, std::size_t lead = 16) {
-    bytes slack(lead);
-    append(slack, entry_of(40));
-    slack.resize(slack.size() + 40);
-    poke<T>(slack, lead + at, value);
-    return starts_in(slack);
-}
-
-TEST(IndexSlack, TellsARemnantByItsParentOrByATime) {
-    constexpr std::size_t key = index_entry::key;
-    EXPECT_EQ(starts_with(index_entry::reference, std::uint64_t{77}), "16 ");
-    EXPECT_EQ(starts_with(key, std::uint64_t{77}), "16 ");  // another parent: found by the first time
+TEST(IndexSlack, TellsARemnantByItsParentOrByATimeAndChecksItsFields) {
+    constexpr std::size_t key = 16 + index_entry::key;
     bytes slack(16);
     append(slack, entry_of(40));
     slack.resize(160);
-    poke<std::uint64_t>(slack, 16 + key, 77);
-    for (std::size_t i = 0; i < 3; ++i) {  // by the second, the third, the fourth one
-        poke<std::uint64_t>(slack, 16 + key + 8 + 8 * i, 5);
-        EXPECT_EQ(starts_in(slack), "16 ") << i;
+    // What a field may hold, and what no entry does.
+    const std::tuple<std::size_t, std::size_t, std::uint64_t, std::uint64_t> fields[] = {
+        {16 + index_entry::flags, 2, 2, 3},           {16 + index_entry::flags + 2, 2, 0, 1},
+        {16 + index_entry::key_length, 2, 1, 0},      {16 + index_entry::length, 2, 72, 71},  // the key has 72 bytes
+        {key + file_name_value::name_space, 1, 3, 4}, {key + file_name_value::name_length, 1, 1, 0},
+        {key + file_name_value::real_size, 8, 0, 1}};  // more than is allocated
+    for (const auto& [at, width, inside, outside] : fields) {
+        for (const std::uint64_t value : {inside, outside}) {
+            bytes changed = slack;
+            std::memcpy(changed.data() + at, &value, width);
+            EXPECT_EQ(starts_in(changed), value == inside ? "16 " : "") << at << "=" << value;
+        }
     }
-    poke<std::uint64_t>(slack, 16 + key + 32, 5);
-    EXPECT_EQ(starts_in(slack), "");
+    // Found by its parent, then by the first time, the second, the third, the fourth one alone.
+    for (std::size_t at = key; at <= key + 32; at += 8) {
+        EXPECT_EQ(starts_in(slack), "16 ") << at;
+        poke<std::uint64_t>(slack, at, 77);
+    }
     // The first and the last moment that count, 1986-01-01 and 2100-01-01.
-    for (const auto& [time, found] :
-         std::vector<std::pair<std::uint64_t, std::string>>{{121'493'951'999'999'999, ""},
-                                                            {121'493'952'000'000'000, "16 "},
-                                                            {157'469'184'000'000'000, "16 "},
-                                                            {157'469'184'000'000'001, ""}}) {
-        poke<std::uint64_t>(slack, 16 + key + 32, time);
+    for (const auto& [time, found] : {std::pair{121'493'951'999'999'999U, ""},
+                                      {121'493'952'000'000'000U, "16 "},
+                                      {157'469'184'000'000'000U, "16 "},
+                                      {157'469'184'000'000'001U, ""}}) {
+        poke<std::uint64_t>(slack, key + 32, time);
         EXPECT_EQ(starts_in(slack), found) << time;
     }
-}
-
-TEST(IndexSlack, RefusesWhatNoEntryHolds) {
-    constexpr std::size_t key = index_entry::key;
-    EXPECT_EQ(starts_with(index_entry::flags, std::uint16_t{2}), "16 ");
-    EXPECT_EQ(starts_with(index_entry::flags, std::uint16_t{3}), "");
-    EXPECT_EQ(starts_with(index_entry::flags + 2, std::uint16_t{1}), "");
-    EXPECT_EQ(starts_with(index_entry::key_length, std::uint16_t{0}), "");
-    EXPECT_EQ(starts_with(index_entry::length, std::uint16_t{0}), "");
-    EXPECT_EQ(starts_with(index_entry::length, std::uint16_t{71}), "");  // the key has 72 bytes
-    EXPECT_EQ(starts_with(key + file_name_value::name_space, std::uint8_t{4}), "");
-    EXPECT_EQ(starts_with(key + file_name_value::name_length, std::uint8_t{0}), "");
-    EXPECT_EQ(starts_with(key + file_name_value::real_size, std::uint64_t{1}), "");  // more than is allocated
-    for (const auto& [length, found] : std::vector<std::pair<std::size_t, std::string>>{{64, "0 "}, {65, ""}}) {
-        bytes slack = entry_of(40, length);
-        slack.resize(1000);
-        EXPECT_EQ(starts_in(slack), found) << length;
+    for (const std::size_t length : {64U, 65U}) {
+        bytes longest = entry_of(40, length);
+        longest.resize(1000);
+        EXPECT_EQ(starts_in(longest), length == 64 ? "0 " : "");
     }
     bytes cut = entry_of(40, 10);
     cut.resize((10 + 41) * 2);
@@ -96,12 +82,11 @@ TEST(IndexSlack, OverlappingStartsGiveWay) {
     append(slack, entry_of(41));
     EXPECT_EQ(starts_in(slack), "0 88 ");
     // A start that only a time proposes lies 80 bytes before one that its parent proves, then 88.
-    for (const auto& [distance, found] : std::vector<std::pair<std::size_t, std::string>>{{80, "80 "}, {88, "0 88 "}}) {
-        bytes two = entry_of(40);
-        poke<std::uint64_t>(two, index_entry::key, 77);
+    for (const std::size_t distance : {80U, 88U}) {
+        bytes two = poked<std::uint64_t>(entry_of(40), index_entry::key, 77);
         two.resize(distance);
         append(two, entry_of(41));
-        EXPECT_EQ(starts_in(two), found) << distance;
+        EXPECT_EQ(starts_in(two), distance == 80 ? "80 " : "0 88 ");
     }
 }
 
@@ -124,32 +109,24 @@ std::string listed(const bytes& node, bool look_into_slack = true) {
 
 TEST(DirectoryListing, EntriesInUseAndRemnants) {
     bytes node(16);
-    poke<std::uint32_t>(node, index_node_header::first_entry, 16);
     for (const std::uint64_t entry : {41U, 40U}) append(node, entry_of(entry));
-    bytes end(16);
-    poke<std::uint16_t>(end, index_entry::length, 16);
-    poke<std::uint16_t>(end, index_entry::flags, 2);
-    append(node, end);
+    append(node, last_index_entry());
+    poke<std::uint32_t>(node, index_node_header::first_entry, 16);
     poke<std::uint32_t>(node, index_node_header::total_size, static_cast<std::uint32_t>(node.size() - 16));
     for (const std::uint64_t entry : {42U, 40U, 60U}) append(node, entry_of(entry));
     EXPECT_EQ(listed(node), "! 40 41 (42)");
     EXPECT_EQ(listed(node, false), "! 40 41");
 
-    const auto with = [&node]<std::unsigned_integral T>(std::size_t at, T value) {
-        bytes broken = node;
-        poke<T>(broken, at, value);
-        return listed(broken, false);
-    };
     constexpr std::size_t second = 16 + 88;
-    EXPECT_EQ(with(second + index_entry::length, std::uint16_t{513}), "! 41");
-    EXPECT_EQ(with(second + index_entry::key_length, std::uint16_t{513}), "! 41");
-    EXPECT_EQ(with(second + index_entry::reference, std::uint64_t{0}), "! 41");
-    EXPECT_EQ(with(second + index_entry::flags, std::uint16_t{3}), "! 41");
-    EXPECT_EQ(with(index_node_header::total_size, std::uint32_t{88}), "! 41");
-    EXPECT_EQ(with(index_node_header::total_size, std::uint32_t{0}), "");
-    EXPECT_EQ(with(index_node_header::total_size, std::uint32_t{4095}), "! 40 41");
-    EXPECT_EQ(with(index_node_header::total_size, std::uint32_t{4096}), "");
-    EXPECT_EQ(with(index_node_header::first_entry, std::uint32_t{5000}), "");
+    const std::tuple<std::size_t, std::uint64_t, const char*> changes[] = {
+        {second + index_entry::length, 513, "! 41"},      {second + index_entry::key_length, 513, "! 41"},
+        {second + index_entry::flags, 3, "! 41"},         {index_node_header::total_size, 88, "! 41"},
+        {index_node_header::total_size, 4095, "! 40 41"}, {index_node_header::total_size, 4096, ""},
+        {index_node_header::first_entry, 5000, ""}};
+    for (const auto& [at, value, expected] : changes) {
+        EXPECT_EQ(listed(poked(node, at, static_cast<std::uint16_t>(value)), false), expected) << at << "=" << value;
+    }
+    EXPECT_EQ(listed(poked(node, second, std::uint64_t{0}), false), "! 41");
     EXPECT_EQ(listed(bytes(node.begin(), node.begin() + second + 80), false), "! 41");  // the space ends in the second
 }
 
@@ -166,25 +143,24 @@ TEST(DirectoryListing, ParentThatIsThereReusedOrNoDirectory) {
     put(made, 30, {name_attribute(u"home"), index_root({40})}, 3);
     put(made, 31, {name_attribute(u"empty"), index_root({})}, 3);
     put(made, 32, {name_attribute(u"file"), index_root({40})}, 1);
-    put(made, 33, {name_attribute(u"deleted"), index_root({40})}, 2);
     opened_volume opened(made.image);
     ASSERT_TRUE(opened.volume.mount());
-    const auto list = [&](std::uint64_t parent) {
+    for (const auto& [parent, expected] : {std::pair{reference(30, 1), "1 lists it"},
+                                           {reference(30, 0), "1 lists it"},
+                                           {reference(30, 2), "none"},
+                                           {reference(31, 1), "none"},
+                                           {reference(32, 1), "none"},
+                                           {reference(1U << 30U, 1), "none"}}) {
         mft_entries_ctx context(opened.volume, true);
         directory_listing listing;
         listing.want(reference(40, 1));
         listed_parent found;
-        if (!list_parent_directory(context, parent, listing, found)) return std::string("none");
-        return std::to_string(parent >> 48U) + (listing.files()[0].where == listed_in::index ? " lists it" : "");
-    };
-    EXPECT_EQ(list(reference(30, 1)), "1 lists it");
-    EXPECT_EQ(list(reference(30, 0)), "1 lists it");
-    EXPECT_EQ(list(reference(30, 2)), "none");
-    EXPECT_EQ(list(reference(31, 1)), "none");
-    EXPECT_EQ(list(reference(32, 1)), "none");
-    EXPECT_EQ(list(reference(33, 1)), "none");
-    EXPECT_EQ(list(reference(1U << 30U, 1)), "none");
-    EXPECT_EQ(list(~std::uint64_t{0}), "none");
+        std::uint64_t asked = parent;
+        const bool present = list_parent_directory(context, asked, listing, found);
+        EXPECT_EQ(present && listing.files()[0].where == listed_in::index ? std::to_string(asked >> 48U) + " lists it"
+                                                                          : "none",
+                  expected);
+    }
 }
 
 // Of what directories claim for their indexes, no more than the volume twice over is read.

@@ -40,7 +40,7 @@ struct tree {
 
 constexpr std::uint64_t root = reference(5, 5);
 
-TEST(DirectoryPath, UpToTheRoot) {
+TEST(DirectoryPath, UpToTheRootOrToWhereTheChainIsBroken) {
     tree made;
     made.add(40, u"a", root);
     made.add(41, u"b", reference(40, 1));
@@ -49,52 +49,44 @@ TEST(DirectoryPath, UpToTheRoot) {
     made.add(44, u"in it", reference(43, 1));
     made.add(45, u"deleted", root, 2, 7);
     made.add(46, u"in deleted", reference(45, 6));
-    EXPECT_EQ(made.path(root), "[root]\\");
-    EXPECT_EQ(made.path(reference(42, 1)), "[root]\\a\\b\\\u4E2D\\");
-    EXPECT_EQ(made.path(reference(41, 1)), "[root]\\a\\b\\");
-    EXPECT_EQ(made.path(reference(44, 1)), "[root]\\a\\in it\\");
-    EXPECT_EQ(made.path(reference(46, 1)), "[root]\\deleted\\in deleted\\");
-    EXPECT_EQ(made.path(~std::uint64_t{0}), "none");
-    EXPECT_EQ(made.path(reference(42, 1)), "[root]\\a\\b\\\u4E2D\\");
-    EXPECT_EQ(made.path(reference(42, 2)), "[root]\\<path corrupted>\\");
-}
-
-TEST(DirectoryPath, EndsWhereTheChainIsBroken) {
-    tree made;
-    made.add(40, u"own parent", reference(40, 1));
-    made.add(41, u"one", reference(42, 1));
-    made.add(42, u"other", reference(41, 1));
-    made.add(43, u"any", reference(44, 0));
-    made.add(44, u"sequence", reference(43, 0));
-    made.add(45, u"no directory", root, 1);
-    made.add(46, u"in it", reference(45, 1));
-    made.add(47, u"reused", reference(41, 9));
-    made.add(48, u"lost", reference(1000, 1));
-    made.add(49, u"", root);
-    made.add(50, u"in nameless", reference(49, 1));
-    const std::string corrupted = "[root]\\<path corrupted>\\";
-    EXPECT_EQ(made.path(reference(40, 1)), corrupted + "own parent\\");
-    EXPECT_EQ(made.path(reference(41, 1)), corrupted + "other\\one\\");
-    EXPECT_EQ(made.path(reference(42, 1)), corrupted + "one\\other\\");
-    // 43 is met again without its sequence number before the chain is seen to loop.
-    EXPECT_EQ(made.path(reference(43, 1)), corrupted + "any\\sequence\\any\\");
-    EXPECT_EQ(made.path(reference(46, 1)), corrupted + "in it\\");
-    EXPECT_EQ(made.path(reference(47, 1)), corrupted + "reused\\");
-    EXPECT_EQ(made.path(reference(48, 1)), "[root]\\lost\\");
-    EXPECT_EQ(made.path(reference(50, 1)), corrupted + "in nameless\\");
-    EXPECT_EQ(made.path(reference(41, 1)), corrupted + "other\\one\\");
-}
-
-// A record's names in their order: the parent is that of the first, the name the first that is not for DOS alone.
-TEST(DirectoryPath, OfSeveralNames) {
-    tree made;
+    made.add(50, u"own parent", reference(50, 1));
+    made.add(51, u"one", reference(52, 1));
+    made.add(52, u"other", reference(51, 1));
+    made.add(53, u"any", reference(54, 0));
+    made.add(54, u"sequence", reference(53, 0));
+    made.add(55, u"no directory", root, 1);
+    made.add(56, u"in it", reference(55, 1));
+    made.add(57, u"reused", reference(51, 9));
+    made.add(58, u"lost", reference(1000, 1));
+    made.add(59, u"", root);
+    made.add(60, u"in nameless", reference(59, 1));
+    // The parent is that of the first name, the name the first that is not for DOS alone.
     made_attribute dos = name_attribute(u"SHORT", name_space::dos);
-    made.add(40, u"above", root);
     poke<std::uint64_t>(dos.value, file_name_value::parent, reference(40, 1));
-    made.made.put(41, {.attributes = {dos, name_attribute(u"long one", name_space::win32)}, .flags = 3});
-    made.made.put(42, {.attributes = {dos}, .flags = 3});
-    EXPECT_EQ(made.path(reference(41, 0)), "[root]\\above\\long one\\");
-    EXPECT_EQ(made.path(reference(42, 0)), "[root]\\above\\SHORT\\");
+    made.made.put(61, {.attributes = {dos, name_attribute(u"long one", name_space::win32)}, .flags = 3});
+    made.made.put(62, {.attributes = {dos}, .flags = 3});
+    for (const auto& [directory, path] : {std::pair{root, ""},
+                                          {reference(42, 1), "a\\b\\\u4E2D\\"},
+                                          {reference(41, 1), "a\\b\\"},
+                                          {reference(44, 1), "a\\in it\\"},
+                                          {reference(46, 1), "deleted\\in deleted\\"},
+                                          {reference(42, 1), "a\\b\\\u4E2D\\"},
+                                          {reference(42, 2), "<path corrupted>\\"},
+                                          {reference(50, 1), "<path corrupted>\\own parent\\"},
+                                          {reference(51, 1), "<path corrupted>\\other\\one\\"},
+                                          {reference(52, 1), "<path corrupted>\\one\\other\\"},
+                                          // Met again without its sequence number before the chain is seen to loop.
+                                          {reference(53, 1), "<path corrupted>\\any\\sequence\\any\\"},
+                                          {reference(56, 1), "<path corrupted>\\in it\\"},
+                                          {reference(57, 1), "<path corrupted>\\reused\\"},
+                                          {reference(58, 1), "lost\\"},
+                                          {reference(60, 1), "<path corrupted>\\in nameless\\"},
+                                          {reference(51, 1), "<path corrupted>\\other\\one\\"},
+                                          {reference(61, 0), "a\\long one\\"},
+                                          {reference(62, 0), "a\\SHORT\\"}}) {
+        EXPECT_EQ(made.path(directory), std::string("[root]\\") + path);
+    }
+    EXPECT_EQ(made.path(~std::uint64_t{0}), "none");
 }
 
 // Deeper than a path can be long; each of the directories is asked for, the deepest first and last.

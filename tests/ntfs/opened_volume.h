@@ -10,7 +10,7 @@ struct opened_volume {
     explicit opened_volume(bytes image, std::uint64_t volume_offset = 0) {
         log.open([this](std::string_view line) { said.append(line).append("\n"); });
         disk_reader reader;
-        reader.open(std::make_unique<faulty_source>(std::make_unique<memory_source>(std::move(image)), faults));
+        reader.open(std::make_unique<memory_source>(std::move(image), 1, true, &faults));
         volume.open_volume(std::move(reader), volume_offset);
     }
 

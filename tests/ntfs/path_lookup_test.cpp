@@ -81,18 +81,12 @@ TEST(DirectoryIndex, RootAndAllocationInPiecesAndOddPlaces) {
 }
 
 TEST(DirectoryIndex, HolesAndBadClustersDoNotShiftTheBlocksBehind) {
-    for (const std::uint32_t cluster : {512U, 4096U}) {
-        indexed index(cluster);
-        const std::uint64_t lcn = indexed::place / cluster;
-        const std::uint64_t block = 4096 / cluster;
-        EXPECT_EQ(index.children({allocation({{lcn, block}, {hole, 3 * block}, {lcn + 4 * block, block}})}), "40 44 ");
-        index.bad = {{indexed::place + 2 * 4096 - 1, indexed::place + 2 * 4096}};
-        EXPECT_EQ(index.children({allocation({{lcn, 6 * block}})}), "40 42 43 44 45 ");
-    }
-    indexed large(65536);  // sixteen blocks to the cluster
-    EXPECT_EQ(large.children({allocation({{hole, 1}, {6, 1}})}), "40 41 42 43 44 45 ");
+    indexed small(512), large(65536);  // eight clusters to the block, sixteen blocks to the cluster
+    EXPECT_EQ(small.children({allocation({{800, 8}, {hole, 24}, {832, 8}})}), "40 44 ");
+    small.bad = {{indexed::place + 2 * 4096 - 1, indexed::place + 2 * 4096}};
+    EXPECT_EQ(small.children({allocation({{800, 48}})}), "40 42 43 44 45 ");
     large.made.image.resize(indexed::place + 3 * 4096 + 100);  // a cut cluster yields its whole blocks
-    EXPECT_EQ(large.children({allocation({{6, 1}})}), "40 41 42 ");
+    EXPECT_EQ(large.children({allocation({{hole, 1}, {6, 1}})}), "40 41 42 ");
 }
 
 made_attribute link(std::uint32_t tag, std::u16string_view target, bool relative = false) {
@@ -139,34 +133,38 @@ struct tree : opened_volume {
     }
 };
 
-TEST(PathLookup, FindsByEveryWayToWriteAPath) {
+TEST(PathLookup, FindsByEveryWayToWriteAPathAndFollowsLinksWhenAsked) {
     tree made;
-    EXPECT_EQ(made.find(u"\\$Extend\\$UsnJrnl:$J"), "42 in 31 \\$Extend\\$UsnJrnl:$J");
-    EXPECT_EQ(made.find(u"/$EXTEND//$USNJRNL:$j"), "42 in 31 \\$EXTEND\\$USNJRNL:$j");
-    EXPECT_EQ(made.find(u"C:\\$Extend\\ $UsnJrnl \\"), "42 in 31 C:\\$Extend\\ $UsnJrnl ");
-    EXPECT_EQ(made.find(u"\\\\?\\globalroot\\DEVICE\\HarddiskVolumeShadowCopy12\\docs"), "30 in 5 \\docs");
-    EXPECT_EQ(made.find(u"\\\\.\\SnapID_{00000000-0000-0000-0000-000000000000}\\docs"), "30 in 5 \\docs");
-    EXPECT_EQ(made.find(u"\\docs\\long name.txt"), "40 in 30 \\docs\\long name.txt");
-    EXPECT_EQ(made.find(u"\\docs\\in extension"), "41 in 30 \\docs\\in extension");
-    EXPECT_EQ(made.find(u"\\"), "5 in -1 \\");
-    for (const std::u16string_view path :
-         {u"", u"\\docs\\longna~1.txt", u"\\docs\\none", u"\\docs\\$usnjrnl\\x", u"\\docs/$usnjrnl",
-          u"\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy12"}) {
-        EXPECT_EQ(made.find(path), "none");
+    const struct {
+        std::u16string_view path;
+        const char *found, *followed = found;
+    } cases[] = {
+        {u"\\$Extend\\$UsnJrnl:$J", "42 in 31 \\$Extend\\$UsnJrnl:$J"},
+        {u"/$EXTEND//$USNJRNL:$j", "42 in 31 \\$EXTEND\\$USNJRNL:$j"},
+        {u"C:\\$Extend\\ $UsnJrnl \\", "42 in 31 C:\\$Extend\\ $UsnJrnl "},
+        {u"\\\\?\\globalroot\\DEVICE\\HarddiskVolumeShadowCopy12\\docs", "30 in 5 \\docs"},
+        {u"\\\\.\\SnapID_{00000000-0000-0000-0000-000000000000}\\docs", "30 in 5 \\docs"},
+        {u"\\docs\\long name.txt", "40 in 30 \\docs\\long name.txt"},
+        {u"\\docs\\in extension", "41 in 30 \\docs\\in extension"},
+        {u"\\", "5 in -1 \\"},
+        {u"", "none"},
+        {u"\\docs\\longna~1.txt", "none"},
+        {u"\\docs\\$usnjrnl\\x", "none"},
+        {u"\\docs/$usnjrnl", "none"},
+        {u"\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy12", "none"},
+        {u"\\junction", "34 in 5 \\junction", "30 in 5 \\C:\\Docs"},
+        {u"\\junction\\Long name.txt", "none", "40 in 30 \\C:\\Docs\\Long name.txt"},
+        {u"\\absolute\\Long name.txt", "none", "40 in 30 \\docs\\Long name.txt"},
+        {u"\\relative", "36 in 5 \\relative"},
+        {u"\\tagged", "38 in 5 \\tagged"},
+        {u"\\loop\\x", "none"},
+    };
+    for (const auto& [path, found, followed] : cases) {
+        EXPECT_EQ(made.find(path), found);
+        EXPECT_EQ(made.find(path, link_mode::follow), followed);
     }
-}
-
-TEST(PathLookup, FollowsJunctionsAndAbsoluteLinksWhenAsked) {
-    tree made;
-    EXPECT_EQ(made.find(u"\\junction\\Long name.txt", link_mode::follow), "40 in 30 \\C:\\Docs\\Long name.txt");
-    EXPECT_EQ(made.find(u"\\absolute\\Long name.txt", link_mode::follow), "40 in 30 \\docs\\Long name.txt");
-    EXPECT_EQ(made.find(u"\\relative", link_mode::follow), "36 in 5 \\relative");
-    EXPECT_EQ(made.find(u"\\tagged", link_mode::follow), "38 in 5 \\tagged");
-    EXPECT_EQ(made.find(u"\\loop\\x", link_mode::follow), "none");
     EXPECT_NE(made.said.find("err: too many links\ninode not found for \\loop\\x\n"), std::string::npos);
     EXPECT_LT(made.said.size(), 20'000U);
-    EXPECT_EQ(made.find(u"\\junction"), "34 in 5 \\junction");
-    EXPECT_EQ(made.find(u"\\junction\\Long name.txt"), "none");
 }
 
 TEST(PathLookup, ReadsADirectoryOnceAndSaysWhatItDoes) {

@@ -53,49 +53,35 @@ struct pulled_volume {
 
 extent hole_at(std::uint64_t vcn, std::uint64_t length) { return {0, vcn, length, true}; }
 
+constexpr std::uint64_t far = std::uint64_t{1} << 48U;
+
 TEST(StreamPull, ChunksLieOnAGridAndEndWithTheSizeOrTheExtents) {
     const pulled_volume pulled;
-    EXPECT_EQ(pulled(40, {{20, 0, 40}}), "@0 20-35; @16 36-51; @32 52-59; 0");
-    EXPECT_EQ(pulled(20, {{20, 0, 10}, {40, 10, 10}}), "@0 20-29 40-45; @16 46-49; 0");
+    EXPECT_EQ(pulled(40, {{20, 0, 10}, {40, 10, 30}}), "@0 20-29 40-45; @16 46-61; @32 62-69; 0");
     EXPECT_EQ(pulled.bytes_pulled(16 * 4096 + 100, {{20, 0, 20}}), "@0 20-35; @16 36~100; 0");
-    EXPECT_EQ(pulled(50, {{20, 0, 2}}), "@0 20-21; 196608");
     EXPECT_EQ(pulled.bytes_pulled(~std::uint64_t{0}, {{20, 0, 2}}), "@0 20-21; 9223372036854767615");  // of 2^63 - 1
-}
-
-TEST(StreamPull, HolesCostNothingAndChunksBeginOnTheVolume) {
-    const pulled_volume pulled;
+    // Holes cost nothing, and chunks begin at pages of 4096 bytes.
     EXPECT_EQ(pulled(8, {{30, 0, 2}, hole_at(2, 3), {40, 5, 1}, hole_at(6, 2)}), "@0 30-31 .x3 40 .x2; 0");
-    constexpr std::uint64_t far = std::uint64_t{1} << 48U;  // 2^60 bytes
     EXPECT_EQ(pulled(far + 20, {hole_at(0, far), {30, far, 20}}), "@281474976710656 30-45; @281474976710672 46-49; 0");
-    EXPECT_EQ(pulled_volume{.cluster_size = 512}(16, {hole_at(0, 3), {60, 3, 13}}),
-              "@8 65-72; 0");  // pages of 4096 bytes
+    EXPECT_EQ(pulled_volume{.cluster_size = 512}(16, {hole_at(0, 3), {60, 3, 13}}), "@8 65-72; 0");
 }
 
-TEST(StreamPull, AMissingPieceEndsTheChunkBeforeIt) {
+TEST(StreamPull, WhatIsMissingIsCountedAndEndsTheChunkBeforeIt) {
     const pulled_volume pulled;
-    EXPECT_EQ(pulled(8, {{30, 0, 2}, {40, 5, 3}}), "@0 30-31; @5 40-42; 12288");
-    EXPECT_EQ(pulled(22, {{40, 20, 2}}), "@20 40-41; 81920");
+    EXPECT_EQ(pulled(22, {{30, 0, 2}, {40, 20, 2}}), "@0 30-31; @20 40-41; 73728");
     EXPECT_EQ(pulled(7, {{30, 0, 2}, hole_at(5, 1), {40, 6, 1}}), "@0 30-31; @6 40; 12288");
     EXPECT_EQ(pulled(15, {{20, 0, 10}, {40, 20, 10}}), "@0 20-29; 20480");  // the size ends inside the gap
-}
-
-TEST(StreamPull, ABadClusterCostsItself) {
+    // A bad cluster costs itself; with small ones the next page is eight clusters on.
     EXPECT_EQ((pulled_volume{.bad = {25, 50}}(40, {{20, 0, 40}})),
               "@0 20-24; @6 26-35; @16 36-49; @31 51; @32 52-59; 8192");
-    // The next page of 4096 bytes is eight clusters on.
     EXPECT_EQ((pulled_volume{.cluster_size = 512, .bad = {63}}(20, {{60, 0, 20}})),
               "@0 60-62; @8 68-75; @16 76-79; 512");
-    EXPECT_EQ((pulled_volume{.cluster_size = 65536, .bad = {63}}(20, {{60, 0, 20}})),
-              "@0 60-62; @4 64-75; @16 76-79; 65536");
-}
-
-TEST(StreamPull, WhatLiesBehindTheEndOfTheSourceIsLostInOneStep) {
-    const pulled_volume pulled{.image_size = 255 * 4096 + 1000};
-    EXPECT_EQ(pulled(10, {{250, 0, 10}}), "@0 250-255~1000; 19480");
-    constexpr std::uint64_t many = std::uint64_t{1} << 40U;
-    EXPECT_EQ(pulled(many + 1, {{256, 0, many}, {20, many, 1}}), "@1099511627776 20; 4503599627370496");
-    for (const unsigned bits : {52U, 60U}) {  // times 4096 is 2^64 and more
-        EXPECT_EQ(pulled(5, {{std::uint64_t{1} << bits, 0, 4}, {30, 4, 1}}), "@4 30; 16384");
+    // What lies behind the end of the source is lost in one step, also where its bytes would be 2^64 and more.
+    const pulled_volume cut{.image_size = 255 * 4096 + 1000};
+    EXPECT_EQ(cut(10, {{250, 0, 10}}), "@0 250-255~1000; 19480");
+    EXPECT_EQ(cut(far + 1, {{256, 0, far}, {20, far, 1}}), "@281474976710656 20; 1152921504606846976");
+    for (const std::uint64_t lcn : {std::uint64_t{1} << 52U, std::uint64_t{1} << 60U}) {
+        EXPECT_EQ(cut(5, {{lcn, 0, 4}, {30, 4, 1}}), "@4 30; 16384");
     }
 }
 

@@ -2,29 +2,15 @@
 
 #include "output/text_marks.h"
 #include "output/token_cache.h"
-#include "support/table_settings.h"
+#include "support/command_line.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using namespace std::string_literals;
-using settings = table_settings;
 
 std::string blanks(std::size_t count) { return std::string(count, ' '); }
-
-// Header and lines of the records.
-std::string table(settings how, const std::vector<journal_entry>& entries = {sample_entry()}) {
-    uni::csv_writer writer(how);
-    uni::text_buffer text;
-    for (const journal_entry& entry : entries) writer.write_csv_record(entry, text);
-    return std::string(text.view());
-}
-
-// The table without its header.
-std::string line(settings how, const journal_entry& entry) {
-    return table(how.with(&settings::write_header, false), {entry});
-}
 
 TEST(CsvWriter, DefaultTable) {
     const std::string golden =
@@ -36,36 +22,29 @@ TEST(CsvWriter, DefaultTable) {
         "| file_created; file_closed          \n";
     const journal_entry open = sample_entry(0x100);
     const journal_entry timeless = sample_entry(0x80000100, 0);
-    EXPECT_EQ(table({}), golden);
-    EXPECT_EQ(table({}, {timeless, open, sample_entry(), open}), golden);
-    EXPECT_EQ(table({}, {open}), golden.substr(0, golden.find('\n') + 1));
-    EXPECT_EQ(table({}, {}), "");
+    EXPECT_EQ(written(""), golden);
+    EXPECT_EQ(written("", {timeless, open, sample_entry(), open}), golden);
+    EXPECT_EQ(written("", {open}), golden.substr(0, golden.find('\n') + 1));
+    EXPECT_EQ(written("", {}), "");
 }
 
 TEST(CsvWriter, LayoutsWithoutPadding) {
-    const std::string csv =
-        "usndate, time-UTC,MFT entry,mft seqnum,parent MFT,par seqnum,usn#,attributes,filename,type change\n"
-        "2024-01-02, 12:34:56.789,0x0000002a,0x0003,0x00000005,0x00000005,0x00001000,archive,report.docx,"
-        "file_created; file_closed\n";
-    EXPECT_EQ(table(settings().with_csv()), csv);
-    EXPECT_EQ(table(settings().with_csvgen()), csv);
-    EXPECT_EQ(table(settings().set_formats(true).with_csvgen()),
-              "usndate [UTC],MFT entry,mft seqnum,parent MFT,par seqnum,usn#,attributes,filename,type change\n"
-              "2024-01-02 12:34:56.789,0x0000002a,0x0003,0x00000005,0x00000005,0x00001000,archive,report.docx,"
-              "file_created; file_closed\n");
-    settings dense = settings().with_no_whitespace();
-    EXPECT_EQ(table(dense),
+    const std::string names = ",MFT entry,mft seqnum,parent MFT,par seqnum,usn#,attributes,filename,type change\n";
+    const std::string cells =
+        ",0x0000002a,0x0003,0x00000005,0x00000005,0x00001000,archive,report.docx,file_created; file_closed\n";
+    const std::string csv = "usndate, time-UTC" + names + "2024-01-02, 12:34:56.789" + cells;
+    EXPECT_EQ(written("-csv"), csv);
+    EXPECT_EQ(written("-csvgen"), csv);
+    EXPECT_EQ(written("-pair_datetime -csvgen"), "usndate [UTC]" + names + "2024-01-02 12:34:56.789" + cells);
+    EXPECT_EQ(written("-no_whitespace"),
               "usndate|time-UTC|MFT entry|mft seqnum|parent MFT|par seqnum|usn#|attributes|filename|type change\n"
               "2024-01-02|12:34:56.789|0x0000002a|0x0003|0x00000005|0x00000005|0x00001000|archive|report.docx|"
               "file_created; file_closed\n");
-    EXPECT_EQ(line(dense.with(&settings::hexadecimal, false), sample_entry()),
+    EXPECT_EQ(written_line("-no_whitespace -base10", sample_entry()),
               "2024-01-02|12:34:56.789|42|3|5|5|4096|archive|report.docx|file_created; file_closed\n");
-
-    settings more = settings().with_csv().separated_by("\t", '\0', '\0').with(&settings::show_offset);
-    more.extra_scan = true;
-    more.user_name = "a\tb|c,d";
-    more.host_name = "lab\n1";
-    EXPECT_EQ(table(more),
+    const std::string more =
+        "-csv -csv_separator tab -show_offset -include_slack_space -username a\tb|c,d -hostname lab\n1";
+    EXPECT_EQ(written(more),
               "usndate\t time-UTC\tMFT entry\tmft seqnum\tparent MFT\tpar seqnum\tusn#\ttype\toffset\tattributes\t"
               "filename\ttype change\tuser acct\thost name\n"
               "2024-01-02\t 12:34:56.789\t0x0000002a\t0x0003\t0x00000005\t0x00000005\t0x00001000\t$J\t0x00007e00\t"
@@ -73,7 +52,7 @@ TEST(CsvWriter, LayoutsWithoutPadding) {
     journal_entry entry = sample_entry();
     entry.snapshot_label = "SnapID: 1";
     const auto expect_type = [&](const std::string& type) {
-        EXPECT_NE(line(more, entry).find("0x00001000\t" + type + "\t0x00007e00"), std::string::npos) << type;
+        EXPECT_NE(written_line(more, entry).find("0x00001000\t" + type + "\t0x00007e00"), std::string::npos) << type;
     };
     expect_type("$J");
     entry.from_slack = 1, expect_type("slack");
@@ -82,25 +61,21 @@ TEST(CsvWriter, LayoutsWithoutPadding) {
 }
 
 TEST(CsvWriter, PaddedVariants) {
-    EXPECT_EQ(table(settings().set_formats(true).with_csv()),
+    EXPECT_EQ(written("-pair_datetime -csv"),
               "usndate [UTC]          ,MFT entry     ,mft seqnum,parent MFT    ,par seqnum,usn#          ,"
               "attributes                   ,filename                                     ,"
               "type change                        \n"
               " 2024-01-02 12:34:56.789,0x00000000002a,0x00000003,0x000000000005,0x00000005,0x000000001000,"
               "archive                      ,report.docx                                  ,"
               "file_created; file_closed          \n");
-    settings decimal = settings().with(&settings::hexadecimal, false).with(&settings::show_offset);
-    decimal.extra_scan = true;
-    decimal.date_format = "dd/mm/yy";
-    decimal.time_format = "hh:mm:ss";
-    decimal.set_formats(false).separated_by(" :: ", '\0', '\0');
+    const std::string decimal = "-base10 -show_offset -include_slack_space -dateformat dd/mm/yy -timeformat hh:mm:ss";
     journal_entry wide = sample_entry(0x80000101);  // 43 characters: a text is never cut
     wide.usn = -1;
-    EXPECT_EQ(line(decimal, wide),
+    EXPECT_EQ(written_line(decimal + " -csv_separator ~::~", wide),
               "02/01/24 ::  12:34:56 ::             42 ::          3 ::              5 ::          5 :: "
               "18446744073709551615 :: $J      ::          32256 :: archive                       :: "
               "report.docx                                   :: data_overwritten; file_created; file_closed\n");
-    EXPECT_EQ(line(decimal.separated_by(std::string(5000, '#'), '\0', '\0'), wide).size(), 55'224U);
+    EXPECT_EQ(written_line(decimal + " -csv_separator " + std::string(5000, '#'), wide).size(), 55'224U);
 }
 
 TEST(CsvWriter, Multiline) {
@@ -108,14 +83,13 @@ TEST(CsvWriter, Multiline) {
         "usndate:     2024-01-02    12:34:56.789 \nMFT entry:   0x0000000002a\nmft seqnum:  0x00000000003\n"
         "parent MFT:  0x00000000005\npar seqnum:  0x00000000005\nusn#:        0x00000001000\n"
         "attributes:  archive      \nfilename:    report.docx  \ntype change: file_created; file_closed\n\n";
-    EXPECT_EQ(table(settings().with_multiline(), {sample_entry(), sample_entry()}), padded + padded);
-    EXPECT_EQ(table(settings().with_multiline().with_no_whitespace()),
+    EXPECT_EQ(written("-multiline", {sample_entry(), sample_entry()}), padded + padded);
+    EXPECT_EQ(written("-multiline -no_whitespace"),
               "usndate:     2024-01-0212:34:56.789\nMFT entry:   0x0000002a\nmft seqnum:  0x0003\n"
               "parent MFT:  0x00000005\npar seqnum:  0x00000005\nusn#:        0x00001000\n"
               "attributes:  archive\nfilename:    report.docx\ntype change: file_created; file_closed\n\n");
-    const std::string paired = table(settings().set_formats(true).with_multiline());
-    EXPECT_EQ(paired.substr(0, paired.find("mft seqnum")),
-              "usndate [UTC]:  2024-01-02 12:34:56.789\nMFT entry:     0x000000000002a\n");
+    EXPECT_TRUE(written("-multiline -pair_datetime")
+                    .starts_with("usndate [UTC]:  2024-01-02 12:34:56.789\nMFT entry:     0x000000000002a\nmft seq"));
 }
 
 TEST(CsvWriter, PathColumnsAndPulledTimes) {
@@ -128,56 +102,51 @@ TEST(CsvWriter, PathColumnsAndPulledTimes) {
     entry.si_mft_changed = sample_time + 2 * day;
     entry.si_created = sample_time + 3 * day;
     // What stands behind "type change" in header and line.
-    const auto path_part = [&](settings how, bool pulled, bool header = false) {
-        how.with(&settings::show_dir_path).with(&settings::pull_times, pulled).with(&settings::write_header, header);
-        std::string text = table(how, {entry});
-        if (header) text.resize(text.find('\n'));
-        return text.substr(text.find(header ? "type change" : "file_closed") + 11);
+    const auto expect = [&](const std::string& options, const std::string& line, const std::string& header = "") {
+        const std::string text = written(options + " -show_dir_path", {entry});
+        const std::size_t names = text.find("type change") + 11;
+        EXPECT_EQ(text.substr(text.find("file_closed") + 11), line + "\n") << options;
+        EXPECT_TRUE(header.empty() || text.substr(names, text.find('\n') - names) == header) << text;
     };
-    const settings padded, csv = settings().with_csv(), paired_csvgen = settings().set_formats(true).with_csvgen();
-    EXPECT_EQ(path_part(csv, false, true), ",MFT status,Path");
-    EXPECT_EQ(path_part(csv, true, true),
-              ",MFT status,mdate, time-UTC,adate, time-UTC,mftdate, time-UTC,cdate, time-UTC,Path");
-    EXPECT_EQ(path_part(paired_csvgen, true, true),
-              ",MFT status,modify date [UTC],access date [UTC],MFT date [UTC],create date [UTC],Path");
-    EXPECT_EQ(path_part(csv, false), ",del/entry,\\\u00e9\\x\n");
-    EXPECT_EQ(path_part(csv, true), ",del/entry,, ,, ,, ,, ,\\\u00e9\\x\n");
-    EXPECT_EQ(path_part(settings().with_no_whitespace(), true), "|del/entry|||||||||\\\u00e9\\x\n");
-    EXPECT_EQ(path_part(paired_csvgen, true), ",del/entry, , , , ,\\\u00e9\\x\n");
+    expect("-csv", ",del/entry,\\\u00e9\\x", ",MFT status,Path");
+    expect("-csv -pulltimes", ",del/entry,, ,, ,, ,, ,\\\u00e9\\x",
+           ",MFT status,mdate, time-UTC,adate, time-UTC,mftdate, time-UTC,cdate, time-UTC,Path");
+    expect("-csvgen -pair_datetime -pulltimes", ",del/entry, , , , ,\\\u00e9\\x",
+           ",MFT status,modify date [UTC],access date [UTC],MFT date [UTC],create date [UTC],Path");
+    expect("-no_whitespace -pulltimes", "|del/entry|||||||||\\\u00e9\\x");
     const std::string time = blanks(10) + " |  " + blanks(12) + " | ", pair = " " + blanks(23) + " | ";
-    const std::string before = blanks(10) + " | del/entry  | ", path = "\\\u00e9\\x      \n";
-    EXPECT_EQ(path_part(padded, true), before + time + time + time + time + path);
-    EXPECT_EQ(path_part(settings().set_formats(true), true), before + pair + pair + pair + pair + path);
+    const std::string before = blanks(10) + " | del/entry  | ", path = "\\\u00e9\\x      ";
+    expect("-pulltimes", before + time + time + time + time + path);
+    expect("-pulltimes -pair_datetime", before + pair + pair + pair + pair + path);
 
     entry.mft_parent_missing = 1;
-    EXPECT_EQ(path_part(csv, true), ",del/parent,, ,, ,, ,, ,parent dir and file no longer referenced in $MFT\n");
+    expect("-csv -pulltimes", ",del/parent,, ,, ,, ,, ,parent dir and file no longer referenced in $MFT");
     entry.mft_entry_remnant = 1;
     const std::string times =
         ",2024-01-02, 12:34:56.789,2024-01-03, 12:34:56.789,2024-01-04, 12:34:56.789,2024-01-05, 12:34:56.789,";
-    EXPECT_EQ(path_part(csv, true), ",del/wisp" + times + "\\\u00e9\\x\n");
+    expect("-csv -pulltimes", ",del/wisp" + times + "\\\u00e9\\x");
     entry.mft_entry_current = 1;
     entry.parent_path = "\\a,b\n\\";
-    EXPECT_EQ(path_part(csv, true), ",valid" + times + "\\a b[LF]\\x\n");
-    EXPECT_EQ(path_part(padded, false), blanks(10) + " | valid      | \\a,b\n\\x   \n");
+    expect("-csv -pulltimes", ",valid" + times + "\\a b[LF]\\x");
+    expect("", blanks(10) + " | valid      | \\a,b\n\\x   ");
 }
 
 TEST(CsvWriter, NamesOfEveryKind) {
-    const settings padded, csv = settings().with_csv();
-    const auto name_cell = [](const settings& how, const std::u16string& name) {
+    const auto name_cell = [](bool csv, const std::u16string& name) {
         journal_entry entry = sample_entry();
         entry.name = name;
-        const std::string text = line(how, entry);
-        const std::string before = "archive" + (how.no_whitespace ? "" : blanks(22)) + how.separator;
+        const std::string text = written_line(csv ? "-csv" : "", entry);
+        const std::string before = csv ? "archive," : "archive" + blanks(22) + " | ";
         const std::size_t at = text.find(before) + before.size();
-        return text.substr(at, text.rfind(how.separator + "file_created; ") - at);
+        return text.substr(at, text.rfind(csv ? ",file_created; " : " | file_created; ") - at);
     };
-    EXPECT_EQ(name_cell(csv, u"a|b,c\r\nd\re\n"), "a|b c[CRLF]d\re[LF]");
-    EXPECT_EQ(name_cell(padded, u"a|b,c\r\nd"), "a;b,c\r\nd" + blanks(37));
-    EXPECT_EQ(name_cell(padded, u"\u00e9\U0001F600" + std::u16string{0xD800}), "\u00e9\U0001F600\ufffd" + blanks(42));
-    EXPECT_EQ(name_cell(padded, std::u16string(45, u'\u4e2d')).size(), 135U);
-    EXPECT_EQ(name_cell(padded, u"a\0b"s), "a\0b"s + blanks(42));
-    EXPECT_EQ(name_cell(csv, u""), "");
-    EXPECT_EQ(name_cell(csv, std::u16string(30'000, u'\n')).size(), 120'000U);
+    EXPECT_EQ(name_cell(true, u"a|b,c\r\nd\re\n"), "a|b c[CRLF]d\re[LF]");
+    EXPECT_EQ(name_cell(false, u"a|b,c\r\nd"), "a;b,c\r\nd" + blanks(37));
+    EXPECT_EQ(name_cell(false, u"\u00e9\U0001F600" + std::u16string{0xD800}), "\u00e9\U0001F600\ufffd" + blanks(42));
+    EXPECT_EQ(name_cell(false, std::u16string(45, u'\u4e2d')).size(), 135U);
+    EXPECT_EQ(name_cell(false, u"a\0b"s), "a\0b"s + blanks(42));
+    EXPECT_EQ(name_cell(true, u""), "");
+    EXPECT_EQ(name_cell(true, std::u16string(30'000, u'\n')).size(), 120'000U);
     // Plain names take a shorter way; the character that is not plain must be seen at every place of every length.
     const std::u16string odd = u",\r\n\t\0\u00ac\u2c2c"s;
     const std::string texts[] = {" ", "[CR]", "[LF]", "\t", "\0"s, "\xc2\xac", "\xe2\xb0\xac"};
@@ -186,7 +155,7 @@ TEST(CsvWriter, NamesOfEveryKind) {
             for (std::size_t i = 0; i < odd.size(); ++i) {
                 std::u16string name(length, u'~');
                 name[at] = odd[i];
-                EXPECT_EQ(name_cell(csv, name), std::string(at, '~') + texts[i] + std::string(length - at - 1, '~'));
+                EXPECT_EQ(name_cell(true, name), std::string(at, '~') + texts[i] + std::string(length - at - 1, '~'));
             }
         }
     }

@@ -1,30 +1,9 @@
 // The body file and log2timeline's table, and the slots that both place a record by.
-#include "output/body_writer.h"
-#include "output/l2t_writer.h"
-
-#include "support/table_settings.h"
+#include "support/command_line.h"
 
 #include <gtest/gtest.h>
 
 namespace {
-
-table_settings l2t_settings(bool header) {
-    return table_settings().separated_by(",", ',', ' ').with(&table_settings::write_header, header);
-}
-
-std::string body(const journal_entry& entry) {
-    uni::body_writer writer;
-    uni::text_buffer text;
-    writer.write_body_record(entry, text);
-    return std::string(text.view());
-}
-
-std::string l2t(table_settings settings, const std::vector<journal_entry>& entries = {sample_entry()}) {
-    uni::l2t_writer writer(settings);
-    uni::text_buffer text;
-    for (const journal_entry& entry : entries) writer.write_l2t_record(entry, text);
-    return std::string(text.view());
-}
 
 TEST(Timelines, EveryReasonFallsIntoItsSlots) {
     // clang-format off
@@ -43,9 +22,10 @@ TEST(Timelines, EveryReasonFallsIntoItsSlots) {
     // clang-format on
     for (const auto& [reason, letters, type] : cases) {
         const journal_entry entry = sample_entry(reason);
-        const auto slot = [&text = letters](std::size_t at) { return text[at] == '.' ? "|0" : "|1704198896"; };
-        EXPECT_EQ(body(entry), std::string("0|report.docx|42||0|0|0") + slot(1) + slot(0) + slot(2) + slot(3) + "\n");
-        EXPECT_EQ(l2t(l2t_settings(false), {entry}),
+        std::string times;  // in the order of the body file
+        for (const std::size_t slot : {1U, 0U, 2U, 3U}) times += letters[slot] == '.' ? "|0" : "|1704198896";
+        EXPECT_EQ(written("-bodyfile", {entry}), "0|report.docx|42||0|0|0" + times + "\n");
+        EXPECT_EQ(written_line("-csvl2t", entry),
                   letters == "...." ? ""
                                     : "2024-01-02, 12:34:56.789,UTC," + letters + ",USNJRNL,NTFS:$UsnJrnl:$J," + type +
                                           ",,,report.docx,,2,report.docx,0x0000002a,parent inode: 0x00000005,"
@@ -57,50 +37,45 @@ TEST(BodyWriter, SecondsOfAnyTimeAndNamesOfAnyKind) {
     journal_entry entry = sample_entry();
     const auto expect_seconds = [&](std::uint64_t filetime, const std::string& seconds) {
         entry.timestamp = filetime;
-        EXPECT_EQ(body(entry), "0|report.docx|42||0|0|0|0|0|0|" + seconds + "\n");
+        EXPECT_EQ(written("-bodyfile", {entry}), "0|report.docx|42||0|0|0|0|0|0|" + seconds + "\n");
     };
     expect_seconds(1, "1833029933770");  // before 1970 it wraps
     expect_seconds(116'444'736'010'000'000, "1");
     expect_seconds((std::uint64_t{1} << 63U) - 1, "910692730085");
     for (const std::uint64_t nothing : {0ULL, 116'444'736'009'999'999ULL, 1ULL << 63U}) expect_seconds(nothing, "0");
     entry.name = u"a|b,c<&\u00e9\U0001F600\r\n|" + std::u16string{0xD800};
-    EXPECT_EQ(body(entry), "0|a;b,c<&\u00e9\U0001F600\r\n;\ufffd|42||0|0|0|0|0|0|0\n");
+    EXPECT_EQ(written("-bodyfile", {entry}), "0|a;b,c<&\u00e9\U0001F600\r\n;\ufffd|42||0|0|0|0|0|0|0\n");
     entry.name.assign(30'000, u'\u4e2d');
     entry.file_ref = ~0ULL;
-    EXPECT_EQ(body(entry).substr(90'002), "|281474976710655||0|0|0|0|0|0|0\n");
+    EXPECT_EQ(written("-bodyfile", {entry}).substr(90'002), "|281474976710655||0|0|0|0|0|0|0\n");
 }
 
 TEST(L2tWriter, HeaderAndLayouts) {
     const std::string names =
         "timezone,MACB,source,sourcetype,type,user,host,short,desc,version,filename,inode,notes,format,extra\n";
-    EXPECT_EQ(l2t(l2t_settings(true), {}), "");
-    EXPECT_EQ(l2t(l2t_settings(true), {sample_entry(1, 0), journal_entry{}}), "date,time," + names);
-    table_settings paired = l2t_settings(true).set_formats(true).with(&table_settings::hexadecimal, false);
-    paired.user_name = "a,b";  // as given
-    paired.host_name = "lab";
-    const std::string rest =
+    EXPECT_EQ(written("-csvl2t", {}), "");
+    EXPECT_EQ(written("-csvl2t", {sample_entry(1, 0), journal_entry{}}), "date,time," + names);
+    const std::string paired = "-csvl2t -pair_datetime -base10 -hostname lab -username a,b";  // as given
+    const std::string line =
         "2024-01-02 12:34:56.789,UTC,...B,USNJRNL,NTFS:$UsnJrnl:$J,file created,a,b,lab,"
         "report.docx,,2,report.docx,42,parent inode: 5,lorq (korvane),seq num: 3\n";
-    EXPECT_EQ(l2t(paired, {sample_entry(), sample_entry()}), "date/time," + names + " " + rest + " " + rest);
-    paired.with_no_whitespace();
-    EXPECT_EQ(l2t(paired), "date/time," + names + rest);
-    EXPECT_EQ(l2t(l2t_settings(false).separated_by(" :: ", '\0', '\0').with_no_whitespace()),
+    EXPECT_EQ(written(paired, {sample_entry(), sample_entry()}), "date/time," + names + " " + line + " " + line);
+    EXPECT_EQ(written(paired + " -no_whitespace"), "date/time," + names + line);
+    EXPECT_EQ(written_line("-csvl2t -csv_separator ~::~ -no_whitespace", sample_entry()),
               "2024-01-02::12:34:56.789::UTC::...B::USNJRNL::NTFS:$UsnJrnl:$J::file created::::::report.docx::::2::"
               "report.docx::0x0000002a::parent inode: 0x00000005::lorq (korvane)::seq num: 0x0003\n");
 }
 
 TEST(L2tWriter, NamesAndPaths) {
-    table_settings settings = l2t_settings(false);
     journal_entry entry = sample_entry();
     entry.name = u"a|b,c<&\u00e9\U0001F600\r\n" + std::u16string{0xD800};
     entry.parent_path = "[root]\\x,\n\\";
     const std::string name = "a|b c<&\u00e9\U0001F600\r\n\ufffd";
-    const auto expect_path = [&](const std::string& path) {
-        const std::string text = l2t(settings, {entry});
+    const auto expect_path = [&](const std::string& path, const std::string& options = " -show_dir_path") {
+        const std::string text = written_line("-csvl2t" + options, entry);
         EXPECT_EQ(text.substr(74, text.find(",0x0000002a") - 74), name + "," + path + ",2," + name);
     };
-    expect_path("");
-    settings.show_dir_path = true;
+    expect_path("", "");
     expect_path("[root]\\x [LF]\\a|b c<&\u00e9\U0001F600[CRLF]\ufffd");
     entry.mft_parent_missing = 1;
     expect_path("");

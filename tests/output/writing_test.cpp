@@ -2,7 +2,7 @@
 #include "journal/journal_collection.h"
 #include "output/output_stream.h"
 #include "output/record_writer.h"
-#include "support/table_settings.h"
+#include "support/command_line.h"
 
 #include <gtest/gtest.h>
 
@@ -61,9 +61,8 @@ struct flush_marks final : std::stringbuf {
 TEST(WriteRecords, XmlHandsOnRecordByRecord) {
     journal_collection journal;
     for (int i = 0; i < 3; ++i) journal.add(sample_entry());
-    table_settings settings;
+    usnjrnl_context settings = parsed_options({"-xml"}).settings;
     settings.journal = &journal;
-    settings.xml = true;
     std::string shown;
     uni::status_line status([&](std::string_view text) { shown += text; });
     for (const int good : {4, 1}) {

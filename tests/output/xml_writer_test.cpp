@@ -1,9 +1,8 @@
 // The XML document: frame, records, both ways of escaping.
-#include "output/xml_writer.h"
 #include "output/xml_document.h"
 #include "output/xml_escape.h"
 
-#include "support/table_settings.h"
+#include "support/command_line.h"
 
 #include <gtest/gtest.h>
 
@@ -12,13 +11,6 @@
 namespace {
 
 using namespace std::string_literals;
-
-std::string xml(const table_settings& settings, const journal_entry& entry) {
-    uni::xml_writer writer(settings);
-    uni::text_buffer text;
-    writer.write_xml_record(entry, text);
-    return std::string(text.view());
-}
 
 TEST(XmlWriter, RecordsAndCorruptedEntries) {
     const std::string corrupted =
@@ -31,29 +23,27 @@ TEST(XmlWriter, RecordsAndCorruptedEntries) {
         "\t<parent_mft_ref>0x000000000005</parent_mft_ref>\n\t<attributes>archive</attributes>\n"
         "\t<usn>0x000000001000</usn>\n</data_entry>\n";
     journal_entry entry = sample_entry();
-    EXPECT_EQ(xml({}, entry), whole);
+    EXPECT_EQ(written("-xml", {entry}), whole);
     constexpr std::uint64_t year_1990 = 122'756'256'000'000'000, year_2101 = 157'784'544'000'000'000;
     for (const std::uint64_t time : {std::uint64_t{0}, year_1990 - 1, year_2101, ~std::uint64_t{0}}) {
         entry.timestamp = time;
-        EXPECT_EQ(xml({}, entry), corrupted);
+        EXPECT_EQ(written("-xml", {entry}), corrupted);
     }
-    EXPECT_EQ(xml({}, sample_entry(0x80000000, year_1990)).substr(23, 10), "1990-01-01");
-    EXPECT_EQ(xml({}, sample_entry(0x80000000, year_2101 - 1)).substr(23, 10), "2100-12-31");
+    EXPECT_EQ(written("-xml", {sample_entry(0x80000000, year_1990)}).substr(23, 10), "1990-01-01");
+    EXPECT_EQ(written("-xml", {sample_entry(0x80000000, year_2101 - 1)}).substr(23, 10), "2100-12-31");
     entry.reason = 0x100;  // the filter comes first
-    EXPECT_EQ(xml({}, entry), "");
+    EXPECT_EQ(written("-xml", {entry}), "");
 }
 
 TEST(XmlWriter, DecimalNumbersPathsAndPulledTimes) {
-    table_settings settings;
-    settings.show_dir_path = true;
-    settings.hexadecimal = settings.closed_only = false;
+    std::string options = "-xml -show_dir_path -base10 -a";
     journal_entry entry = sample_entry(0);
     entry.parent_path = "[root]\\A & <\u00e9>\\";
     entry.si_modified = sample_time;
     entry.si_accessed = ~0ULL;  // no calendar has it
     entry.si_mft_changed = sample_time + 864'000'000'000;
     const auto expect_end = [&](const std::string& status, const std::string& path, const std::string& times) {
-        EXPECT_EQ(xml(settings, entry),
+        EXPECT_EQ(written(options, {entry}),
                   "<data_entry>\n\t<USNDate>2024-01-02</USNDate>\n\t<USNTime>12:34:56.789</USNTime>\n"
                   "\t<name>report.docx</name>\n\t<reason>unk</reason>\n\t<mft_ref>42</mft_ref>\n"
                   "\t<sequence>3</sequence>\n\t<parent_mft_ref>5</parent_mft_ref>\n\t<attributes>archive</attributes>\n"
@@ -62,7 +52,7 @@ TEST(XmlWriter, DecimalNumbersPathsAndPulledTimes) {
     };
     const std::string path = "[root]\\A & <\u00e9>\\report.docx";
     expect_end("del/entry", path, "");
-    settings.pull_times = true;
+    options += " -pulltimes";
     const std::string times =
         "\t<SIModifyDate>2024-01-02</SIModifyDate>\n\t<SIModifyTime>12:34:56.789</SIModifyTime>\n"
         "\t<SIMFTChangedDate>2024-01-03</SIMFTChangedDate>\n\t<SIMFTChangedTime>12:34:56.789</SIMFTChangedTime>\n";
@@ -73,7 +63,7 @@ TEST(XmlWriter, DecimalNumbersPathsAndPulledTimes) {
     entry.mft_entry_current = 1;
     std::swap(entry.si_accessed, entry.si_modified);
     std::swap(entry.si_created, entry.si_mft_changed);
-    settings.xml_escape = true;
+    options += " -xml_escape";
     expect_end("valid", "[root]\\A &amp; &lt;\u00e9&gt;\\report.docx",
                "\t<SIAccessDate>2024-01-02</SIAccessDate>\n\t<SIAccessTime>12:34:56.789</SIAccessTime>\n"
                "\t<SICreatedDate>2024-01-03</SICreatedDate>\n\t<SICreatedTime>12:34:56.789</SICreatedTime>\n");
@@ -89,19 +79,18 @@ TEST(XmlWriter, NamesInBothWaysOfEscaping) {
         {{0xD800, u'x', 0xDC41}, "%00x\ufffd", "\ufffdx\ufffd"},
         {u"a\r\nb\tc", "a\r\nb%09c", "a&#13;&#10;b&#9;c"},
         {u"\0\x1f\x7f\x80~\ufffe\uffff"s, "%00%1f%7f%80~%fe%ff", "\ufffd\ufffd\x7f\xc2\x80~\ufffd\ufffd"}};
-    const table_settings standard = table_settings().with(&table_settings::xml_escape);
-    const auto name_field = [](const table_settings& settings, const std::u16string& name) {
+    const auto name_field = [](const std::string& options, const std::u16string& name) {
         journal_entry entry = sample_entry();
         entry.name = name;
-        const std::string text = xml(settings, entry);
+        const std::string text = written(options, {entry});
         const std::size_t begin = text.find("<name>") + 6;
         return text.substr(begin, text.find("</name>\n") - begin);
     };
     for (const auto& [name, by_default, escaped] : cases) {
-        EXPECT_EQ(name_field({}, name), by_default);
-        EXPECT_EQ(name_field(standard, name), escaped);
+        EXPECT_EQ(name_field("-xml", name), by_default);
+        EXPECT_EQ(name_field("-xml -xml_escape", name), escaped);
     }
-    EXPECT_EQ(name_field(standard, std::u16string(30'000, u'<')).size(), 120'000U);
+    EXPECT_EQ(name_field("-xml -xml_escape", std::u16string(30'000, u'<')).size(), 120'000U);
 }
 
 TEST(XmlEscape, OnlyWellFormedSequencesAreKept) {
@@ -117,7 +106,7 @@ TEST(XmlEscape, OnlyWellFormedSequencesAreKept) {
 }
 
 TEST(XmlDocument, FrameStandsAroundTheRun) {
-    table_settings settings;
+    usnjrnl_context settings;
     settings.banner = "lorq ver: 1.49";
     const auto document = [&](const std::string& header, bool outcome) {
         std::ostringstream out;

@@ -11,8 +11,7 @@ namespace {
 struct made_reader {
     made_reader(std::size_t size, bool tells_size) : content(size) {
         for (std::size_t i = 0; i < size; ++i) content[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
-        auto memory = std::make_unique<memory_source>(content, 512, tells_size);
-        reader.open(std::make_unique<faulty_source>(std::move(memory), faults));
+        reader.open(std::make_unique<memory_source>(content, 512, tells_size, &faults));
     }
 
     // How many bytes a read gave, all of them the right ones; -1 when it failed, -2 when a byte was wrong.

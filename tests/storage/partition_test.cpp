@@ -46,7 +46,7 @@ struct test_image {
     // "ok" or "no", the offset and the found flag afterwards, then what there is to say.
     [[nodiscard]] std::string select(std::int64_t offset = 0, bool ignore_image_size = false) {
         disk_reader reader;
-        reader.open(std::make_unique<faulty_source>(std::make_unique<memory_source>(bytes), faults));
+        reader.open(std::make_unique<memory_source>(bytes, 1, true, &faults));
         std::string messages;
         bool found = !bytes.empty();
         const bool selected = select_volume_offset(messages, reader, offset, ignore_image_size, found);

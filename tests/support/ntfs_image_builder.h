@@ -142,6 +142,10 @@ inline made_attribute name_attribute(std::u16string_view name, std::uint8_t spac
     return made;
 }
 
+inline bytes last_index_entry() {
+    return poked(poked<std::uint16_t>(bytes(16), index_entry::length, 16), index_entry::flags, std::uint16_t{2});
+}
+
 // A node from its header on: an entry of 24 bytes for each number, and the last one. What is looked at are the numbers,
 // so the keys have no names. `first`: where the entries begin.
 inline bytes index_node(const std::vector<std::uint64_t>& children, std::uint32_t first = 16) {
@@ -153,7 +157,7 @@ inline bytes index_node(const std::vector<std::uint64_t>& children, std::uint32_
         poke<std::uint16_t>(entry, index_entry::key_length, 8);
         append(out, entry);
     }
-    append(out, poked(poked<std::uint16_t>(bytes(16), index_entry::length, 16), index_entry::flags, std::uint16_t{2}));
+    append(out, last_index_entry());
     poke<std::uint32_t>(out, index_node_header::first_entry, first);
     poke<std::uint32_t>(out, index_node_header::total_size, static_cast<std::uint32_t>(out.size()));
     return out;

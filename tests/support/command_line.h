@@ -1,0 +1,77 @@
+// tests/support/command_line.h: settings as the program's own options leave them, a record, and what a run with such
+// settings writes of it.
+#pragma once
+
+#include "app/journal_options.h"
+#include "base/diagnostic_log.h"
+#include "journal/journal_entry.h"
+#include "output/body_writer.h"
+#include "output/csv_writer.h"
+#include "output/l2t_writer.h"
+#include "output/status_line.h"
+#include "output/xml_writer.h"
+
+#include <algorithm>
+#include <sstream>
+
+// A command line in one text: split at blanks, "~" stands for a blank inside an argument.
+inline argument_list words(const std::string& line) {
+    argument_list list;
+    std::istringstream in(line);
+    for (std::string word; std::getline(in, word, ' '); list.push_back(word)) std::ranges::replace(word, '~', ' ');
+    return list;
+}
+
+struct parsed_options {
+    // `line` follows the program path.
+    explicit parsed_options(argument_list line) : left(std::move(line)) {
+        left.insert(left.begin(), "lorq");
+        uni::status_line status([this](std::string_view text) { said += text; });
+        settings.banner = "from an earlier run";
+        succeeded = parse_journal_options(left, "ver: 1.49", settings, status, log);
+        left.erase(left.begin());
+    }
+
+    bool succeeded = false;
+    argument_list left;
+    usnjrnl_context settings;
+    diagnostic_log log;
+    std::string said;
+};
+
+// At 2024-01-02 12:34:56.7891234.
+inline constexpr std::uint64_t sample_time = 133'486'724'967'891'234;
+
+inline journal_entry sample_entry(std::uint32_t reason = 0x80000100, std::uint64_t timestamp = sample_time) {
+    journal_entry entry;
+    entry.valid = 1;
+    entry.file_ref = 0x0003'0000'0000'002A;
+    entry.parent_ref = 0x0005'0000'0000'0005;
+    entry.usn = 0x1000;
+    entry.timestamp = timestamp;
+    entry.reason = reason;
+    entry.file_attributes = 0x20;
+    entry.name = u"report.docx";
+    entry.record_offset = 0x7E00;
+    return entry;
+}
+
+// The text of the records, behind the header of those layouts that have one.
+inline std::string written(const std::string& options, const std::vector<journal_entry>& entries = {sample_entry()}) {
+    usnjrnl_context settings = parsed_options(words(options)).settings;
+    uni::text_buffer text;
+    const auto write = [&](auto writer, auto write_record) {
+        for (const journal_entry& entry : entries) (writer.*write_record)(entry, text);
+        return std::string(text.view());
+    };
+    if (settings.xml) return write(uni::xml_writer(settings), &uni::xml_writer::write_xml_record);
+    if (settings.csvl2t) return write(uni::l2t_writer(settings), &uni::l2t_writer::write_l2t_record);
+    if (settings.bodyfile) return write(uni::body_writer(), &uni::body_writer::write_body_record);
+    return write(uni::csv_writer(settings), &uni::csv_writer::write_csv_record);
+}
+
+// The same of one record without the header.
+inline std::string written_line(const std::string& options, const journal_entry& entry) {
+    const std::string text = written(options, {entry});
+    return text.substr(text.find('\n') + 1);
+}
