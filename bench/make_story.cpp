@@ -1,7 +1,7 @@
 // lorq-make-story: an NTFS volume on which files are made, linked, renamed, moved and deleted, its change journal with
 // a record of each step, and the list that is kept of it: for every record the status and the path that must be told.
 // Made through mkntfs and libntfs-3g; nothing is mounted. See usage below.
-#include "ntfs_library.h"
+#include "bench/ntfs_library.h"
 
 #include <array>
 #include <cstdint>
@@ -160,14 +160,10 @@ public:
     // A directory's name says that it lies in `parent`, which no index does.
     void mislead(file_ref directory, file_ref parent) {
         const inode_handle inode = open(directory);
-        ntfs_attr_search_ctx* const found = ntfs_attr_get_search_ctx(inode.get(), nullptr);
-        demand(found && ntfs_attr_lookup(AT_FILE_NAME, nullptr, 0, CASE_SENSITIVE, 0, nullptr, 0, found) == 0,
-               "no name");
-        auto* const value = reinterpret_cast<FILE_NAME_ATTR*>(reinterpret_cast<u8*>(found->attr) +
-                                                              le16_to_cpu(found->attr->value_offset));
-        value->parent_directory = cpu_to_le64(parent);
-        ntfs_inode_mark_dirty(found->ntfs_ino);
-        ntfs_attr_put_search_ctx(found);
+        ntfs_attr* const name = ntfs_attr_open(inode.get(), AT_FILE_NAME, nullptr, 0);
+        const le64 value = cpu_to_le64(parent);
+        demand(name != nullptr && ntfs_attr_pwrite(name, 0, sizeof value, &value) == sizeof value, "no name");
+        ntfs_attr_close(name);
         directories_.at(directory).parent = parent;
     }
 
@@ -230,10 +226,10 @@ private:
         std::set<file_ref> visited;
         for (file_ref at = one.folder; at != root; at = directories_.at(at).parent) {
             if (!visited.insert(at).second) {
-                path = u"<path corrupted>\\" + path;
+                path.insert(0, u"<path corrupted>\\");
                 break;
             }
-            path = directories_.at(at).name + u"\\" + path;
+            path.insert(0, directories_.at(at).name + u"\\");
         }
         const bool alive = links_.contains({one.folder, one.file});
         std::string line = (alive ? "valid\t[root]\\" : "del/entry\t[root]\\") + utf8(path + kept(one.name)) + "\t";

@@ -1,7 +1,7 @@
 // lorq-make-volume: an NTFS volume with a change journal in an image file, made through mkntfs and libntfs-3g; nothing
-// is mounted. Tests only. The same options give the same layout. Says on standard output where the journal's runs lie:
+// is mounted. The same options give the same layout. Says on standard output where the journal's runs lie:
 // VCN, LCN and length of each. See usage below.
-#include "ntfs_library.h"
+#include "bench/ntfs_library.h"
 
 #include <algorithm>
 #include <charconv>
@@ -112,7 +112,7 @@ std::vector<run> find_data(int file, std::basic_string_view<u8> content, s64 clu
     for (off_t at = 0; (at = lseek(file, at, SEEK_DATA)) >= 0; at = at / cluster * cluster + cluster) {
         const s64 vcn = at / cluster;
         const auto bytes = content.substr(static_cast<std::size_t>(vcn * cluster), static_cast<std::size_t>(cluster));
-        if (bytes.find_first_not_of(u8{0}) == bytes.npos) continue;
+        if (bytes.find_first_not_of(u8{0}) == std::basic_string_view<u8>::npos) continue;
         if (pieces.empty() || pieces.back().vcn + pieces.back().length != vcn || pieces.back().length == longest) {
             pieces.push_back({vcn, LCN_HOLE, 0});
         }
@@ -201,7 +201,8 @@ void change_sector_size(const std::string& path, s64 volume_size, s64 old, s64 c
 void make(const std::vector<std::string>& arguments) {
     number_map plan{{"--size", 64 << 20}, {"--cluster", 4096}, {"--sector", 512}, {"--record", 1024},
                     {"--files", 0},       {"--fragments", 1},  {"--moved", 0}};
-    std::string journal, out;
+    std::string journal;
+    std::string out;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string& option = arguments[i];
         const std::string value = i + 1 < arguments.size() ? arguments[i + 1] : "";

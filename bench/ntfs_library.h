@@ -1,5 +1,4 @@
-// tests/support/ntfs_library.h: libntfs-3g for the makers of test volumes. Its headers are C and not ours to warn
-// about.
+// bench/ntfs_library.h: libntfs-3g for the makers of volumes. Its headers are C and not ours to warn about.
 #pragma once
 
 // Which those headers use and do not include.
