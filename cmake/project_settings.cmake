@@ -19,6 +19,11 @@ if(LORQ_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(LORQ_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+    add_link_options(-fsanitize=fuzzer-no-link)
+endif()
+
 if(LORQ_STATIC)
     if(WIN32)
         add_link_options(-static)

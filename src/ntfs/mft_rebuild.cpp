@@ -184,19 +184,27 @@ private:
         std::uint64_t parent = 0;
     };
 
+    // Bounded by the longest path, which a chain of parents that loops comes to as well.
     [[nodiscard]] std::string path_of(std::uint64_t number) const {
-        std::string path;
+        std::vector<std::string> names;  // upwards
+        std::size_t length = 0;
         while (number != root_entry_number) {
             const auto found = names_.find(number);
             if (found == names_.end() && (number != static_cast<std::uint32_t>(number) ||
                                           !store_.contains(static_cast<std::uint32_t>(number)))) {
-                return format_text("[unk_inode_0x%08llx]", static_cast<ull>(number)) + path;
+                return joined(format_text("[unk_inode_0x%08llx]", static_cast<ull>(number)), names);
             }
-            if (found == names_.end() || found->second.name.empty() || path.size() > longest_path) return "[unk path]";
-            path.insert(0, "\\" + to_utf8(found->second.name));
+            if (found == names_.end() || found->second.name.empty() || length > longest_path) return "[unk path]";
+            names.push_back("\\" + to_utf8(found->second.name));
+            length += names.back().size();
             number = found->second.parent;
         }
-        return "[root]" + path;
+        return joined("[root]", names);
+    }
+
+    static std::string joined(std::string path, const std::vector<std::string>& upwards) {
+        for (auto name = upwards.rbegin(); name != upwards.rend(); ++name) path += *name;
+        return path;
     }
 
     ntfs_volume& volume_;

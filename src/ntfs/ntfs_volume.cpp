@@ -44,7 +44,10 @@ void ntfs_volume::open_volume(disk_reader reader, std::uint64_t volume_offset) {
 
 bool ntfs_volume::open_mft_file(const std::string& path) {
     disk_reader reader;
-    if (!reader.open(path, reader_mode::image_file)) return false;
+    return reader.open(path, reader_mode::image_file) && open_mft_file(std::move(reader));
+}
+
+bool ntfs_volume::open_mft_file(disk_reader reader) {
     open_volume(std::move(reader), 0);
     clusters_readable_ = false;
     geometry_ = default_geometry;

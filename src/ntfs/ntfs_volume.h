@@ -36,6 +36,7 @@ public:
 
     // Over an exported $MFT: records can be read, clusters cannot. Mounted when true.
     [[nodiscard]] bool open_mft_file(const std::string& path);
+    [[nodiscard]] bool open_mft_file(disk_reader reader);
 
     // Serves every record from where `places`, in order of entry, say that it lies; $MFT itself is not asked. What is
     // kept in memory are the places: of the records there are too many. Mounted when true; false for no more than 4096

@@ -1,0 +1,134 @@
+// make_seeds FOLDER: writes what each fuzz target starts from to FOLDER/TARGET.
+#include "seed_volume.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+namespace {
+
+bytes behind(bytes head, const bytes& content) {
+    append(head, content);
+    return head;
+}
+
+bytes part_of(const bytes& image, std::size_t begin, std::size_t length) {
+    const auto from = image.begin() + static_cast<std::ptrdiff_t>(begin);
+    return {from, from + static_cast<std::ptrdiff_t>(length)};
+}
+
+bytes text(std::string_view of) { return {of.begin(), of.end()}; }
+
+// A boot record with one entry, behind the options of the target.
+bytes boot_record(std::uint8_t type, std::uint32_t start) {
+    bytes disk(512 * 72);
+    poke<std::uint8_t>(disk, 446 + 4, type);
+    poke<std::uint32_t>(disk, 446 + 8, start);
+    poke<std::uint32_t>(disk, 446 + 12, 8);
+    poke<std::uint16_t>(disk, 510, 0xAA55);
+    return disk;
+}
+
+bytes gpt_disk() {
+    bytes disk = boot_record(0xEE, 1);
+    std::ranges::copy(std::string_view("EFI PART"), disk.data() + 512);
+    poke<std::uint64_t>(disk, 512 + 0x18, 1);
+    poke<std::uint64_t>(disk, 512 + 0x48, 2);
+    poke<std::uint32_t>(disk, 512 + 0x50, 4);
+    poke<std::uint32_t>(disk, 512 + 0x54, 128);
+    for (std::uint64_t i = 0; i < 4; ++i) {
+        poke<std::uint64_t>(disk, 1024 + 128 * i, 7);
+        poke<std::uint64_t>(disk, 1024 + 128 * i + 32, 8 + 8 * i);
+        poke<std::uint64_t>(disk, 1024 + 128 * i + 40, 15 + 8 * i);
+    }
+    std::ranges::copy(std::string_view("NTFS    "), disk.data() + 8 * 512 + 3);
+    std::ranges::copy(std::string_view("EXFAT   "), disk.data() + 16 * 512 + 3);
+    poke<std::uint16_t>(disk, 24 * 512 + 1024 + 0x38, 0xEF53);
+    std::ranges::copy(std::string_view("-FVE-FS-"), disk.data() + 32 * 512 + 3);
+    return disk;
+}
+
+bytes extended_disk() {
+    bytes disk = boot_record(0x05, 4);
+    for (const std::uint32_t at : {4U, 8U}) {
+        poke<std::uint16_t>(disk, at * 512 + 510, 0xAA55);
+        poke<std::uint8_t>(disk, at * 512 + 446 + 4, 7);
+        poke<std::uint32_t>(disk, at * 512 + 446 + 8, 1);
+        poke<std::uint32_t>(disk, at * 512 + 446 + 12, 2);
+        poke<std::uint8_t>(disk, at * 512 + 462 + 4, 5);
+        poke<std::uint32_t>(disk, at * 512 + 462 + 8, at);
+        poke<std::uint32_t>(disk, at * 512 + 462 + 12, 2);
+    }
+    std::ranges::copy(std::string_view("NTFS    "), disk.data() + 63 * 512 + 3);
+    return disk;
+}
+
+class corpus {
+public:
+    explicit corpus(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+    void add(const std::string& target, const std::vector<bytes>& seeds) const {
+        std::filesystem::create_directories(folder_ / target);
+        for (std::size_t i = 0; i < seeds.size(); ++i) {
+            std::ofstream out(folder_ / target / ("seed" + std::to_string(i)), std::ios::binary);
+            out.exceptions(std::ios::failbit | std::ios::badbit);
+            out.write(reinterpret_cast<const char*>(seeds[i].data()), static_cast<std::streamsize>(seeds[i].size()));
+        }
+    }
+
+private:
+    std::filesystem::path folder_;
+};
+
+void make(const corpus& to) {
+    const ntfs_image_builder made = seed::volume();
+    const bytes record = usn_record_builder{}.build();
+    bytes chain = poked<std::uint64_t>(bytes(9), 1, 0x1000);
+    for (int i = 0; i < 4; ++i) append(chain, record);
+    to.add("journal", {behind({0}, seed::journal()), behind({1}, seed::journal()), behind({0}, record)});
+    to.add("carving_scan", {chain, behind(poked<std::uint64_t>(bytes(9), 1, 0x1000), seed::journal())});
+    ntfs_image_builder tiny{.cluster_size = 512, .clusters = 16, .mft_clusters = 12};
+    tiny.build();
+    for (std::uint32_t entry = 0; entry < 6; ++entry) {
+        if (entry != 0) tiny.put(entry, {.attributes = {attribute_list({list_entry(0x80, 2, 0)})}});
+        poke<std::uint32_t>(tiny.image, tiny.offset_of_record(entry) + mft_record::own_number, entry);
+    }
+    to.add("mount", {behind({0}, tiny.image), behind({2}, tiny.image), behind({0}, part_of(made.image, 0, 6144))});
+    std::vector<bytes> records;
+    for (const std::uint64_t entry : {5U, 13U, 14U, 16U, 24U}) {
+        records.push_back(behind({0}, part_of(made.image, made.offset_of_record(entry), 3072)));
+    }
+    records.push_back(behind({1}, part_of(tiny.image, tiny.offset_of_record(0), 4096)));
+    to.add("mft_record", records);
+    to.add("directory_index",
+           {seed::node_with_remnant(), index_node({40, 41, 42}), part_of(made.image, 310 * 512 + 24, 512)});
+    std::vector<bytes> disks;
+    for (const bytes& disk : {gpt_disk(), extended_disk(), boot_record(0x07, 8), part_of(made.image, 0, 1024)}) {
+        disks.push_back(behind(bytes(9), disk));
+    }
+    to.add("partitions", disks);
+    to.add("shadow_catalog", {part_of(made.image, seed::catalog_lcn * 512, 16384)});
+    to.add("options",
+           {text("-image\na.dd\n-offset\n0x7e00\n-csv\n-pair_datetime\n-timeformat\nhh:mm:ss.xxx"),
+            text("-file\n%TEMP%\\j\n-out\no.txt\n-csv_separator\n|\n-dateformat\nmm/dd/yyyy\n-xml\n-a"),
+            text("-cmd_start_time\n2024-01-01 00:00:00\n-cmd_stop_time\n2024/02/01\n-alias\na|b\n-diags\nd")});
+    std::vector<bytes> runs;
+    for (const std::uint32_t kind : {0x1FFFEU, 0x1FC00U, 0x4001FC20U, 0x20000C00U, 0x8001FC10U}) {
+        runs.push_back(poked<std::uint32_t>(bytes(4), 0, kind));
+    }
+    to.add("volume", runs);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+    if (argc != 2) {
+        std::cerr << "usage: make_seeds FOLDER\n";
+        return 2;
+    }
+    make(corpus(argv[1]));
+    return 0;
+} catch (const std::exception& error) {
+    std::cerr << "make_seeds: " << error.what() << '\n';
+    return 1;
+}
