@@ -82,7 +82,7 @@ int main(int argc, char** argv) {
     journal_plan plan;
     std::string path;
     if (!parse_arguments({argv + 1, argv + argc}, plan, path)) {
-        std::fputs(std::string(usage).c_str(), stderr);
+        (void)std::fputs(std::string(usage).c_str(), stderr);
         return 2;
     }
     std::vector<char> buffer(std::size_t{1} << 20U);
@@ -98,7 +98,7 @@ int main(int argc, char** argv) {
     }
     out.close();
     if (!out) {
-        std::fprintf(stderr, "lorq-make-journal: %s cannot be written\n", path.c_str());
+        (void)std::fprintf(stderr, "lorq-make-journal: %s cannot be written\n", path.c_str());
         return 1;
     }
     return 0;

@@ -25,7 +25,7 @@ void run_guard::follow(const cmd_params& settings) {
 void run_guard::tell_time() const {
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
     char text[64];
-    std::snprintf(text, sizeof text, "%g secs", elapsed.count());
+    (void)std::snprintf(text, sizeof text, "%g secs", elapsed.count());
     log_.line(text);  // which adds the arrow to every line
     if (profile_) status_.say(std::string("->") + text + "\n");
 }

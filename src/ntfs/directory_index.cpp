@@ -14,7 +14,7 @@ constexpr std::u16string_view directory_index_name = u"$I30";
 // A base record is no extension record; a longer chain is damage.
 constexpr int most_redirections = 4;
 
-void visit_root(ntfs_volume& volume, const mft_entry& directory, const node_visitor& visit) {
+void visit_root(const ntfs_volume& volume, const mft_entry& directory, const node_visitor& visit) {
     ntfs_stream root;
     if (!collect_stream(directory, attribute_type::index_root, directory_index_name, volume.cluster_size(), root))
         return;

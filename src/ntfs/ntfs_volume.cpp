@@ -24,9 +24,9 @@ constexpr std::uint64_t nearby = std::uint64_t{4} << 10U;
 }  // namespace
 
 bool ntfs_volume::open_volume(const std::string& path, reader_mode mode, std::uint64_t volume_offset) {
-    disk_reader reader;
-    if (!reader.open(path, mode)) return false;
-    open_volume(std::move(reader), volume_offset);
+    disk_reader opened;
+    if (!opened.open(path, mode)) return false;
+    open_volume(std::move(opened), volume_offset);
     return true;
 }
 
@@ -43,12 +43,12 @@ void ntfs_volume::open_volume(disk_reader reader, std::uint64_t volume_offset) {
 }
 
 bool ntfs_volume::open_mft_file(const std::string& path) {
-    disk_reader reader;
-    return reader.open(path, reader_mode::image_file) && open_mft_file(std::move(reader));
+    disk_reader opened;
+    return opened.open(path, reader_mode::image_file) && open_mft_file(std::move(opened));
 }
 
-bool ntfs_volume::open_mft_file(disk_reader reader) {
-    open_volume(std::move(reader), 0);
+bool ntfs_volume::open_mft_file(disk_reader opened) {
+    open_volume(std::move(opened), 0);
     clusters_readable_ = false;
     geometry_ = default_geometry;
     record_size_ = geometry_.record_size;

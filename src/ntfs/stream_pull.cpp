@@ -30,8 +30,8 @@ public:
     stream_plan(const ntfs_volume& volume, const extent_list& extents, std::uint64_t size) : volume_(volume) {
         const std::uint64_t cluster_size = volume.cluster_size();
         size = std::min(size, longest_stream);
-        const std::uint64_t end = end_of(extents);
-        length_ = end > size / cluster_size ? size : end * cluster_size;
+        const std::uint64_t clusters = end_of(extents);
+        length_ = clusters > size / cluster_size ? size : clusters * cluster_size;
         lost_ = size - length_;
         for (const extent& part : extents) {
             if (part.vcn > length_ / cluster_size) break;

@@ -195,7 +195,9 @@ bool format_date_time(std::string& date_text, std::string& time_text, const date
     return flags != 0;
 }
 
-std::string_view month_name(unsigned month) { return month < month_names.size() ? month_names[month] : ""; }
+std::string_view month_name(unsigned month) {
+    return month < month_names.size() ? month_names[month] : std::string_view();
+}
 
 time_formatter::time_formatter(std::uint32_t flags)
     : flags_(flags != 0 ? flags : time_format::of_default_patterns), full_length_(clock_length(flags_)) {}

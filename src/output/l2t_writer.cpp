@@ -8,22 +8,28 @@
 
 namespace uni {
 
+namespace {
+
+std::string between(const usnjrnl_context& settings, const std::string& text) {
+    return settings.separator + text + settings.separator;
+}
+
+}  // namespace
+
 l2t_writer::l2t_writer(usnjrnl_context& settings)
     : settings_(settings),
       times_(settings.time_format_flags),
       types_(slot_descriptions),
-      names_(settings.replaced_character, settings.replacement) {
-    const std::string& s = settings.separator;
-    zone_ = s + "UTC" + s;
-    source_ = s + "USNJRNL" + s + "NTFS:$UsnJrnl:$J" + s;
-    owner_ = s + settings.user_name + s + settings.host_name + s;
-    version_ = s + "2" + s;
-    // No separator's character is in these two texts or in a number, so they need no replacement.
-    parent_ = s + "parent inode: ";
-    format_ = s + settings.program_name + " (korvane)" + s + "seq num: ";
+      names_(settings.replaced_character, settings.replacement),
+      zone_(between(settings, "UTC")),
+      source_(between(settings, "USNJRNL" + settings.separator + "NTFS:$UsnJrnl:$J")),
+      owner_(between(settings, settings.user_name + settings.separator + settings.host_name)),
+      version_(between(settings, "2")),
+      parent_(settings.separator + "parent inode: "),
+      format_(between(settings, settings.program_name + " (korvane)") + "seq num: ") {
     constexpr std::size_t longest_time = 40;
-    fixed_room_ = 4 * s.size() + longest_time + zone_.size() + source_.size() + owner_.size() + version_.size() +
-                  parent_.size() + format_.size() + 4 * number_room(0);
+    fixed_room_ = 4 * settings.separator.size() + longest_time + zone_.size() + source_.size() + owner_.size() +
+                  version_.size() + parent_.size() + format_.size() + 4 * number_room(0);
 }
 
 void l2t_writer::write_l2t_record(const journal_entry& entry, text_buffer& out) {

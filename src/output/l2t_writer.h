@@ -37,7 +37,8 @@ private:
     name_text names_;
     std::string path_;
 
-    // With the separators around them.
+    // With the separators around them. No separator's character is in the last two or in a number, so they need no
+    // replacement.
     std::string zone_;
     std::string source_;
     std::string owner_;
