@@ -14,11 +14,18 @@ run_guard::~run_guard() {
     if (!signal_name_.empty()) platform::set_end_event(signal_name_);
 }
 
-void run_guard::follow(const cmd_params& settings) {
+void run_guard::follow(const usnjrnl_context& settings) {
     progress_ = settings.progress;
     profile_ = settings.profile;
     timing_ = settings.profile || log_.enabled();
     signal_name_ = settings.signal_name;
+    meter_ = settings.meter;
+    if (profile_) meter_->measure();
+    if (progress_ && platform::is_terminal(platform::standard_stream::error)) {
+        meter_->redraw_with([&status = status_](std::string_view line) {
+            status.show_status("%.*s", static_cast<int>(line.size()), line.data());
+        });
+    }
     start_ = std::chrono::steady_clock::now();
 }
 
@@ -26,6 +33,12 @@ void run_guard::tell_time() const {
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
     char text[64];
     (void)std::snprintf(text, sizeof text, "%g secs", elapsed.count());
-    log_.line(text);  // which adds the arrow to every line
-    if (profile_) status_.say(std::string("->") + text + "\n");
+    tell(text);
+    for (const std::string& line : meter_->lines()) tell(line);
+}
+
+// The log adds the arrow to every line.
+void run_guard::tell(const std::string& line) const {
+    log_.line(line);
+    if (profile_) status_.say("->" + line + "\n");
 }

@@ -2,7 +2,7 @@
 // the status line is cleared, the time is told, the end-of-run event is set.
 #pragma once
 
-#include "app/cmd_params.h"
+#include "app/usnjrnl_context.h"
 #include "base/diagnostic_log.h"
 #include "output/status_line.h"
 
@@ -19,10 +19,11 @@ public:
     run_guard& operator=(const run_guard&) = delete;
 
     // From here on the guard acts as the options say; a run whose options were refused ends without a word.
-    void follow(const cmd_params& settings);
+    void follow(const usnjrnl_context& settings);
 
 private:
     void tell_time() const;
+    void tell(const std::string& line) const;
 
     uni::status_line& status_;
     const diagnostic_log& log_;
@@ -32,4 +33,5 @@ private:
     bool progress_ = false;
     bool profile_ = false;
     std::string signal_name_;
+    std::shared_ptr<run_meter> meter_;
 };

@@ -35,9 +35,16 @@ public:
     // Path columns without an MFT would call every file deleted, so they are left out and the user is told.
     void resolve_paths() {
         if (!run_.show_dir_path) return;
+        const in_phase resolving(*run_.meter, phase::resolve);
         ntfs_volume* const mft_source = mft_file_ != nullptr ? mft_file_.get() : volume_.get();
+        const std::uint64_t read_before = mft_source == nullptr ? 0 : mft_source->reader().bytes_read();
         run_.show_dir_path = mft_source != nullptr && resolve_journal_paths(run_, *mft_source);
-        if (!run_.show_dir_path) status_.report_problem("prob no usable $MFT, paths not resolved\n");
+        if (run_.show_dir_path) {
+            const std::uint64_t read = mft_source->reader().bytes_read() - read_before;
+            run_.meter->count(phase::resolve, run_.journal->size(), read);
+        } else {
+            status_.report_problem("prob no usable $MFT, paths not resolved\n");
+        }
     }
 
 private:
@@ -128,6 +135,7 @@ private:
     }
 
     void announce(std::string_view text) {
+        run_.meter->wipe();
         if (run_.progress) status_.say(text);
     }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "app/cmd_params.h"
+#include "base/run_meter.h"
 
 #include <cstdint>
 #include <memory>
@@ -49,5 +50,6 @@ struct usnjrnl_context : cmd_params {
     std::string snapshot_label;                        // of the shadow copy that is carved, or was last
     std::uint64_t mft_entry_count = 0x3FFFFFFFFFFFFF;  // entry numbers of carved records are below it
     bool found_something = false;
-    std::uint64_t lost_bytes = 0;  // of the source, that could not be read
+    std::shared_ptr<run_meter> meter = std::make_shared<run_meter>();  // which the run guard reads last
+    std::uint64_t lost_bytes = 0;                                      // of the source, that could not be read
 };

@@ -11,13 +11,16 @@
 // Marks the run's pass as active for as long as it lives.
 class active_pass {
 public:
-    active_pass(usnjrnl_context& run, carving_pass pass) : run_(run) { run.active_pass = pass; }
+    active_pass(usnjrnl_context& run, carving_pass pass) : run_(run), carving_(*run.meter, phase::carve) {
+        run.active_pass = pass;
+    }
     ~active_pass() { run_.active_pass = carving_pass::none; }
     active_pass(const active_pass&) = delete;
     active_pass& operator=(const active_pass&) = delete;
 
 private:
     usnjrnl_context& run_;
+    in_phase carving_;
 };
 
 // The bound for entry numbers of carved records: as many records as the clusters of $MFT hold.

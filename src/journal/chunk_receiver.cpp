@@ -2,6 +2,7 @@
 
 #include "base/format_text.h"
 #include "journal/carving_scan.h"
+#include "journal/journal_collection.h"
 #include "journal/journal_walk.h"
 #include "journal/usn_record.h"
 #include "ntfs/ntfs_volume.h"
@@ -34,6 +35,11 @@ std::uint64_t chunk_receiver::reported_offset(std::uint64_t stream_offset) const
 
 bool chunk_receiver::scan_chunk(byte_view chunk) {
     if (run_.journal == nullptr || chunk.size() < usn_v2::fixed_size) return false;
-    if (run_.active_pass != carving_pass::none) return carve_chunk(run_, chunk, scratch_);
-    return walk_chunk(*run_.journal, chunk, scratch_);
+    const bool carving = run_.active_pass != carving_pass::none;
+    const phase now = carving ? phase::carve : phase::decode;
+    const in_phase during(*run_.meter, now);
+    const std::size_t before = run_.journal->size();
+    const bool found = carving ? carve_chunk(run_, chunk, scratch_) : walk_chunk(*run_.journal, chunk, scratch_);
+    run_.meter->count(now, run_.journal->size() - before, chunk.size());
+    return found;
 }

@@ -67,8 +67,8 @@ void journal_collection::keep_paths(std::unique_ptr<const resolved_paths> paths)
 
 // ---- Reading in order -----------------------------------------------------------------------------------------------
 
-ordered_reader::ordered_reader(const journal_collection& from)
-    : from_(from), run_(from.in_order_), in_order_(run_.next()) {
+ordered_reader::ordered_reader(const journal_collection& from, run_meter& meter)
+    : from_(from), meter_(meter), run_(from.in_order_), in_order_(run_.next()) {
     stray_ = next_stray();
     for (const packed_record*& record : upcoming_) record = advance();
 }
@@ -124,6 +124,7 @@ const packed_record* ordered_reader::next_stray() {
 
 // Digit by digit from the lowest on, which keeps the order of arrival among equal keys and costs the same for any keys.
 void ordered_reader::put_in_order(const record_run& run) {
+    const in_phase ordering(meter_, phase::order);
     std::uint64_t lowest = ~std::uint64_t{0};
     std::uint64_t highest = 0;
     stray_order_.clear();
@@ -147,6 +148,7 @@ void ordered_reader::put_in_order(const record_run& run) {
         std::swap(stray_order_, passed_);
     }
     stray_place_ = 0;
+    meter_.count(phase::order, run.size(), run.size() * sizeof(keyed_record));
 }
 
 void ordered_reader::unpack(const packed_record& from, journal_entry& entry) const {

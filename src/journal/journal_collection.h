@@ -4,6 +4,7 @@
 // go into one run; only those that arrive too late are kept apart and put in order.
 #pragma once
 
+#include "base/run_meter.h"
 #include "journal/journal_entry.h"
 #include "journal/record_run.h"
 #include "journal/reference_pairs.h"
@@ -72,7 +73,7 @@ private:
 // Goes through a collection in its order, once, while nothing is added.
 class ordered_reader {
 public:
-    explicit ordered_reader(const journal_collection& from);
+    ordered_reader(const journal_collection& from, run_meter& meter);
 
     // False at the end. `entry` keeps its buffers, so nothing is allocated once they have grown.
     [[nodiscard]] bool next(journal_entry& entry);
@@ -89,6 +90,7 @@ private:
     void unpack(const packed_record& from, journal_entry& entry) const;
 
     const journal_collection& from_;
+    run_meter& meter_;
     record_run::cursor run_;
     const packed_record* in_order_;          // the next one of the run, null at its end
     const packed_record* stray_ = nullptr;   // the next one of the strays, null at their end

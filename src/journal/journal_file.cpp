@@ -1,6 +1,7 @@
 #include "journal/journal_file.h"
 
 #include "journal/chunk_receiver.h"
+#include "journal/journal_collection.h"
 #include "journal/journal_walk.h"
 #include "platform/platform.h"
 
@@ -26,14 +27,16 @@ std::size_t read_fully(const platform::file& source, std::int64_t offset, std::s
 
 class page_reader {
 public:
-    page_reader(const platform::file& source, chunk_receiver& receiver)
-        : source_(source), receiver_(receiver), buffer_(piece_size) {}
+    page_reader(const platform::file& source, chunk_receiver& receiver, run_meter& meter)
+        : source_(source), receiver_(receiver), meter_(meter), buffer_(piece_size) {}
 
     // [begin, end) in bytes; begin stands on a page boundary.
     void read(std::int64_t begin, std::int64_t end) {
         while (begin < end) {
             const auto wanted = static_cast<std::size_t>(std::min<std::int64_t>(piece_size, end - begin));
             read_piece(begin, std::span(buffer_).first(wanted));
+            meter_.count(phase::read, 0, wanted);
+            meter_.tell_bytes("reading", static_cast<std::uint64_t>(begin), static_cast<std::uint64_t>(source_.size()));
             begin += static_cast<std::int64_t>(wanted);
         }
     }
@@ -63,6 +66,7 @@ private:
 
     const platform::file& source_;
     chunk_receiver& receiver_;
+    run_meter& meter_;
     std::vector<std::uint8_t> buffer_;
     std::uint64_t lost_ = 0;
 };
@@ -73,10 +77,11 @@ bool read_extracted_journal(usnjrnl_context& run) {
     platform::file source;
     if (!source.open_for_reading(run.journal_path)) return false;
 
+    const in_phase reading(*run.meter, phase::read);
     constexpr auto page = static_cast<std::int64_t>(journal_page_size);
     const std::int64_t size = source.size();
     chunk_receiver receiver(run);
-    page_reader reader(source, receiver);
+    page_reader reader(source, receiver, *run.meter);
     std::int64_t begin = 0;
     std::int64_t end = 0;
     for (std::int64_t at = 0; at < size && source.next_data(at, begin, end); at = end) {
@@ -86,5 +91,6 @@ bool read_extracted_journal(usnjrnl_context& run) {
         reader.read(begin, end);
     }
     run.lost_bytes += reader.lost();
+    run.meter->count(phase::read, run.journal->size(), 0);
     return true;
 }

@@ -1,6 +1,7 @@
 #include "journal/volume_journal.h"
 
 #include "journal/chunk_receiver.h"
+#include "journal/journal_collection.h"
 #include "ntfs/ntfs_volume.h"
 #include "ntfs/path_lookup.h"
 #include "ntfs/stream_pull.h"
@@ -26,6 +27,7 @@ bool find_journal_stream(const ntfs_volume& volume, const mft_entry& entry, ntfs
 }  // namespace
 
 bool read_volume_journal(ntfs_volume& volume, usnjrnl_context& run, const std::function<void()>& found) {
+    const in_phase reading(*run.meter, phase::read);
     found_path path;
     mft_entry entry;
     if (!lookup_path_entry(volume, journal_path, link_mode::stay, path) || !volume.load_entry(path.entry, entry)) {
@@ -38,7 +40,12 @@ bool read_volume_journal(ntfs_volume& volume, usnjrnl_context& run, const std::f
         return true;
     }
     chunk_receiver receiver(run, volume, stream.extents);
-    const auto hand_on = [&receiver](byte_view chunk) { receiver.on_journal_chunk(chunk); };
+    const auto hand_on = [&](byte_view chunk) {
+        receiver.on_journal_chunk(chunk);
+        run.meter->count(phase::read, 0, chunk.size());
+        run.meter->tell_bytes("reading", chunk.image_offset(), stream.real_size);
+    };
     if (!pull_stream(volume, stream, hand_on, run.lost_bytes)) volume.log().line("err: nothing to pull from $J");
+    run.meter->count(phase::read, run.journal->size(), 0);
     return true;
 }

@@ -58,12 +58,15 @@ private:
     void* data_ = nullptr;
 };
 
-// ---- Standard error ----------------------------------------------------------------------------------------------
+// ---- Standard streams --------------------------------------------------------------------------------------------
 
 // Lets the console of standard error obey escape sequences. The result is the mode to restore, 0 when none was changed.
 [[nodiscard]] std::uint32_t enable_terminal_sequences();
 void restore_console(std::uint32_t mode);
 void write_error(std::string_view text);
+
+enum class standard_stream { output, error };
+[[nodiscard]] bool is_terminal(standard_stream stream);
 
 // ---- Paths -------------------------------------------------------------------------------------------------------
 

@@ -158,6 +158,10 @@ void restore_console(std::uint32_t /*mode*/) {}
 
 void write_error(std::string_view text) { (void)write_all(STDERR_FILENO, text); }
 
+bool is_terminal(standard_stream stream) {
+    return isatty(stream == standard_stream::output ? STDOUT_FILENO : STDERR_FILENO) != 0;
+}
+
 // ---- Paths -------------------------------------------------------------------------------------------------------
 
 path_kind kind_of(const std::string& path) {

@@ -39,6 +39,12 @@ std::wstring text_from(system_call call) {
     }
 }
 
+bool is_terminal(standard_stream stream) {
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(stream == standard_stream::output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE),
+                          &mode) != FALSE;
+}
+
 // ---- Paths ----
 
 std::wstring full_path(const std::wstring& path) {

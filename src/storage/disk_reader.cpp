@@ -100,7 +100,9 @@ bool disk_reader::read_at(std::uint64_t offset, std::span<std::uint8_t> into, st
         if (offset >= size) return false;
         into = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), size - offset)));
     }
-    return read_aligned(offset, into, got) && got != 0;
+    if (!read_aligned(offset, into, got)) return false;
+    bytes_read_ += got;
+    return got != 0;
 }
 
 // Whole sectors go straight into the caller's buffer, anything else through one of our own.

@@ -32,6 +32,7 @@ public:
     // error.
     [[nodiscard]] bool read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got);
 
+    [[nodiscard]] std::uint64_t bytes_read() const { return bytes_read_; }  // by all calls of read_at so far
     [[nodiscard]] std::uint64_t disk_size() const { return is_open() ? source_->size() : 0; }  // bytes; 0: unknown
 
     // Where the source has bytes of its own at or behind `offset`; between, a sparse image reads as zeros. False when
@@ -45,4 +46,5 @@ private:
 
     std::unique_ptr<byte_source> source_;
     std::vector<std::uint8_t> bounce_;
+    std::uint64_t bytes_read_ = 0;
 };

@@ -1,7 +1,9 @@
 """Runs that work: run header, table, results file, progress, log; and the sources, which no run may change."""
 import datetime
+import contextlib
 import os
 import re
+import subprocess
 
 import pytest
 
@@ -63,11 +65,27 @@ def test_results_file_permissions_and_link(lorq):
 @pytest.mark.parametrize("arguments, pattern", [
     ([], f"({re.escape(CLEAR)})+"),
     (["-quiet"], ""),
-    (["-quiet", "-profile"], r"->\d+(\.\d+)?(e-\d+)? secs\n"),
+    (["-quiet", "-profile"], r"->[\d.e-]+ secs\n->read: [\d.e-]+ secs, 1 records, 4096 bytes\n->decode: [\d.e-]+ secs, "
+     r"1 records, 4096 bytes\n(->(carve|resolve|order): 0 secs, 0 records, 0 bytes\n){3}->write: .*, 1 records, \d+ bytes\n"),
     (["-quiet", "-show_dir_path"], re.escape(CLEAR) + r"prob no usable \$MFT, paths not resolved\n"),
 ])
 def test_standard_error(lorq, arguments, pattern):
     assert re.fullmatch(pattern, lorq("-file", "j", *arguments).err)
+
+
+@linux_only
+def test_progress_on_a_terminal(lorq, make):
+    journal = make("--records", "500000", "--closed", "100")
+    ours, theirs = os.openpty()
+    with open(ours, "rb", buffering=0) as screen:
+        with subprocess.Popen([*lorq.command, "-file", journal, "-xml", "-out", "x"], cwd=lorq.folder, stderr=theirs):
+            os.close(theirs)
+            shown = ""
+            with contextlib.suppress(OSError):  # which is how a terminal that nobody writes to ends
+                while piece := screen.read(4096):
+                    shown += piece.decode()
+    assert re.search(re.escape(CLEAR) + r"writing: \d+ of 500000 records\r", shown)
+    assert shown.endswith(CLEAR + CLEAR)
 
 
 def test_diagnostic_log(lorq):

@@ -24,7 +24,7 @@ struct carving {
     // "name@cluster+byte", in order of arrival.
     [[nodiscard]] std::string found(std::uint64_t unit) const {
         std::string text;
-        ordered_reader records(journal);
+        ordered_reader records(journal, *run.meter);
         journal_entry entry;
         while (records.next(entry)) {
             text += (text.empty() ? "" : " ") + std::string(entry.name.begin(), entry.name.end()) + "@" +
@@ -148,7 +148,7 @@ TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
     EXPECT_TRUE(on.found(512).ends_with("r@410+384 r@410+448 r@411+0 r@411+0 l@415+0")) << on.found(512);
     EXPECT_EQ(std::to_string(on.run.lost_bytes) + on.shown, "0analyzing entry 0\n");
     const std::string none = "00000000-0000-0000-0000-000000000000", copy = "3808876b-c176-4e48-b7ae-04046e6cc752";
-    ordered_reader records(on.journal);
+    ordered_reader records(on.journal, *on.run.meter);
     journal_entry entry;
     ASSERT_TRUE(records.next(entry));
     EXPECT_EQ(entry.snapshot_label, "SnapID: " + none);

@@ -31,7 +31,8 @@ TEST(JournalCollection, KeepsKeyOrderAndArrivalAmongEquals) {
             }
             std::ranges::stable_sort(expected, {}, &std::pair<std::uint64_t, std::int64_t>::first);
             ASSERT_EQ(journal.size(), count);
-            ordered_reader records(journal);
+            run_meter meter;
+            ordered_reader records(journal, meter);
             for (std::size_t i = 0; i < count; ++i) {
                 ASSERT_TRUE(records.next(entry));
                 ASSERT_EQ(std::pair(entry.timestamp, entry.usn), expected[i]) << &shape - shapes << " at " << i;
@@ -62,7 +63,8 @@ TEST(JournalCollection, GivesBackWhatWasPutIn) {
     constexpr std::size_t count = 20'000;  // several blocks of memory
     journal_collection journal;
     for (std::size_t i = 0; i < count; ++i) journal.add(make(i));
-    ordered_reader records(journal);
+    run_meter meter;
+    ordered_reader records(journal, meter);
     journal_entry got;
     for (std::size_t i = 0; i < count; ++i) {
         ASSERT_TRUE(records.next(got));

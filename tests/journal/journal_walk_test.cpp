@@ -15,7 +15,8 @@ bytes record_named(const char16_t* name, std::uint64_t timestamp = 133'485'408'0
 // What the collection holds, in order: name and offset of each, "v4" for no name, "-" for one that failed its checks.
 std::string in_order(journal_collection& journal) {
     std::string out;
-    ordered_reader records(journal);
+    run_meter meter;
+    ordered_reader records(journal, meter);
     journal_entry entry;
     while (records.next(entry)) {
         const std::string name(entry.name.begin(), entry.name.end());

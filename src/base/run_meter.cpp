@@ -1,0 +1,59 @@
+#include "base/run_meter.h"
+
+#include "base/format_text.h"
+
+#include <utility>
+
+namespace {
+
+constexpr std::chrono::milliseconds between_lines{200};
+
+}  // namespace
+
+void run_meter::measure() {
+    measuring_ = true;
+    since_ = clock::now();
+}
+
+phase run_meter::change_to(phase next) {
+    const clock::time_point now = clock::now();
+    tallies_[static_cast<std::size_t>(phase_)].time += now - std::exchange(since_, now);
+    return std::exchange(phase_, next);
+}
+
+void run_meter::count(phase in, std::uint64_t records, std::uint64_t bytes) {
+    tally& of = tallies_[static_cast<std::size_t>(in)];
+    of.records += records;
+    of.bytes += bytes;
+}
+
+void run_meter::redraw_with(redraw_sink sink) {
+    redraw_ = std::move(sink);
+    redraw_at_ = clock::now() + between_lines;
+}
+
+void run_meter::tell(const char* what, std::uint64_t done, std::uint64_t total, const char* unit) {
+    if (redraw_ == nullptr) return;
+    const clock::time_point now = clock::now();
+    if (now < redraw_at_) return;
+    redraw_at_ = now + between_lines;
+    line_shown_ = true;
+    redraw_(format_text("%s: %llu of %llu %s", what, static_cast<unsigned long long>(done),
+                        static_cast<unsigned long long>(total), unit));
+}
+
+void run_meter::wipe() {
+    if (std::exchange(line_shown_, false)) redraw_("");
+}
+
+std::vector<std::string> run_meter::lines() const {
+    constexpr std::array names = {"read", "decode", "carve", "resolve", "order", "write"};
+    std::vector<std::string> lines;
+    for (std::size_t i = 0; measuring_ && i < names.size(); ++i) {
+        const tally& of = tallies_[i];
+        lines.push_back(format_text(
+            "%s: %g secs, %llu records, %llu bytes", names[i], std::chrono::duration<double>(of.time).count(),
+            static_cast<unsigned long long>(of.records), static_cast<unsigned long long>(of.bytes)));
+    }
+    return lines;
+}
