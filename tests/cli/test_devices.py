@@ -6,17 +6,15 @@ import subprocess
 import pytest
 
 from conftest import FAILED, WINDOWS, as_root, linux_only
+from test_volumes import volume  # noqa: F401
 
 
 @linux_only
 @as_root
-def test_a_volume_is_read_under_each_of_its_names(lorq):
+def test_a_volume_is_read_under_each_of_its_names(lorq, volume):
     folder = os.environ["LORQ_DEVICE_FOLDER"]
     os.makedirs(folder, exist_ok=True)
-    lorq.write("v", b"")
-    subprocess.run([os.environ["LORQ_MAKER"], "--records", "500", "made"], cwd=lorq.folder, check=True)
-    subprocess.run([os.environ["LORQ_VOLUME_MAKER"], "--journal", "made", "v"], cwd=lorq.folder, check=True,
-                   stdout=subprocess.DEVNULL)
+    volume("", records=500)
     nodes = [os.path.join(folder, name) for name in ("w:", "HarddiskVolumeShadowCopy96")]
     for node in nodes:
         os.symlink(lorq.path("v"), node)

@@ -89,9 +89,8 @@ void make(const corpus& to) {
     to.add("carving_scan", {chain, behind(poked<std::uint64_t>(bytes(9), 1, 0x1000), seed::journal())});
     ntfs_image_builder tiny{.cluster_size = 512, .clusters = 16, .mft_clusters = 12};
     tiny.build();
-    for (std::uint32_t entry = 0; entry < 6; ++entry) {
-        if (entry != 0) tiny.put(entry, {.attributes = {attribute_list({list_entry(0x80, 2, 0)})}});
-        poke<std::uint32_t>(tiny.image, tiny.offset_of_record(entry) + mft_record::own_number, entry);
+    for (std::uint32_t entry = 1; entry < 6; ++entry) {
+        tiny.put(entry, {.attributes = {attribute_list({list_entry(0x80, 2, 0)})}});
     }
     to.add("mount", {behind({0}, tiny.image), behind({2}, tiny.image), behind({0}, part_of(made.image, 0, 6144))});
     std::vector<bytes> records;

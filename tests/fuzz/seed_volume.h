@@ -7,34 +7,12 @@
 namespace seed {
 
 inline constexpr std::uint64_t home = 24;
-inline constexpr std::uint64_t file_time = 130'000'000'000'000'000;
-
-inline bytes named_value(std::uint64_t parent, std::u16string_view name) {
-    bytes value = name_attribute(name).value;
-    poke<std::uint64_t>(value, file_name_value::parent, parent);
-    for (std::size_t i = 0; i < 4; ++i) poke<std::uint64_t>(value, file_name_value::created + 8 * i, file_time + i);
-    return value;
-}
-
-inline made_attribute name_in_directory(std::uint64_t parent, std::u16string_view name) {
-    return {.type = attribute_type::file_name, .value = named_value(parent, name)};
-}
-
-inline bytes index_entry_of(std::uint64_t entry, std::uint64_t parent, std::u16string_view name) {
-    bytes out(index_entry::key);
-    append(out, named_value(parent, name));
-    poke<std::uint16_t>(out, index_entry::key_length, static_cast<std::uint16_t>(out.size() - index_entry::key));
-    out.resize((out.size() + 7) / 8 * 8);
-    poke<std::uint64_t>(out, index_entry::reference, reference(entry, 1));
-    poke<std::uint16_t>(out, index_entry::length, static_cast<std::uint16_t>(out.size()));
-    return out;
-}
 
 // From the header to the end of its space: an entry in use, the last one, and what a deleted one left behind.
 inline bytes node_with_remnant(std::uint32_t first = 16) {
     bytes node(first);
     append(node, index_entry_of(40, reference(home, 1), u"kept.txt"));
-    append(node, poked(poked<std::uint16_t>(bytes(16), index_entry::length, 16), index_entry::flags, std::uint16_t{2}));
+    append(node, last_index_entry());
     poke<std::uint32_t>(node, index_node_header::first_entry, first);
     poke<std::uint32_t>(node, index_node_header::total_size, static_cast<std::uint32_t>(node.size()));
     append(node, index_entry_of(41, reference(home, 1), u"gone.txt"));
@@ -80,7 +58,7 @@ inline constexpr std::size_t catalog_space = 8192;
 inline void put_directories(ntfs_image_builder& made) {
     const auto directory = [&](std::uint64_t entry, std::uint64_t parent, std::u16string_view name,
                                std::vector<made_attribute> index) {
-        index.insert(index.begin(), name_in_directory(reference(parent, 1), name));
+        index.insert(index.begin(), name_attribute(name, reference(parent, 1)));
         made.put(entry,
                  {.attributes = std::move(index), .flags = mft_record::flag_in_use | mft_record::flag_directory});
     };
@@ -113,11 +91,11 @@ inline ntfs_image_builder volume() {
     made.write(std::size_t{190} * 512, bitmap);
     made.put(6, {.attributes = {{.runs = run_list({{190, 1}}), .real_size = bitmap.size()}}});
     put_directories(made);
-    made.put(13, {.attributes = {name_in_directory(reference(12, 1), u"{3808876b-c176-4e48-b7ae-04046e6cc752}"),
+    made.put(13, {.attributes = {name_attribute(u"{3808876b-c176-4e48-b7ae-04046e6cc752}", reference(12, 1)),
                                  {.runs = run_list({{catalog_lcn, 16}}), .real_size = 1024}}});
     made.write(catalog_lcn * 512, catalog());
     made.put(14, {.attributes = {{.runs = run_list({{400, 8}, {hole, 2}, {430, 8}}), .real_size = 4096}}});
-    made.put(16, {.attributes = {name_in_directory(reference(11, 1), u"$UsnJrnl"),
+    made.put(16, {.attributes = {name_attribute(u"$UsnJrnl", reference(11, 1)),
                                  attribute_list({list_entry(0x80, 17, 3)}),
                                  {.name = u"$Max", .value = bytes(32)}}});
     made.put(17, {.attributes =
@@ -126,14 +104,12 @@ inline ntfs_image_builder volume() {
     const bytes records = journal();
     made.write(std::size_t{340} * 512, {records.begin(), records.begin() + 4096});
     made.write(std::size_t{350} * 512, {records.begin() + 4096, records.end()});
-    made.put(40, {.attributes = {name_in_directory(reference(home, 1), u"kept.txt"),
+    made.put(40, {.attributes = {name_attribute(u"kept.txt", reference(home, 1)),
                                  {.runs = run_list({{380, 2}}), .real_size = 600}}});
     const bytes record = usn_record_builder{}.build();
     for (const std::size_t at : {381 * 512U + 88U, 400 * 512U, 430 * 512U, 450 * 512U}) made.write(at, record);
     for (std::uint64_t entry = 0; entry < 48; ++entry) {
         poke<std::uint16_t>(made.image, made.offset_of_record(entry) + mft_record::sequence_number, 1);
-        poke<std::uint32_t>(made.image, made.offset_of_record(entry) + mft_record::own_number,
-                            static_cast<std::uint32_t>(entry));
     }
     return made;
 }

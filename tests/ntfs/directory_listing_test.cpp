@@ -8,20 +8,8 @@
 namespace {
 
 constexpr std::uint64_t home = reference(30, 1);
-constexpr std::uint64_t moment = 130'000'000'000'000'000;
-
-// A whole entry of a file in `home`; its times are `moment` and the three that follow.
 bytes entry_of(std::uint64_t entry, std::size_t name_length = 3) {
-    bytes key = name_attribute(std::u16string(name_length, u'n')).value;
-    poke<std::uint64_t>(key, file_name_value::parent, home);
-    for (std::size_t i = 0; i < 4; ++i) poke<std::uint64_t>(key, file_name_value::created + 8 * i, moment + i);
-    bytes out(index_entry::key);
-    append(out, key);
-    out.resize((out.size() + 7) / 8 * 8);
-    poke<std::uint64_t>(out, index_entry::reference, reference(entry, 1));
-    poke<std::uint16_t>(out, index_entry::length, static_cast<std::uint16_t>(out.size()));
-    poke<std::uint16_t>(out, index_entry::key_length, static_cast<std::uint16_t>(key.size()));
-    return out;
+    return index_entry_of(entry, home, std::u16string(name_length, u'n'));
 }
 
 std::string starts_in(const bytes& slack) {
@@ -100,8 +88,8 @@ std::string listed(const bytes& node, bool look_into_slack = true) {
         const std::string number = " " + std::to_string(file.reference & 0xFF);
         if (file.where == listed_in::index) text += number;
         if (file.where == listed_in::slack) text += " (" + number.substr(1) + ")";
-        const bool times = file.times.created == moment && file.times.accessed == moment + 3 &&
-                           file.times.modified == moment + 1 && file.times.mft_changed == moment + 2;
+        const bool times = file.times.created == made_file_time && file.times.modified == made_file_time + 1 &&
+                           file.times.mft_changed == made_file_time + 2 && file.times.accessed == made_file_time + 3;
         EXPECT_EQ(times, file.where != listed_in::nowhere);
     }
     return text;
@@ -130,19 +118,12 @@ TEST(DirectoryListing, EntriesInUseAndRemnants) {
     EXPECT_EQ(listed(bytes(node.begin(), node.begin() + second + 80), false), "! 41");  // the space ends in the second
 }
 
-// Records with sequence number 1.
-void put(ntfs_image_builder& made, std::uint64_t entry, const std::vector<made_attribute>& attributes,
-         std::uint16_t flags) {
-    made.put(entry, {.attributes = attributes, .flags = flags});
-    poke<std::uint16_t>(made.image, made.offset_of_record(entry) + mft_record::sequence_number, 1);
-}
-
 TEST(DirectoryListing, ParentThatIsThereReusedOrNoDirectory) {
     ntfs_image_builder made;
     made.build();
-    put(made, 30, {name_attribute(u"home"), index_root({40})}, 3);
-    put(made, 31, {name_attribute(u"empty"), index_root({})}, 3);
-    put(made, 32, {name_attribute(u"file"), index_root({40})}, 1);
+    made.put(30, {.attributes = {name_attribute(u"home"), index_root({40})}, .flags = 3, .sequence = 1});
+    made.put(31, {.attributes = {name_attribute(u"empty"), index_root({})}, .flags = 3, .sequence = 1});
+    made.put(32, {.attributes = {name_attribute(u"file"), index_root({40})}, .flags = 1, .sequence = 1});
     opened_volume opened(made.image);
     ASSERT_TRUE(opened.volume.mount());
     for (const auto& [parent, expected] : {std::pair{reference(30, 1), "1 lists it"},
@@ -171,7 +152,9 @@ TEST(DirectoryListing, IndexesThatClaimTheWholeVolume) {
                                     .name = u"$I30",
                                     .runs = run_list({{1, 1U << 30U}}),
                                     .real_size = 4096};
-    for (std::uint64_t i = 30; i < 34; ++i) put(made, i, {name_attribute(u"home"), index_root({40}), everything}, 3);
+    for (std::uint64_t i = 30; i < 34; ++i) {
+        made.put(i, {.attributes = {name_attribute(u"home"), index_root({40}), everything}, .flags = 3, .sequence = 1});
+    }
     opened_volume opened(made.image);
     ASSERT_TRUE(opened.volume.mount());
     mft_entries_ctx context(opened.volume, false);

@@ -16,10 +16,7 @@ struct tree {
     }
     void add(std::uint64_t entry, std::u16string_view name, std::uint64_t parent, std::uint16_t flags = 3,
              std::uint16_t sequence = 1) {
-        made_attribute one = name_attribute(name);
-        poke<std::uint64_t>(one.value, file_name_value::parent, parent);
-        made.put(entry, {.attributes = {one}, .flags = flags});
-        poke<std::uint16_t>(made.image, made.offset_of_record(entry) + mft_record::sequence_number, sequence);
+        made.put(entry, {.attributes = {name_attribute(name, parent)}, .flags = flags, .sequence = sequence});
     }
     std::string path(std::uint64_t directory) {
         if (!opened) {
@@ -61,9 +58,8 @@ TEST(DirectoryPath, UpToTheRootOrToWhereTheChainIsBroken) {
     made.add(59, u"", root);
     made.add(60, u"in nameless", reference(59, 1));
     // The parent is that of the first name, the name the first that is not for DOS alone.
-    made_attribute dos = name_attribute(u"SHORT", name_space::dos);
-    poke<std::uint64_t>(dos.value, file_name_value::parent, reference(40, 1));
-    made.made.put(61, {.attributes = {dos, name_attribute(u"long one", name_space::win32)}, .flags = 3});
+    const made_attribute dos = name_attribute(u"SHORT", reference(40, 1), name_space::dos);
+    made.made.put(61, {.attributes = {dos, name_attribute(u"long one", 0, name_space::win32)}, .flags = 3});
     made.made.put(62, {.attributes = {dos}, .flags = 3});
     for (const auto& [directory, path] : {std::pair{root, ""},
                                           {reference(42, 1), "a\\b\\\u4E2D\\"},

@@ -15,12 +15,11 @@ struct lost_mft {
     }
     void put(std::uint64_t lcn, std::uint32_t entry, std::u16string_view name, std::uint16_t sequence = 1,
              std::uint16_t flags = 1) {
-        made_attribute named = name_attribute(name);
-        poke<std::uint64_t>(named.value, file_name_value::parent, root_entry_number);
-        bytes record = made_record{.attributes = {named}, .flags = flags}.build(1024);
-        poke<std::uint32_t>(record, mft_record::own_number, entry);
-        poke<std::uint16_t>(record, mft_record::sequence_number, sequence);
-        made.write(static_cast<std::size_t>(lcn) * made.cluster_size, record);
+        const made_record record{.attributes = {name_attribute(name, root_entry_number)},
+                                 .flags = flags,
+                                 .sequence = sequence,
+                                 .number = entry};
+        made.write(static_cast<std::size_t>(lcn) * made.cluster_size, record.build(1024));
     }
     ntfs_image_builder made;
 };

@@ -114,9 +114,9 @@ struct tree : opened_volume {
         put(5, {index_root({5, 30, 31, 34, 35, 36, 37, 38, 60})});  // 60 has no record
         put(30, {name_attribute(u"Docs"), index_root({40, 41, 42})});
         put(31, {name_attribute(u"$Extend"), index_root({42})});
-        put(40, {name_attribute(u"LONGNA~1.TXT", name_space::dos), name_attribute(u"Long name.txt")});
+        put(40, {name_attribute(u"LONGNA~1.TXT", 0, name_space::dos), name_attribute(u"Long name.txt")});
         put(41, {attribute_list({list_entry(attribute_type::file_name, 43, 0)})});
-        put(42, {name_attribute(u"$UsnJrnl", name_space::posix)});
+        put(42, {name_attribute(u"$UsnJrnl", 0, name_space::posix)});
         made.put(43, {.attributes = {name_attribute(u"in extension")}, .base = 41});
         put(34, {name_attribute(u"junction"), link(0xA0000003, u"C:\\Docs")});
         put(35, {name_attribute(u"absolute"), link(0xA000000C, u"\\docs")});

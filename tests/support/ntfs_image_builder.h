@@ -102,14 +102,18 @@ struct made_record {
     std::uint16_t flags = mft_record::flag_in_use;
     std::uint64_t base = 0;
     std::uint16_t sequence_array = 48;  // 42 in the older header
+    std::uint16_t sequence = 0;
+    std::uint32_t number = 0;
 
     [[nodiscard]] bytes build(std::size_t size) const {
         bytes out((sequence_array + 2 * (size / update_sequence_stride + 1) + 7) / 8 * 8);
         poke<std::uint32_t>(out, multi_sector_header::signature, signature_file);
         poke<std::uint16_t>(out, mft_record::first_attribute, static_cast<std::uint16_t>(out.size()));
+        poke<std::uint16_t>(out, mft_record::sequence_number, sequence);
         poke<std::uint16_t>(out, mft_record::flags, flags);
         poke<std::uint32_t>(out, mft_record::bytes_allocated, static_cast<std::uint32_t>(size));
         poke<std::uint64_t>(out, mft_record::base_reference, base);
+        if (sequence_array >= 48) poke<std::uint32_t>(out, mft_record::own_number, number);
         for (const made_attribute& one : attributes) append(out, one.build());
         append(out, bytes(8, 0xFF));
         if (out.size() > size) throw std::length_error("the attributes do not fit the record");
@@ -134,12 +138,31 @@ inline made_attribute attribute_list(const std::vector<bytes>& entries) {
     return list;
 }
 
-inline made_attribute name_attribute(std::u16string_view name, std::uint8_t space = name_space::win32_and_dos) {
+// In a name: when the file was created; the other three times follow it.
+inline constexpr std::uint64_t made_file_time = 130'000'000'000'000'000;
+
+inline made_attribute name_attribute(std::u16string_view name, std::uint64_t parent = 0,
+                                     std::uint8_t space = name_space::win32_and_dos) {
     made_attribute made{.type = attribute_type::file_name, .value = bytes(file_name_value::name + name.size() * 2)};
+    poke<std::uint64_t>(made.value, file_name_value::parent, parent);
+    for (std::size_t i = 0; i < 4; ++i) {
+        poke<std::uint64_t>(made.value, file_name_value::created + 8 * i, made_file_time + i);
+    }
     poke<std::uint8_t>(made.value, file_name_value::name_length, static_cast<std::uint8_t>(name.size()));
     poke<std::uint8_t>(made.value, file_name_value::name_space, space);
     std::memcpy(made.value.data() + file_name_value::name, name.data(), name.size() * 2);
     return made;
+}
+
+inline bytes index_entry_of(std::uint64_t entry, std::uint64_t parent, std::u16string_view name) {
+    const bytes key = name_attribute(name, parent).value;
+    bytes out(index_entry::key);
+    append(out, key);
+    out.resize((out.size() + 7) / 8 * 8);
+    poke<std::uint64_t>(out, index_entry::reference, reference(entry, 1));
+    poke<std::uint16_t>(out, index_entry::length, static_cast<std::uint16_t>(out.size()));
+    poke<std::uint16_t>(out, index_entry::key_length, static_cast<std::uint16_t>(key.size()));
+    return out;
 }
 
 inline bytes last_index_entry() {
@@ -213,7 +236,8 @@ struct ntfs_image_builder {
     [[nodiscard]] std::size_t offset_of_record(std::uint64_t entry) const {
         return std::size_t{mft_lcn} * cluster_size + static_cast<std::size_t>(entry) * record_size;
     }
-    void put(std::uint64_t entry, const made_record& record) {
+    void put(std::uint64_t entry, made_record record) {
+        record.number = static_cast<std::uint32_t>(entry);
         write(offset_of_record(entry), record.build(record_size));
     }
     void write(std::size_t at, const bytes& content) { std::ranges::copy(content, image.data() + at); }
