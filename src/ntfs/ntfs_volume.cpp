@@ -204,7 +204,7 @@ record_state ntfs_volume::read_record(std::uint64_t entry_number, std::vector<st
         case record_kind::bad_record: log_.line("err: fixup_mft type: BAAD"); return record_state::marked_bad;
         case record_kind::none: break;
     }
-    return record_state::unreadable;
+    return record_state::no_record;
 }
 
 bool ntfs_volume::read_volume(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) {
