@@ -47,8 +47,8 @@ bool ntfs_volume::open_mft_file(const std::string& path) {
     return opened.open(path, reader_mode::image_file) && open_mft_file(std::move(opened));
 }
 
-bool ntfs_volume::open_mft_file(disk_reader opened) {
-    open_volume(std::move(opened), 0);
+bool ntfs_volume::open_mft_file(disk_reader reader) {
+    open_volume(std::move(reader), 0);
     clusters_readable_ = false;
     geometry_ = default_geometry;
     record_size_ = geometry_.record_size;

@@ -370,9 +370,8 @@ std::optional<std::string> identity_of(const std::string& path) {
 }
 
 bool is_raw_device(const std::string& path) {
-    STORAGE_DEVICE_NUMBER number{};
     const owned_handle handle = kind_of_target(path) == path_kind::other ? open_to_ask(path, 0) : owned_handle();
-    return handle != nullptr && ask_device(handle.get(), IOCTL_STORAGE_GET_DEVICE_NUMBER, number);
+    return handle != nullptr && GetFileType(handle.get()) == FILE_TYPE_DISK;
 }
 
 std::string backing_file(const std::string& /*path*/) { return {}; }

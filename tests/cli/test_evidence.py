@@ -8,7 +8,7 @@ import subprocess
 
 import pytest
 
-from conftest import FAILED, WINDOWS, as_root, linux_only
+from conftest import FAILED, RUNNER, WINDOWS, as_root, linux_only
 from journal import PAGE, page, record
 from test_failures import said
 from test_volumes import MAKER, MIB
@@ -31,7 +31,7 @@ def failing(**faults):
 
 def make_volume(lorq, options="--size 4M"):
     """The volume `v` with the journal `made`; where the journal begins in it."""
-    subprocess.run([os.environ["LORQ_MAKER"], "--records", "200", "made"], cwd=lorq.folder, check=True)
+    subprocess.run([*RUNNER, os.environ["LORQ_MAKER"], "--records", "200", "made"], cwd=lorq.folder, check=True)
     runs = subprocess.run([MAKER, *options.split(), "--files", "20", "--journal", "made", "v"], cwd=lorq.folder,
                           check=True, stdout=subprocess.PIPE).stdout
     return int(runs.split()[1]) * PAGE
