@@ -52,7 +52,7 @@ using search = std::unique_ptr<ntfs_attr_search_ctx, closer<ntfs_attr_put_search
 using run = runlist_element;
 
 struct name {
-    name(std::string_view text) : units(text.begin(), text.end()), size(static_cast<u8>(text.size())) {}
+    explicit name(std::string_view text) : units(text.begin(), text.end()), size(static_cast<u8>(text.size())) {}
     std::vector<ntfschar> units;
     u8 size;
 };

@@ -42,6 +42,7 @@ evidence_guard::evidence_guard(const argument_list& arguments) {
 }
 
 bool evidence_guard::is_source(const std::string& native_path) const {
+    if (platform::is_raw_device(native_path)) return true;
     const std::optional<std::string> identity = platform::identity_of(native_path);
     return identity && std::ranges::any_of(sources_, [&](const std::string& source) {
                return platform::identity_of(source) == identity;
@@ -51,6 +52,7 @@ bool evidence_guard::is_source(const std::string& native_path) const {
 void evidence_guard::add(const std::string& path) {
     if (path.empty() || std::ranges::find(sources_, path) != sources_.end()) return;
     sources_.push_back(path);
+    add(platform::backing_file(path));
 }
 
 // Every place counts, also where the value of one is the next option's name. Volumes are read through their device

@@ -16,7 +16,8 @@ public:
     // before.
     explicit evidence_guard(const argument_list& arguments);
 
-    // Whether a path leads to one of the sources, by the file that it leads to and not by its name.
+    // Whether a path leads to one of the sources, by the file that it leads to and not by its name; so does every raw
+    // device, which may hold one.
     [[nodiscard]] bool is_source(const std::string& native_path) const;
 
     // The files and device nodes that would be read.

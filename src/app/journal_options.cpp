@@ -23,8 +23,12 @@ public:
         }
         const auto file = std::make_shared<uni::output_file>();
         if (!file->open(path, false, true)) return false;
-        // Nothing is buffered: a line is in the file when this returns. A log that cannot grow does not end a run.
-        log_.open([file](std::string_view text) { (void)file->append_text("->" + std::string(text) + "\n"); });
+        // Nothing is buffered: a line is in the file when this returns. A log that cannot grow does not end a run, but
+        // the user is told, once.
+        log_.open([file, path, &status = status_](std::string_view text) {
+            if (file->failed() || file->append_text("->" + std::string(text) + "\n")) return;
+            status.report_problem("prob writing file %s, log is off\n", path.c_str());
+        });
         log_.line(first_line);
         return true;
     }

@@ -43,11 +43,17 @@ bool open_results(uni::output_file& results, const cmd_params& settings, uni::st
     return results.make_stream() != nullptr;
 }
 
+// A file whose folder was removed takes every byte and is gone when it is closed.
+bool is_still_there(const cmd_params& settings) {
+    const std::string path = platform::native_results_path(settings.results_path);
+    return path.empty() || platform::kind_of_target(path) != platform::path_kind::absent;
+}
+
 // Closes the results and tells when a byte of them was not taken. A reader that closes its pipe has seen enough: no
 // message.
 bool results_are_whole(uni::output_file& results, const cmd_params& settings, uni::status_line& status) {
     results.close();
-    if (!results.failed()) return true;
+    if (!results.failed() && is_still_there(settings)) return true;
     if (results.reader_closed()) return false;
     if (settings.results_path.empty()) {
         status.report_problem("prob writing to standard output\n");

@@ -68,7 +68,7 @@ private:
 
 bool carve_shadow_stores(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress) {
     if (!volume.mount()) return false;
-    const std::vector<shadow_store> stores = find_shadow_stores(volume);
+    const std::vector<shadow_store> stores = find_shadow_stores(volume, run.lost_bytes);
     const active_pass active(run, carving_pass::shadow_copies);
     store_reader reader(volume, run, progress);
     for (const shadow_store& store : stores) {

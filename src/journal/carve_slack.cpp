@@ -27,7 +27,8 @@ public:
         : volume_(volume), run_(run), receiver_(run), cluster_(volume.cluster_size()) {}
 
     void read(std::uint64_t entry_number) {
-        if (!volume_.load_entry(entry_number, entry_) || belongs_to_another()) return;
+        if (!volume_.load_entry(entry_number, entry_)) return count_if_unreadable(entry_number);
+        if (belongs_to_another()) return;
         for (const attribute& piece : entry_.attributes) {
             ntfs_stream stream;
             if (has_slack(piece) && collect_stream(entry_, piece.type, piece.name, volume_.cluster_size(), stream)) {
@@ -37,6 +38,15 @@ public:
     }
 
 private:
+    // Whose slack it tells is not known then. A damaged record is no record.
+    void count_if_unreadable(std::uint64_t entry_number) {
+        std::vector<std::uint8_t> record;
+        if (volume_.read_record(entry_number, record) == record_state::unreadable &&
+            volume_.record_offset(entry_number)) {
+            run_.lost_bytes += volume_.record_size();
+        }
+    }
+
     // An extension record is looked at together with its base record, when there is one.
     [[nodiscard]] bool belongs_to_another() {
         if (entry_.base_reference == 0) return false;

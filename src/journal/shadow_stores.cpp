@@ -45,8 +45,8 @@ bool is_block_header(byte_view slot) {
     return guid_at(slot, 0) == vss_identifier && slot.value<std::uint32_t>(catalog::block_type) == 2;
 }
 
-// The catalog file's unnamed data; empty when there is none.
-std::vector<std::uint8_t> read_catalog(ntfs_volume& volume) {
+// The catalog file's unnamed data, zeros where it cannot be read; empty when there is none.
+std::vector<std::uint8_t> read_catalog(ntfs_volume& volume, std::uint64_t& lost_bytes) {
     found_path path;
     mft_entry entry;
     ntfs_stream data;
@@ -58,9 +58,14 @@ std::vector<std::uint8_t> read_catalog(ntfs_volume& volume) {
     const std::uint64_t length =
         std::min({data.real_size, end_in_bytes(data.extents, volume.cluster_size()), std::uint64_t{catalog::largest}});
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
-    std::size_t got = 0;
-    if (!volume.read_stream_range(data.extents, 0, bytes, got)) got = 0;
-    bytes.resize(got);
+    const std::size_t cluster = volume.cluster_size();
+    for (std::size_t at = 0; at < bytes.size(); at += cluster) {
+        const auto piece = std::span(bytes).subspan(at, std::min(cluster, bytes.size() - at));
+        std::size_t got = 0;
+        if (!volume.read_stream_range(data.extents, at, piece, got)) got = 0;
+        std::ranges::fill(piece.subspan(got), std::uint8_t{0});
+        lost_bytes += piece.size() - got;
+    }
     return bytes;
 }
 
@@ -108,8 +113,8 @@ std::string guid_text(const guid& id) {
                        unsigned{id[13]}, unsigned{id[14]}, unsigned{id[15]});
 }
 
-std::vector<shadow_store> find_shadow_stores(ntfs_volume& volume) {
-    const std::vector<std::uint8_t> bytes = read_catalog(volume);
+std::vector<shadow_store> find_shadow_stores(ntfs_volume& volume, std::uint64_t& lost_bytes) {
+    const std::vector<std::uint8_t> bytes = read_catalog(volume, lost_bytes);
     std::vector<shadow_store> stores;
     for (auto& [text, store] : parse_catalog(byte_view(bytes))) {
         if (entry_number(store.file_reference) == 0) continue;

@@ -25,5 +25,6 @@ struct shadow_store {
 };
 
 // In the order of the texts of their identifiers; empty when the volume has none. A store whose record names no file is
-// left out: entry 0 is $MFT, not a store.
-[[nodiscard]] std::vector<shadow_store> find_shadow_stores(ntfs_volume& volume);
+// left out: entry 0 is $MFT, not a store. `lost_bytes` grows by those of the catalog that cannot be read; what stands
+// in its other clusters is found.
+[[nodiscard]] std::vector<shadow_store> find_shadow_stores(ntfs_volume& volume, std::uint64_t& lost_bytes);

@@ -33,6 +33,7 @@ bool ntfs_volume::load_entry(std::uint64_t entry_number, mft_entry& entry) {
         case record_state::marked_bad:
             log_.line(format_text("err: recd bad %llx", static_cast<ull>(entry_number)));
             return false;
+        case record_state::no_record:
         case record_state::unreadable:
             log_.line(format_text("err: mftfixup %llx", static_cast<ull>(entry_number)));
             return false;

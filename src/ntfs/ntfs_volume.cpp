@@ -47,8 +47,8 @@ bool ntfs_volume::open_mft_file(const std::string& path) {
     return opened.open(path, reader_mode::image_file) && open_mft_file(std::move(opened));
 }
 
-bool ntfs_volume::open_mft_file(disk_reader opened) {
-    open_volume(std::move(opened), 0);
+bool ntfs_volume::open_mft_file(disk_reader reader) {
+    open_volume(std::move(reader), 0);
     clusters_readable_ = false;
     geometry_ = default_geometry;
     record_size_ = geometry_.record_size;
@@ -204,7 +204,7 @@ record_state ntfs_volume::read_record(std::uint64_t entry_number, std::vector<st
         case record_kind::bad_record: log_.line("err: fixup_mft type: BAAD"); return record_state::marked_bad;
         case record_kind::none: break;
     }
-    return record_state::unreadable;
+    return record_state::no_record;
 }
 
 bool ntfs_volume::read_volume(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) {

@@ -24,7 +24,12 @@ struct record_place {
     std::uint64_t offset = 0;  // bytes from the volume's start
 };
 
-enum class record_state : std::uint8_t { good, marked_bad, unreadable };
+enum class record_state : std::uint8_t {
+    good,
+    marked_bad,
+    no_record,
+    unreadable
+};  // no_record: bytes of something else
 
 class ntfs_volume {
 public:

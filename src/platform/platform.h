@@ -80,6 +80,12 @@ enum class path_kind { absent, regular_file, folder, link, other };
 // there.
 [[nodiscard]] std::optional<std::string> identity_of(const std::string& path);
 
+// Whether a path leads to a disk, a partition or a volume as such, not to a file on one.
+[[nodiscard]] bool is_raw_device(const std::string& path);
+
+// The file that a device stands for (a loop device over an image, or a partition of one); empty for any other.
+[[nodiscard]] std::string backing_file(const std::string& path);
+
 // A results path is kept with "\" between its folders; this is the form that the system opens.
 [[nodiscard]] std::string native_results_path(const std::string& path);
 

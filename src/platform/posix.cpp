@@ -84,10 +84,13 @@ void add_carriage_returns(std::string_view text, std::string& out) {
     out.append(text);
 }
 
+std::string notes_on_block_device(dev_t device) {
+    return "/sys/dev/block/" + std::to_string(major(device)) + ':' + std::to_string(minor(device)) + '/';
+}
+
 // One number from the system's notes on a block device; false when there is no such note.
 bool block_device_note(dev_t device, const char* name, std::int64_t& value) {
-    const std::string folder = "/sys/dev/block/" + std::to_string(major(device)) + ':' + std::to_string(minor(device));
-    std::ifstream note(folder + '/' + name);
+    std::ifstream note(notes_on_block_device(device) + name);
     return static_cast<bool>(note >> value);
 }
 
@@ -181,6 +184,22 @@ std::optional<std::string> identity_of(const std::string& path) {
     if (S_ISBLK(status.st_mode)) return "block " + std::to_string(status.st_rdev);
     if (S_ISCHR(status.st_mode)) return "character " + std::to_string(status.st_rdev);
     return "file " + std::to_string(status.st_dev) + ' ' + std::to_string(status.st_ino);
+}
+
+bool is_raw_device(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISBLK(status.st_mode);
+}
+
+std::string backing_file(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISBLK(status.st_mode)) return {};
+    std::string file;
+    for (const char* note : {"loop/backing_file", "../loop/backing_file"}) {
+        std::ifstream text(notes_on_block_device(status.st_rdev) + note);
+        if (std::getline(text, file)) break;
+    }
+    return file;
 }
 
 std::string native_results_path(const std::string& path) {

@@ -375,6 +375,13 @@ std::optional<std::string> identity_of(const std::string& path) {
     return "name " + narrow(name);
 }
 
+bool is_raw_device(const std::string& path) {
+    const owned_handle handle = kind_of_target(path) == path_kind::other ? open_to_ask(path, 0) : owned_handle();
+    return handle != nullptr && GetFileType(handle.get()) == FILE_TYPE_DISK;
+}
+
+std::string backing_file(const std::string& /*path*/) { return {}; }
+
 std::string native_results_path(const std::string& path) { return path; }
 
 std::string device_node(const std::string& path) { return path; }

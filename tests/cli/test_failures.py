@@ -92,16 +92,6 @@ def test_volumes_need_rights(lorq_as_nobody):
     assert HEADER.fullmatch(done.out)
 
 
-@linux_only
-def test_a_full_disk_is_told(lorq):
-    for layout in [], ["-xml"]:
-        done = lorq("-file", "j", "-out", "/dev/full", *layout)
-        assert (done.code, said(done)) == (FAILED, "prob writing results file: \\dev\\full\n")
-    with open("/dev/full", "wb") as full:
-        done = lorq("-file", "j", stdout=full)
-    assert (done.code, said(done)) == (FAILED, "prob writing to standard output\n")
-
-
 def test_pipes_as_source_and_results(lorq):
     if not WINDOWS:  # no size, so nothing in it
         os.mkfifo(lorq.path("fifo"))

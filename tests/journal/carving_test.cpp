@@ -101,10 +101,11 @@ TEST(carve_slack, looks_behind_each_stream_once) {
     append(disk, laid_out(4096, {{8, record_named(u"next")}}));  // another volume
     carving on(disk, 512);
     ASSERT_TRUE(on.disk.volume.mount());
-    on.disk.faults.bad = {{512 + 114 * 4096, 512 + 115 * 4096}};
+    on.disk.faults.bad = {{512 + 114 * 4096, 512 + 115 * 4096},
+                          {512 + 2 * 4096 + 40 * 1024, 512 + 2 * 4096 + 40 * 1024 + 1}};
     EXPECT_TRUE(carve_slack(on.disk.volume, on.run, on.progress));
     EXPECT_EQ(on.found(4096), "r@101+528 r@102+520 r@104+520 r@105+520 r@111+520 r@112+520");
-    EXPECT_EQ(on.run.lost_bytes, 4096U);
+    EXPECT_EQ(on.run.lost_bytes, 4096U + 1024);  // a cluster and a record of $MFT
     EXPECT_EQ(on.shown, "analyzing entry 0 of 64\nanalyzing entry 53 of 64\nanalyzing results - formatting output\n");
 }
 
@@ -147,6 +148,13 @@ TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
     EXPECT_EQ(on.journal.size(), 33U);
     EXPECT_TRUE(on.found(512).ends_with("r@410+384 r@410+448 r@411+0 r@411+0 l@415+0")) << on.found(512);
     EXPECT_EQ(std::to_string(on.run.lost_bytes) + on.shown, "0analyzing entry 0\n");
+
+    carving with_holes(made.image);
+    ASSERT_TRUE(with_holes.disk.volume.mount());
+    with_holes.disk.faults.bad = {{201 * 512, 202 * 512}};  // of the catalog: store 1, at 390, stands there
+    EXPECT_TRUE(carve_shadow_stores(with_holes.disk.volume, with_holes.run, with_holes.progress));
+    EXPECT_TRUE(with_holes.found(512).starts_with("r@400+0 ") && with_holes.found(512).ends_with(" l@415+0"));
+    EXPECT_EQ(with_holes.run.lost_bytes, 512U);
     const std::string none = "00000000-0000-0000-0000-000000000000", copy = "3808876b-c176-4e48-b7ae-04046e6cc752";
     ordered_reader records(on.journal, *on.run.meter);
     journal_entry entry;
