@@ -11,18 +11,28 @@
 #include <array>
 #include <memory>
 #include <span>
-#include <utility>
 #include <vector>
 
 namespace {
+
+// The pairs of one parent, in order of file.
+using group = std::span<const numbered_pair>;
+
+// Of a directory whose index is out of reach.
+struct unread_group {
+    std::uint64_t directory = 0;
+    group files;
+    std::uint32_t path = 0;
+    bool any = false;  // something lies in it
+};
 
 class path_resolution {
 public:
     path_resolution(usnjrnl_context& run, ntfs_volume& mft_source)
         : context_(mft_source, run.pull_times),
           journal_(*run.journal),
-          with_times_(run.pull_times),
-          pairs_(journal_.size()) {}
+          meter_(*run.meter),
+          with_times_(run.pull_times) {}
 
     void run() {
         number_pairs();
@@ -34,85 +44,112 @@ public:
     }
 
 private:
-    // The pairs of one parent, in order of file.
-    using group = std::span<const std::uint32_t>;
-
     void number_pairs() {
-        std::vector<std::uint32_t> pair_of_record(journal_.size());
-        std::array<reference_pair, 256> some;
+        const std::size_t records = journal_.size();
+        reference_pairs pairs(records);
+        block_array<std::uint32_t> pair_of_record;
+        while (pair_of_record.capacity() < records) pair_of_record.add_block();
+        std::array<reference_pair, 1024> some;
         std::array<std::size_t, some.size()> arrivals;
+        std::array<std::uint32_t, some.size()> numbers;
         std::size_t count = 0;
+        std::size_t done = 0;
         const auto number_some = [&] {
-            std::array<std::uint32_t, some.size()> numbers;
-            pairs_.number(std::span(some).first(count), numbers);
+            pairs.number(std::span(some).first(count), numbers);
             for (std::size_t i = 0; i < count; ++i) pair_of_record[arrivals[i]] = numbers[i];
-            count = 0;
+            done += std::exchange(count, 0);
+            meter_.tell("resolving paths", done, records, "records");
         };
         journal_.visit_references([&](std::size_t arrival, const reference_pair& pair) {
             arrivals[count] = arrival;
-            some[count++] = pair;
-            if (count == some.size()) number_some();
+            some[count] = pair;
+            if (++count == some.size()) number_some();
         });
         number_some();
-        ordered_ = pairs_.in_order();
-        found_ = std::make_unique<resolved_paths>(std::move(pair_of_record), ordered_.size(), with_times_);
+        pairs_ = pairs.in_order();
+        found_ = std::make_unique<resolved_paths>(std::move(pair_of_record), pairs_.size(), with_times_);
     }
 
     void resolve_groups() {
         directory_listing listing;
-        for (std::size_t begin = 0; begin < ordered_.size();) {
-            const std::uint64_t reference = pairs_.pairs()[ordered_[begin]].parent;
-            std::size_t end = begin;
-            while (end < ordered_.size() && pairs_.pairs()[ordered_[end]].parent == reference) ++end;
-            resolve_group(reference, group(ordered_).subspan(begin, end - begin), listing);
-            begin = end;
+        for (group rest(pairs_); !rest.empty();) {
+            const std::uint64_t parent = rest.front().pair.parent;
+            const auto end =
+                std::ranges::find_if(rest, [&](const numbered_pair& one) { return one.pair.parent != parent; });
+            const group files(rest.begin(), end);
+            resolve_group(parent, files, listing);
+            meter_.tell("resolving paths", pairs_.size() - rest.size(), pairs_.size(), "files");
+            rest = rest.subspan(files.size());
         }
     }
 
     void resolve_group(std::uint64_t parent, group files, directory_listing& listing) {
         listing.clear();
-        for (const std::uint32_t pair : files) listing.want(pairs_.pairs()[pair].file);
+        for (const numbered_pair& one : files) listing.want(one.pair.file);
         listed_parent found;
-        if (!list_parent_directory(context_, parent, listing, found) || !found.present()) return;
-        if (found.index_out_of_reach) {
-            unread_.push_back({parent, std::exchange(listing, {})});
-            unread_groups_.push_back(files);
-        } else {
-            note_files(parent, files, listing);
+        directory_path path;
+        if (!list_parent_directory(context_, parent, listing, found) || !found.present() ||
+            !context_.paths->build_directory_path(parent, path)) {
+            return;
+        }
+        const std::uint32_t number = found_->add_path(path);
+        if (listing.any()) note_listed(files, number, listing);
+        if (found.index_out_of_reach) unread_.push_back({parent, files, number, listing.any()});
+    }
+
+    // `listing`: of the group's files, in the same order.
+    void note_listed(group files, std::uint32_t path, const directory_listing& listing) {
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            const wanted_file& file = listing.files()[i];
+            const file_status status = file.where == listed_in::index   ? file_status::current
+                                       : file.where == listed_in::slack ? file_status::remnant
+                                                                        : file_status::entry_missing;
+            found_->note(files[i].number, path, status, file.times);
         }
     }
 
     // What only a scan of the whole MFT tells, done once for all.
     void resolve_unread() {
         if (unread_.empty()) return;
-        list_by_mft_scan(context_.source, unread_);
-        for (std::size_t i = 0; i < unread_.size(); ++i) {
-            if (unread_[i].listing.any()) note_files(unread_[i].reference, unread_groups_[i], unread_[i].listing);
-        }
+        const auto wanted = [this](std::uint64_t directory) { return !unread_at(directory).empty(); };
+        const auto meet = [this](std::uint64_t directory, std::uint64_t file, const file_times& times) {
+            for (unread_group& one : unread_at(directory)) note_child(one, file, times);
+        };
+        visit_mft_children(context_.source, wanted, meet, meter_);
     }
 
-    // `listing`: of the group's files, in the same order.
-    void note_files(std::uint64_t parent, group files, const directory_listing& listing) {
-        directory_path path;
-        if (!context_.paths->build_directory_path(parent, path)) return;
-        const std::uint32_t number = found_->add_path(path);
-        for (std::size_t i = 0; i < files.size(); ++i) {
-            const wanted_file& file = listing.files()[i];
-            const file_status status = file.where == listed_in::index   ? file_status::current
-                                       : file.where == listed_in::slack ? file_status::remnant
-                                                                        : file_status::entry_missing;
-            found_->note(files[i], number, status, file.times);
+    // A directory that was met by its reference and without a sequence number has two groups.
+    [[nodiscard]] std::span<unread_group> unread_at(std::uint64_t directory) {
+        if (directory != last_directory_) {  // neighbours in the MFT often lie in one directory
+            const auto order_of = [](const unread_group& one) { return reference_order(one.directory); };
+            const auto found = std::ranges::equal_range(unread_, reference_order(directory), {}, order_of);
+            last_directory_ = directory;
+            last_unread_ = {found.begin(), found.end()};
         }
+        return last_unread_;
+    }
+
+    void note_child(unread_group& in, std::uint64_t file, const file_times& times) {
+        if (!in.any) {
+            for (const numbered_pair& one : in.files) found_->note(one.number, in.path, file_status::entry_missing, {});
+        }
+        in.any = true;
+        const auto order_of = [](const numbered_pair& one) { return reference_order(one.pair.file); };
+        const auto found = std::ranges::lower_bound(in.files, reference_order(file), {}, order_of);
+        if (found == in.files.end() || found->pair.file != file) return;
+        if (found_->status_of(found->number) == file_status::current) return;  // the first entry counts
+        found_->note(found->number, in.path, file_status::current, times);
     }
 
     mft_entries_ctx context_;
     journal_collection& journal_;
+    run_meter& meter_;
     bool with_times_;
-    reference_pairs pairs_;
-    std::vector<std::uint32_t> ordered_;
+    std::vector<numbered_pair> pairs_;
     std::unique_ptr<resolved_paths> found_;
-    std::vector<unread_directory> unread_;
-    std::vector<group> unread_groups_;
+    std::vector<unread_group> unread_;                  // in order of directory
+    std::uint64_t last_directory_ = ~std::uint64_t{0};  // which none has
+    std::span<unread_group> last_unread_;               // those of that directory
 };
 
 }  // namespace

@@ -6,91 +6,91 @@
 #include <array>
 #include <bit>
 #include <chrono>
+#include <memory>
 #include <random>
+#include <utility>
 
 namespace {
 
-// Of the first table: four bytes for eight records. Most journals name a file more often than that.
+// Of the first table: three to six bytes a record. Most journals name a file more often than eight times.
 unsigned first_bits(std::size_t records) {
     return std::clamp(static_cast<unsigned>(std::bit_width(records / 8)), 4U, 30U);
 }
 
 }  // namespace
 
-reference_pairs::reference_pairs(std::size_t records)
-    : table_(std::size_t{1} << first_bits(records), none), shift_(64 - first_bits(records)) {
+reference_pairs::reference_pairs(std::size_t records) {
     const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
     std::mt19937_64 random(static_cast<std::uint64_t>(now));
     parent_factor_ = random() | 1U;
     file_factor_ = random() | 1U;
+    make_table(first_bits(records));
+}
+
+void reference_pairs::make_table(unsigned bits) {
+    const std::size_t size = std::size_t{1} << bits;
+    memory_ = platform::memory_block(size * sizeof(numbered_pair));
+    const auto first = static_cast<numbered_pair*>(memory_.data());
+    std::uninitialized_fill_n(first, size, numbered_pair{{}, none});
+    table_ = {first, size};
+    shift_ = 64 - bits;
 }
 
 void reference_pairs::number(std::span<const reference_pair> pairs, std::span<std::uint32_t> numbers) {
-    constexpr std::size_t batch = 64;  // memory is fetched for all of a batch before any is looked at
-    while (!pairs.empty()) {
-        const auto now = pairs.first(std::min(batch, pairs.size()));
-        std::array<std::size_t, batch> places{};
-        for (std::size_t i = 0; i < now.size(); ++i) {
-            places[i] = first_place_of(now[i]);
-            __builtin_prefetch(&table_[places[i]]);
-        }
-        for (std::size_t i = 0; i < now.size(); ++i) {
-            if (table_[places[i]] != none) __builtin_prefetch(&pairs_[table_[places[i]]]);
-        }
-        for (std::size_t i = 0; i < now.size(); ++i) numbers[i] = number_of(now[i]);
-        pairs = pairs.subspan(now.size());
-        numbers = numbers.subspan(now.size());
+    constexpr std::size_t lead = 24;  // about as many places as a core fetches from memory at once
+    std::array<std::uint64_t, 32> hashes{};
+    static_assert(lead < hashes.size());
+    for (std::size_t i = 0; i < pairs.size() + lead; ++i) {
+        if (i >= lead) numbers[i - lead] = number_of(pairs[i - lead], hashes[(i - lead) % hashes.size()]);
+        if (i >= pairs.size()) continue;
+        const std::uint64_t hash = hash_of(pairs[i]);
+        hashes[i % hashes.size()] = hash;
+        __builtin_prefetch(&table_[static_cast<std::size_t>(hash >> shift_)]);
     }
 }
 
-std::uint32_t reference_pairs::number_of(const reference_pair& pair) {
-    std::size_t place = place_of(pair);
-    if (table_[place] != none) return table_[place];
-    if (pairs_.size() >= table_.size() / 4 * 3) {
+std::uint32_t reference_pairs::number_of(const reference_pair& pair, std::uint64_t hash) {
+    numbered_pair* place = &place_of(pair, hash);
+    if (place->number != none) return place->number;
+    if (count_ >= table_.size() / 2) {
         grow();
-        place = place_of(pair);
+        place = &place_of(pair, hash);
     }
-    table_[place] = static_cast<std::uint32_t>(pairs_.size());
-    pairs_.push_back(pair);
-    return table_[place];
+    *place = {pair, count_};
+    return count_++;
 }
 
-std::size_t reference_pairs::first_place_of(const reference_pair& pair) const {
+std::uint64_t reference_pairs::hash_of(const reference_pair& pair) const {
     // Halves are mixed so that both the entry and the sequence number reach the bits that are kept.
     const std::uint64_t sum =
         (pair.parent ^ pair.parent >> 32U) * parent_factor_ + (pair.file ^ pair.file >> 32U) * file_factor_;
-    return static_cast<std::size_t>((sum ^ sum >> 29U) * file_factor_ >> shift_);
+    return (sum ^ sum >> 29U) * file_factor_;
 }
 
 // Where the pair stands or would stand.
-std::size_t reference_pairs::place_of(const reference_pair& pair) const {
-    std::size_t place = first_place_of(pair);
-    while (table_[place] != none && pairs_[table_[place]] != pair) place = (place + 1) & (table_.size() - 1);
-    return place;
+numbered_pair& reference_pairs::place_of(const reference_pair& pair, std::uint64_t hash) {
+    auto place = static_cast<std::size_t>(hash >> shift_);
+    while (table_[place].number != none && table_[place].pair != pair) place = (place + 1) & (table_.size() - 1);
+    return table_[place];
 }
 
 void reference_pairs::grow() {
-    table_.assign(table_.size() * 2, none);
-    --shift_;
-    for (std::size_t i = 0; i < pairs_.size(); ++i) table_[place_of(pairs_[i])] = static_cast<std::uint32_t>(i);
+    const platform::memory_block old_memory = std::move(memory_);
+    const std::span<const numbered_pair> old = table_;
+    make_table(64 - shift_ + 1);
+    for (const numbered_pair& one : old) {
+        if (one.number != none) place_of(one.pair, hash_of(one.pair)) = one;
+    }
 }
 
-std::vector<std::uint32_t> reference_pairs::in_order() const {
-    struct sort_key {
-        std::uint64_t parent;
-        std::uint64_t file;
-        std::uint32_t number;
-    };
-    std::vector<sort_key> keys;
-    keys.reserve(pairs_.size());
-    for (const reference_pair& pair : pairs_) {
-        keys.push_back(
-            {reference_order(pair.parent), reference_order(pair.file), static_cast<std::uint32_t>(keys.size())});
+std::vector<numbered_pair> reference_pairs::in_order() const {
+    std::vector<numbered_pair> pairs(count_);
+    for (const numbered_pair& one : table_) {
+        if (one.number != none) pairs[one.number] = one;  // the order in which they came is often nearly the order
     }
-    std::ranges::sort(keys, [](const sort_key& a, const sort_key& b) {
-        return a.parent != b.parent ? a.parent < b.parent : a.file < b.file;
+    std::ranges::sort(pairs, [](const numbered_pair& a, const numbered_pair& b) {
+        return a.pair.parent != b.pair.parent ? reference_order(a.pair.parent) < reference_order(b.pair.parent)
+                                              : reference_order(a.pair.file) < reference_order(b.pair.file);
     });
-    std::vector<std::uint32_t> numbers(keys.size());
-    std::ranges::transform(keys, numbers.begin(), &sort_key::number);
-    return numbers;
+    return pairs;
 }

@@ -2,6 +2,8 @@
 // of many times, so what is found out about it is kept once a pair; a record costs one look-up here.
 #pragma once
 
+#include "platform/platform.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -14,6 +16,11 @@ struct reference_pair {
     friend bool operator==(const reference_pair&, const reference_pair&) = default;
 };
 
+struct numbered_pair {
+    reference_pair pair;
+    std::uint32_t number;
+};
+
 class reference_pairs {
 public:
     // For so many records, which sizes the first table.
@@ -22,22 +29,23 @@ public:
     // Gives each pair its number, from 0 on in the order in which they come.
     void number(std::span<const reference_pair> pairs, std::span<std::uint32_t> numbers);
 
-    [[nodiscard]] std::span<const reference_pair> pairs() const { return pairs_; }
-
-    // All numbers, in order of parent, then of file.
-    [[nodiscard]] std::vector<std::uint32_t> in_order() const;
+    // All pairs, in order of parent, then of file.
+    [[nodiscard]] std::vector<numbered_pair> in_order() const;
 
 private:
     static constexpr std::uint32_t none = ~std::uint32_t{0};
 
-    [[nodiscard]] std::size_t first_place_of(const reference_pair& pair) const;
-    [[nodiscard]] std::size_t place_of(const reference_pair& pair) const;
-    [[nodiscard]] std::uint32_t number_of(const reference_pair& pair);
+    void make_table(unsigned bits);
     void grow();
+    [[nodiscard]] std::uint64_t hash_of(const reference_pair& pair) const;
+    [[nodiscard]] numbered_pair& place_of(const reference_pair& pair, std::uint64_t hash);
+    [[nodiscard]] std::uint32_t number_of(const reference_pair& pair, std::uint64_t hash);
 
-    std::vector<reference_pair> pairs_;
-    std::vector<std::uint32_t> table_;  // open addressing, a power of two, at most three quarters full
-    unsigned shift_;                    // of a hash, to a place in the table
-    std::uint64_t parent_factor_;       // drawn anew for each table: no journal can aim at one place
+    // Open addressing, at most half full. The pairs stand in it, so that a look-up waits for one place in memory.
+    platform::memory_block memory_;
+    std::span<numbered_pair> table_;
+    unsigned shift_ = 0;  // of a hash, to a place in the table
+    std::uint32_t count_ = 0;
+    std::uint64_t parent_factor_;  // drawn anew for each table: no journal can aim at one place
     std::uint64_t file_factor_;
 };

@@ -2,6 +2,7 @@
 // every pair of parent and file, the names of directories once. Made by resolve_journal_paths, owned by the collection.
 #pragma once
 
+#include "journal/block_array.h"
 #include "journal/journal_entry.h"
 #include "ntfs/directory_listing.h"
 #include "ntfs/directory_path.h"
@@ -18,13 +19,15 @@ enum class file_status : std::uint8_t { parent_missing, entry_missing, remnant, 
 class resolved_paths {
 public:
     // `pairs`: how many there are; all have lost their parent until something else is noted. Times only when asked for.
-    resolved_paths(std::vector<std::uint32_t> pair_of_record, std::size_t pairs, bool with_times)
+    resolved_paths(block_array<std::uint32_t> pair_of_record, std::size_t pairs, bool with_times)
         : pair_of_record_(std::move(pair_of_record)), outcomes_(pairs), times_(with_times ? pairs : 0), paths_(1) {}
 
     // A number for a path, which many pairs share.
     [[nodiscard]] std::uint32_t add_path(const directory_path& path);
 
     void note(std::uint32_t pair, std::uint32_t path, file_status status, const file_times& times);
+
+    [[nodiscard]] file_status status_of(std::uint32_t pair) const { return outcomes_[pair].status; }
 
     // What composes the paths; the last thing to be given.
     void keep_directories(std::unique_ptr<const directory_path_cache> directories);
@@ -51,7 +54,7 @@ private:
         file_status status = file_status::parent_missing;
     };
 
-    std::vector<std::uint32_t> pair_of_record_;
+    block_array<std::uint32_t> pair_of_record_;
     std::vector<outcome> outcomes_;
     std::vector<file_times> times_;
     std::vector<directory_path> paths_;  // the first stands for no path

@@ -34,13 +34,34 @@ attribute_walk::attribute_walk(byte_view record, std::uint64_t entry_number) : h
 
 bool attribute_walk::next(attribute& out) {
     std::uint32_t type = 0;
-    std::uint32_t length = 0;
     byte_view bytes;
+    if (!step(type, bytes)) return false;
+    take(type, bytes, out);
+    return true;
+}
+
+bool attribute_walk::next_of(std::uint32_t type, attribute& out) {
+    std::uint32_t found = 0;
+    byte_view bytes;
+    while (step(found, bytes)) {
+        if (found != type) continue;
+        take(type, bytes, out);
+        return true;
+    }
+    return false;
+}
+
+bool attribute_walk::step(std::uint32_t& type, byte_view& bytes) {
+    std::uint32_t length = 0;
     if (!rest_.get(attribute_header::type, type) || type == attribute_type::end || type == attribute_type::other_end ||
         !rest_.get(attribute_header::length, length) || length == 0 || !rest_.sub(0, length, bytes)) {
         return false;
     }
     rest_ = rest_.from(length);
+    return true;
+}
+
+void attribute_walk::take(std::uint32_t type, byte_view bytes, attribute& out) const {
     out.type = type;
     out.id = bytes.value<std::uint16_t>(attribute_header::id);
     out.flags = bytes.value<std::uint16_t>(attribute_header::flags);
@@ -52,7 +73,6 @@ bool attribute_walk::next(attribute& out) {
     } else {
         read_non_resident(bytes, out);
     }
-    return true;
 }
 
 std::u16string utf16_at(byte_view bytes, std::size_t at, std::size_t units) {

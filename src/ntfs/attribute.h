@@ -66,7 +66,13 @@ public:
     // False when there are no more.
     [[nodiscard]] bool next(attribute& out);
 
+    // The next one of that type; what stands before it is passed over.
+    [[nodiscard]] bool next_of(std::uint32_t type, attribute& out);
+
 private:
+    [[nodiscard]] bool step(std::uint32_t& type, byte_view& bytes);
+    void take(std::uint32_t type, byte_view bytes, attribute& out) const;
+
     byte_view rest_;
     std::uint64_t holder_;
 };

@@ -4,9 +4,8 @@
 #include "ntfs/file_name.h"
 #include "ntfs/fixup.h"
 
-#include <algorithm>
 #include <optional>
-#include <span>
+#include <vector>
 
 namespace {
 
@@ -20,8 +19,8 @@ constexpr std::size_t accessed = 24;
 file_times times_in(byte_view record, std::uint64_t entry) {
     file_times times;
     attribute_walk walk(record, entry);
-    for (attribute one; walk.next(one);) {
-        if (one.type != attribute_type::standard_information || !one.resident) continue;
+    for (attribute one; walk.next_of(attribute_type::standard_information, one);) {
+        if (!one.resident) continue;
         times.created = one.value.value<std::uint64_t>(standard_information_value::created);
         times.modified = one.value.value<std::uint64_t>(standard_information_value::modified);
         times.mft_changed = one.value.value<std::uint64_t>(standard_information_value::mft_changed);
@@ -44,48 +43,43 @@ struct named_file {
 
 class mft_scan {
 public:
-    mft_scan(ntfs_volume& source, std::vector<unread_directory>& directories)
-        : source_(source), directories_(directories) {}
+    mft_scan(ntfs_volume& source, const directory_test& wanted, const child_visitor& visit)
+        : source_(source), wanted_(wanted), visit_(visit) {}
 
-    void run() {
+    void run(run_meter& meter) {
+        constexpr std::uint64_t between_words = 1024;  // records
+        attribute name;
         for (std::uint64_t entry = 0; entry < source_.record_count(); ++entry) {
-            if (source_.read_record(entry, record_) != record_state::good) continue;
+            if (entry % between_words == 0) meter.tell("resolving paths", entry, source_.record_count(), "MFT records");
+            if (source_.view_record(entry, record_) != record_state::good || !in_use(record_)) continue;
+            if (record_.value<std::uint64_t>(mft_record::base_reference) != 0) keep_record();  // the base is read too
             entry_ = entry;
             file_.reset();
-            attribute_walk walk(view(), entry);
-            if (!in_use(view())) continue;
-            for (attribute one; walk.next(one);) {
-                if (is_file_name(one)) take_name(one.value.value<std::uint64_t>(file_name_value::parent));
+            attribute_walk walk(record_, entry);
+            while (walk.next_of(attribute_type::file_name, name)) {
+                if (is_file_name(name)) take_name(name.value.value<std::uint64_t>(file_name_value::parent));
             }
         }
     }
 
 private:
-    [[nodiscard]] byte_view view() const { return byte_view(record_); }
+    void keep_record() {
+        kept_record_.assign(record_.bytes().begin(), record_.bytes().end());
+        record_ = byte_view(kept_record_);
+    }
 
-    void take_name(std::uint64_t parent) {
-        if (parent != last_parent_) {  // neighbours often lie in one directory
-            const auto order_of = [](const unread_directory& one) { return reference_order(one.reference); };
-            const auto first = std::ranges::lower_bound(directories_, reference_order(parent), {}, order_of);
-            const auto last = std::ranges::upper_bound(directories_, reference_order(parent), {}, order_of);
-            last_parent_ = parent;
-            found_ = std::span(first, last);
-        }
-        if (found_.empty()) return;
+    void take_name(std::uint64_t directory) {
+        if (!wanted_(directory)) return;
         if (!file_) find_file();
-        if (!file_->there) return;
-        for (unread_directory& directory : found_) {
-            wanted_file* const wanted = directory.listing.meet(file_->reference, listed_in::index);
-            if (wanted != nullptr) wanted->times = file_->times;
-        }
+        if (file_->there) visit_(directory, file_->reference, file_->times);
     }
 
     // The file that the record belongs to: its own, or that of the base record which it extends.
     void find_file() {
         file_.emplace();
-        const auto base = view().value<std::uint64_t>(mft_record::base_reference);
+        const auto base = record_.value<std::uint64_t>(mft_record::base_reference);
         if (base == 0) {
-            take_file(view(), entry_);
+            take_file(record_, entry_);
             return;
         }
         if (source_.read_record(entry_number(base), base_record_) != record_state::good) return;
@@ -102,17 +96,18 @@ private:
     }
 
     ntfs_volume& source_;
-    std::vector<unread_directory>& directories_;
-    std::vector<std::uint8_t> record_;
-    std::vector<std::uint8_t> base_record_;
+    const directory_test& wanted_;
+    const child_visitor& visit_;
+    byte_view record_;
     std::uint64_t entry_ = 0;
-    std::uint64_t last_parent_ = 0;
-    std::span<unread_directory> found_;  // those with that reference
-    std::optional<named_file> file_;     // of the record, once it was asked for
+    std::vector<std::uint8_t> kept_record_;
+    std::vector<std::uint8_t> base_record_;
+    std::optional<named_file> file_;  // of the record, once it was asked for
 };
 
 }  // namespace
 
-void list_by_mft_scan(ntfs_volume& source, std::vector<unread_directory>& directories) {
-    mft_scan(source, directories).run();
+void visit_mft_children(ntfs_volume& source, const directory_test& wanted, const child_visitor& visit,
+                        run_meter& meter) {
+    mft_scan(source, wanted, visit).run(meter);
 }

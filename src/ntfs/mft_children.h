@@ -2,18 +2,18 @@
 // For an exported $MFT, which has no clusters: one scan of it serves all such directories.
 #pragma once
 
+#include "base/run_meter.h"
 #include "ntfs/directory_listing.h"
 #include "ntfs/ntfs_volume.h"
 
 #include <cstdint>
-#include <vector>
+#include <functional>
 
-struct unread_directory {
-    std::uint64_t reference = 0;
-    directory_listing listing;  // with what is known already
-};
+using directory_test = std::function<bool(std::uint64_t directory)>;
+using child_visitor = std::function<void(std::uint64_t directory, std::uint64_t file, const file_times& times)>;
 
-// Completes the listings: a file in use with a name in one of the directories counts as an entry of its index, with the
-// times of its $STANDARD_INFORMATION. A name in an extension record counts for the base record. `directories` come in
-// the order of their references; one may come several times.
-void list_by_mft_scan(ntfs_volume& source, std::vector<unread_directory>& directories);
+// Visits every file in use that has a name in a directory that is wanted, once for each such name, with the times of
+// its $STANDARD_INFORMATION. A name in an extension record counts for the base record. All are references. Neither
+// function may read from `source`.
+void visit_mft_children(ntfs_volume& source, const directory_test& wanted, const child_visitor& visit,
+                        run_meter& meter);

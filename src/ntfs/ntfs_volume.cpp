@@ -150,8 +150,11 @@ bool ntfs_volume::fetch_record(std::uint64_t entry_number, std::vector<std::uint
     if (clusters_readable_ && entry_number == mft_entry_number) {
         read = read_clusters(geometry_.mft_cluster, record, got);
     } else {
-        const std::uint64_t position = entry_number * (clusters_readable_ ? record_stride_ : record_size_);
-        if (mounted_ && fetch_through_window(position, record)) return true;
+        const std::uint64_t position = record_position(entry_number);
+        if (const auto ahead = window_at(position, record.size()); !ahead.empty()) {
+            std::ranges::copy(ahead, record.begin());
+            return true;
+        }
         read = read_mft(position, record, got);
     }
     record.resize(got);
@@ -167,27 +170,32 @@ bool ntfs_volume::fetch_remembered(std::uint64_t entry_number, std::vector<std::
     return true;
 }
 
-// False when the record is not in the window and is not to be read with its neighbours, or a part of it is missing.
-bool ntfs_volume::fetch_through_window(std::uint64_t position, std::span<std::uint8_t> record) {
+// A record in the window; empty when it is not there and not to be read with its neighbours, or a part of it is
+// missing.
+std::span<std::uint8_t> ntfs_volume::window_at(std::uint64_t position, std::size_t length) {
+    if (!mounted_) return {};
     const auto inside = [&] {
         return position >= window_begin_ && position - window_begin_ <= window_.size() &&
-               record.size() <= window_.size() - (position - window_begin_);
+               length <= window_.size() - (position - window_begin_);
     };
     if (!inside()) {
         const bool near = position > last_position_ && position - last_position_ <= nearby;
         last_position_ = position;
-        if (!near) return false;
+        if (!near) return {};
         window_.resize(window_size);
         window_begin_ = position;
         std::size_t got = 0;
         if (!read_mft(position, window_, got)) got = 0;
         window_.resize(got);
-        if (!inside()) return false;
+        if (!inside()) return {};
     }
     last_position_ = position;
-    const auto from = window_.begin() + static_cast<std::ptrdiff_t>(position - window_begin_);
-    std::copy_n(from, record.size(), record.begin());
-    return true;
+    return std::span(window_).subspan(static_cast<std::size_t>(position - window_begin_), length);
+}
+
+// Where a record lies in $MFT, or in the file that it was exported to.
+std::uint64_t ntfs_volume::record_position(std::uint64_t entry_number) const {
+    return entry_number * (clusters_readable_ ? record_stride_ : record_size_);
 }
 
 // Bytes of $MFT, or of the file that it was exported to.
@@ -197,7 +205,26 @@ bool ntfs_volume::read_mft(std::uint64_t position, std::span<std::uint8_t> into,
 }
 
 record_state ntfs_volume::read_record(std::uint64_t entry_number, std::vector<std::uint8_t>& record) {
-    if (!fetch_record(entry_number, record)) return record_state::unreadable;
+    return fetch_record(entry_number, record) ? restore(record) : record_state::unreadable;
+}
+
+record_state ntfs_volume::view_record(std::uint64_t entry_number, byte_view& record) {
+    // Records that overlap, as a damaged export may have them, are not restored where they lie. The first one and those
+    // of a rebuilt MFT lie elsewhere.
+    const bool apart = record_stride_ <= record_size_;
+    const bool in_its_place = memory_mft_.empty() && entry_number != mft_entry_number && entry_number < record_count_;
+    if (apart && in_its_place) {
+        const auto bytes = window_at(record_position(entry_number), record_stride_);
+        record = byte_view(bytes);
+        if (!bytes.empty()) return restore(bytes);
+    }
+    const record_state state = read_record(entry_number, viewed_);
+    record = byte_view(viewed_);
+    return state;
+}
+
+// Applies the update sequence, once or again: it does not matter.
+record_state ntfs_volume::restore(std::span<std::uint8_t> record) const {
     switch (apply_fixup(record)) {
         case record_kind::file_record:
         case record_kind::index_block: return record_state::good;

@@ -73,6 +73,9 @@ public:
     // One record, update sequence applied. `record` is sized here and unspecified unless the result is good.
     [[nodiscard]] record_state read_record(std::uint64_t entry_number, std::vector<std::uint8_t>& record);
 
+    // The same without a copy where records are read one behind the other. `record` holds until the next one is read.
+    [[nodiscard]] record_state view_record(std::uint64_t entry_number, byte_view& record);
+
     // A record and the extension records that its attribute list names. False when the base record cannot be read;
     // pieces whose record cannot be read are missing.
     [[nodiscard]] bool load_entry(std::uint64_t entry_number, mft_entry& entry);
@@ -108,7 +111,9 @@ private:
     [[nodiscard]] bool read_first_record();
     [[nodiscard]] bool fetch_record(std::uint64_t entry_number, std::vector<std::uint8_t>& record);
     [[nodiscard]] bool fetch_remembered(std::uint64_t entry_number, std::vector<std::uint8_t>& record);
-    [[nodiscard]] bool fetch_through_window(std::uint64_t position, std::span<std::uint8_t> record);
+    [[nodiscard]] std::span<std::uint8_t> window_at(std::uint64_t position, std::size_t length);
+    [[nodiscard]] std::uint64_t record_position(std::uint64_t entry_number) const;
+    [[nodiscard]] record_state restore(std::span<std::uint8_t> record) const;
     [[nodiscard]] bool read_mft(std::uint64_t position, std::span<std::uint8_t> into, std::size_t& got);
     [[nodiscard]] std::size_t read_as_far_as_possible(std::uint64_t at, std::span<std::uint8_t> into);
     void add_listed_attributes(mft_entry& entry);
@@ -133,6 +138,7 @@ private:
     std::vector<std::uint8_t> window_;
     std::uint64_t window_begin_ = 0;  // byte of $MFT
     std::uint64_t last_position_ = 0;
+    std::vector<std::uint8_t> viewed_;  // a record that was not read ahead
 
     directory_cache directories_;
 };
