@@ -49,4 +49,12 @@ TEST(Extents, OfSeveralPiecesComeIntoOneOrder) {
     EXPECT_EQ(holders, "00 11 22 93 44 95 ");
 }
 
+TEST(Extents, ClaimNoMoreThanTwiceTheSource) {
+    constexpr std::uint64_t endless = 1000;
+    extent_list extents{{0, 0, endless}, {5, 1000, 10},       {0, 2000, endless, true},
+                        {0, 3000, 100},  {95, 4000, endless}, {200, 5000, 7}};
+    limit_claims(extents, 100);
+    EXPECT_EQ(text_of(extents), "0@0+1000 5@1000+10 -@2000+1000 95@4000+1000 200@5000+7");
+}
+
 }  // namespace

@@ -53,6 +53,24 @@ struct pulled_volume {
 
 extent hole_at(std::uint64_t vcn, std::uint64_t length) { return {0, vcn, length, true}; }
 
+TEST(StreamPull, RunsThatShareClustersCostNoMoreThanTwiceTheSource) {
+    ntfs_image_builder made;
+    made.build();
+    std::vector<made_run> runs;
+    for (std::uint64_t i = 0; i < 50; ++i) runs.push_back({100 + i % 2, 1ULL << 32U});
+    made.put(30, {.attributes = {{.runs = run_list(runs), .real_size = 1ULL << 60U}}});
+    opened_volume opened(std::move(made.image));
+    mft_entry entry;
+    ntfs_stream stream;
+    ASSERT_TRUE(opened.volume.mount() && opened.volume.load_entry(30, entry));
+    ASSERT_TRUE(collect_stream(entry, attribute_type::data, u"", 4096, stream));
+    std::uint64_t pulled = 0, lost = 0;
+    EXPECT_TRUE(pull_stream(
+        opened.volume, stream, [&](byte_view chunk) { pulled += chunk.size(); }, lost));
+    EXPECT_EQ(pulled, (156U + 155U + 156U) * 4096);  // of 256 clusters, 156 lie at and behind 100
+    EXPECT_EQ(pulled + lost, 1ULL << 60U);
+}
+
 TEST(StreamPull, ChunksLieOnAGridAndEndWithTheSizeOrTheExtents) {
     const pulled_volume pulled;
     EXPECT_EQ(pulled(40, {{20, 0, 40}}), "@0 20-35; @16 36-51; @32 52-59; 0");
