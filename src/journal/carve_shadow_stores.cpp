@@ -18,7 +18,7 @@ public:
         : volume_(volume),
           reader_(volume, run),
           progress_(progress),
-          clusters_left_(volume.geometry().total_clusters) {}
+          clusters_left_(std::min(volume.geometry().total_clusters, volume.clusters_in_source())) {}
 
     // False when the rest of the stores must be left: the file cannot be loaded or its first data attribute is empty.
     [[nodiscard]] bool read(const shadow_store& store) {
@@ -37,13 +37,22 @@ public:
     }
 
 private:
-    // No volume's stores have more clusters than the volume: what claims more is damage.
+    // No volume's stores have more clusters than the volume: what claims more is damage. Clusters that a truncated
+    // image lacks are lost, all of a run at once.
     void read_run(const extent& part) {
         const std::uint64_t total = volume_.geometry().total_clusters;
+        const std::uint64_t held = std::min(total, volume_.clusters_in_source());
         if (part.lcn >= total) return;
-        std::uint64_t left = std::min({part.length, total - part.lcn, clusters_left_});
-        clusters_left_ -= left;
-        for (std::uint64_t lcn = part.lcn; left != 0;) {
+        const std::uint64_t claimed = std::min(part.length, total - part.lcn);
+        const std::uint64_t there = part.lcn < held ? std::min(claimed, held - part.lcn) : 0;
+        read_held(part.lcn, std::min(there, clusters_left_));
+        clusters_left_ -= std::min(there, clusters_left_);
+        const auto behind = volume_.cluster_offset(part.lcn + there);
+        if (there != claimed && behind) reader_.read(*behind, claimed - there, piece_size, volume_.cluster_size());
+    }
+
+    void read_held(std::uint64_t lcn, std::uint64_t left) {
+        while (left != 0) {
             if (progress_ && counter_ % clusters_between_texts == 0) {
                 progress_(format_text("analyzing entry %lld", static_cast<long long>(counter_)));
             }

@@ -3,13 +3,16 @@
 #include "journal/chunk_receiver.h"
 
 #include <algorithm>
+#include <set>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace {
 
 constexpr std::uint64_t entries_between_texts = 53;
 constexpr std::uint64_t slack_alignment = 8;
+constexpr std::uint64_t readings_of_a_cluster = 16;  // on the average of all
 
 bool has_slack(const attribute& piece) {
     switch (piece.type) {
@@ -24,14 +27,20 @@ bool has_slack(const attribute& piece) {
 class slack_reader {
 public:
     slack_reader(ntfs_volume& volume, usnjrnl_context& run)
-        : volume_(volume), run_(run), receiver_(run), cluster_(volume.cluster_size()) {}
+        : volume_(volume),
+          run_(run),
+          receiver_(run),
+          cluster_(volume.cluster_size()),
+          clusters_left_(readings_of_a_cluster * volume.clusters_in_source()) {}
 
     void read(std::uint64_t entry_number) {
         if (!volume_.load_entry(entry_number, entry_)) return count_if_unreadable(entry_number);
         if (belongs_to_another()) return;
+        std::set<std::pair<std::uint32_t, std::u16string>> looked_at;  // a stream is collected once, whole
         for (const attribute& piece : entry_.attributes) {
             ntfs_stream stream;
-            if (has_slack(piece) && collect_stream(entry_, piece.type, piece.name, volume_.cluster_size(), stream)) {
+            if (has_slack(piece) && looked_at.emplace(piece.type, piece.name).second &&
+                collect_stream(entry_, piece.type, piece.name, volume_.cluster_size(), stream)) {
                 read_behind(stream);
             }
         }
@@ -64,11 +73,19 @@ private:
         const std::uint64_t cluster = last.lcn + last.length - 1;
         const auto at = volume_.cluster_offset(cluster);
         if (start >= cluster_.size() || cluster >= volume_.geometry().total_clusters || !at) return;
-        if (!seen_.insert(*at + start).second) return;
+        if (*at >= volume_.source_limit()) {
+            run_.lost_bytes += cluster_.size();
+            return;
+        }
+        // A cluster is claimed by the file that has it and by those that had it before it, not by any number.
+        if (done_.contains(*at + start) || clusters_left_ == 0) return;
+        --clusters_left_;
         std::size_t got = 0;
         if (!volume_.reader().read_at(*at, cluster_, got)) got = 0;
         run_.lost_bytes += cluster_.size() - got;
-        if (got > start) receiver_.on_journal_chunk(byte_view(std::span(cluster_).first(got), *at).from(start));
+        const bool found =
+            got > start && receiver_.on_journal_chunk(byte_view(std::span(cluster_).first(got), *at).from(start));
+        if (found || got < cluster_.size()) done_.insert(*at + start);
     }
 
     ntfs_volume& volume_;
@@ -76,7 +93,10 @@ private:
     chunk_receiver receiver_;
     std::vector<std::uint8_t> cluster_;
     mft_entry entry_;
-    std::unordered_set<std::uint64_t> seen_;  // places on the source; two files may claim one cluster
+    std::uint64_t clusters_left_;  // that may still be read
+    // Places on the source that held records or could not be read, since two files may claim one cluster. No others are
+    // kept: a volume may have many millions of files, but found records are in memory anyway.
+    std::unordered_set<std::uint64_t> done_;
 };
 
 // By the size of $MFT's data, and never more than the source has room for.
@@ -87,9 +107,8 @@ std::uint64_t count_entries(ntfs_volume& volume) {
         !collect_stream(mft, attribute_type::data, u"", volume.cluster_size(), data)) {
         return 0;
     }
-    std::uint64_t size = data.resident ? data.content.size() : data.real_size;
-    if (volume.source_size() != 0) size = std::min(size, volume.source_size());
-    return size / volume.record_size();
+    const std::uint64_t size = data.resident ? data.content.size() : data.real_size;
+    return std::min(size, volume.source_limit()) / volume.record_size();
 }
 
 }  // namespace

@@ -40,6 +40,9 @@ public:
         next_ += std::min(bytes * 8, clusters_ - next_);
     }
 
+    // As many bits of a hole in the bitmap, which say that all is free. However long: it costs nothing.
+    void take_free(std::uint64_t bytes) { take_alike(true, bytes > clusters_ / 8 ? clusters_ : bytes * 8); }
+
     void finish() { read_free_run(); }
 
 private:
@@ -59,22 +62,27 @@ private:
     }
 
     void read_free_run() {
-        const std::uint64_t cluster_size = volume_.cluster_size();
-        while (free_from_ != free_to_) {
+        const std::uint32_t cluster_size = volume_.cluster_size();
+        const std::uint64_t held = std::min(free_to_, volume_.clusters_in_source());
+        while (free_from_ < held) {
             // As far as the next text, which comes before its cluster is read.
             const std::uint64_t until_text = clusters_between_texts - free_seen_ % clusters_between_texts;
             if (progress_ && until_text == 1) {
                 progress_(format_text("analyzing cluster %lld of %lld", static_cast<long long>(free_from_),
                                       static_cast<long long>(shown_clusters_)));
             }
-            const std::uint64_t left = free_to_ - free_from_;
+            const std::uint64_t left = held - free_from_;
             const std::uint64_t count =
                 !progress_ ? left : std::min(left, until_text == 1 ? clusters_between_texts : until_text - 1);
             const auto at = volume_.cluster_offset(free_from_);
-            if (at) reader_.read(*at, count, volume_.cluster_size(), static_cast<std::uint32_t>(cluster_size));
+            if (at) reader_.read(*at, count, cluster_size, cluster_size);
             free_from_ += count;
             free_seen_ += count;
         }
+        // What a truncated image lacks is lost, all at once, however many clusters the volume claims.
+        const auto behind = volume_.cluster_offset(free_from_);
+        if (free_from_ != free_to_ && behind) reader_.read(*behind, free_to_ - free_from_, cluster_size, cluster_size);
+        free_from_ = free_to_;
     }
 
     ntfs_volume& volume_;
@@ -99,6 +107,16 @@ std::uint64_t walk_bitmap(ntfs_volume& volume, const ntfs_stream& bitmap, std::u
         const auto wanted =
             std::span(piece).first(static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), length - at)));
         std::size_t got = 0;
+        std::size_t index = 0;
+        if (find_extent(bitmap.extents, at / volume.cluster_size(), index) && bitmap.extents[index].sparse) {
+            const std::uint64_t clusters = bitmap.extents[index].end_vcn() - at / volume.cluster_size();
+            const std::uint64_t left = length - at;
+            const std::uint64_t bytes =
+                clusters > left / volume.cluster_size() ? left : clusters * volume.cluster_size();
+            walk.take_free(bytes);
+            at += bytes;
+            continue;
+        }
         if (!volume.read_stream_range(bitmap.extents, at, wanted, got)) got = 0;
         walk.take(wanted.first(got));
         at += got;

@@ -49,7 +49,12 @@ void make_extents(std::span<const data_run> runs, extent_list& extents) {
     for (const data_run& run : runs) {
         const bool first_of_stream = &run == runs.data() && run.vcn == 0;
         const bool sparse = !run.moves && !(first_of_stream && run.has_offset_field);
-        if (run.length != 0) extents.push_back({sparse ? 0 : run.lcn, run.vcn, run.length, sparse});
+        if (run.length == 0) continue;
+        if (sparse && !extents.empty() && extents.back().sparse && extents.back().end_vcn() == run.vcn) {
+            extents.back().length += run.length;
+        } else {
+            extents.push_back({sparse ? 0 : run.lcn, run.vcn, run.length, sparse});
+        }
     }
 }
 
@@ -69,6 +74,19 @@ void put_in_vcn_order(extent_list& extents) {
         extents[kept++] = next;
     }
     extents.resize(kept);
+}
+
+void limit_claims(extent_list& extents, std::uint64_t source_clusters) {
+    std::uint64_t left = source_clusters <= ~source_clusters ? source_clusters * 2 : ~std::uint64_t{0};
+    std::erase_if(extents, [&](const extent& part) {
+        if (part.sparse) return false;
+        // One behind the source costs nothing to read, but it has to be kept in mind.
+        const std::uint64_t held =
+            part.lcn < source_clusters ? std::min(part.length, source_clusters - part.lcn) : std::uint64_t{1};
+        if (held > left) return true;
+        left -= held;
+        return false;
+    });
 }
 
 std::size_t extent_at_or_behind(std::span<const extent> extents, std::uint64_t vcn) {

@@ -35,13 +35,19 @@ using extent_list = std::vector<extent>;
 // 0, at one that does not fit and at one with fields wider than 8 bytes, or where a VCN would pass 64 bits.
 [[nodiscard]] std::vector<data_run> decode_runs(byte_view run_list, std::uint64_t first_vcn);
 
-// Appends the extents of one piece. A run without a delta is a hole, except the first of a stream (VCN 0) when it has
-// an offset field: that one lies at LCN 0, where the boot sector's own stream lies.
+// Appends the extents of one piece, holes that follow one another as one. A run without a delta is a hole, except the
+// first of a stream (VCN 0) when it has an offset field: that one lies at LCN 0, where the boot sector's own stream
+// lies.
 void make_extents(std::span<const data_run> runs, extent_list& extents);
 
 // Brings the extents of several pieces into VCN order; of two that claim the same clusters the one that begins first
 // keeps them, of two that begin together the one added first.
 void put_in_vcn_order(extent_list& extents);
+
+// Leaves out extents, the last ones first, until those that lie on the volume claim at most twice as many clusters as
+// the source holds, which bounds what reading any stream costs. A cluster belongs to one place of one stream; twice,
+// because damage in front must not push out what is sound behind it. Holes cost nothing.
+void limit_claims(extent_list& extents, std::uint64_t source_clusters);
 
 // The index of the extent that holds `vcn`. False when none does.
 [[nodiscard]] bool find_extent(std::span<const extent> extents, std::uint64_t vcn, std::size_t& index);

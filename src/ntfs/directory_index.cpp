@@ -77,9 +77,9 @@ void visit_index_nodes(ntfs_volume& volume, const mft_entry& directory, std::uin
 }
 
 std::uint64_t most_index_bytes(const ntfs_volume& volume) {
-    constexpr std::uint64_t most_source_bytes = std::uint64_t{1} << 60U;  // also where the system does not say
-    const std::uint64_t size = volume.source_size();
-    return size == 0 || size > most_source_bytes ? most_source_bytes : size * 2;
+    constexpr std::uint64_t most_source_bytes = std::uint64_t{1} << 60U;
+    const std::uint64_t size = volume.source_limit();
+    return size > most_source_bytes ? most_source_bytes : size * 2;
 }
 
 bool get_children_nodes(ntfs_volume& volume, std::uint64_t directory, std::set<std::uint64_t>& children) {
@@ -87,8 +87,17 @@ bool get_children_nodes(ntfs_volume& volume, std::uint64_t directory, std::set<s
     for (int step = 0; step < most_redirections; ++step) {
         if (!volume.load_entry(directory, entry)) return false;
         if (entry.base_reference == 0) {
-            std::uint64_t most_bytes = most_index_bytes(volume);
-            visit_index_nodes(volume, entry, most_bytes, [&](byte_view node) { collect_index_node(node, children); });
+            // A directory has no more files than the source has records; numbers of none are not worth keeping.
+            const auto collect = [&](byte_view node) {
+                std::set<std::uint64_t> named;
+                collect_index_node(node, named);
+                for (const std::uint64_t number : named) {
+                    if (number < volume.record_count() && children.size() < volume.records_in_source()) {
+                        children.insert(number);
+                    }
+                }
+            };
+            visit_index_nodes(volume, entry, volume.index_bytes_left(), collect);
             return true;
         }
         directory = entry_number(entry.base_reference);

@@ -38,6 +38,7 @@ bool ntfs_volume::load_entry(std::uint64_t entry_number, mft_entry& entry) {
             log_.line(format_text("err: mftfixup %llx", static_cast<ull>(entry_number)));
             return false;
     }
+    entry.source_clusters = clusters_in_source();
     const byte_view view(record);
     entry.sequence = view.value<std::uint16_t>(mft_record::sequence_number);
     entry.flags = view.value<std::uint16_t>(mft_record::flags);
@@ -60,11 +61,18 @@ void ntfs_volume::add_listed_attributes(mft_entry& entry) {
     }
     std::map<std::uint64_t, byte_view> loaded;  // an empty view: tried, and of no use
     std::set<listed_attribute> seen;
+    std::size_t most_bytes = longest_attribute_list;  // of all lists of the file
     for (const attribute& list : lists) {
-        const std::vector<std::uint8_t> bytes = attribute_list_bytes(list);
+        const std::vector<std::uint8_t> bytes = attribute_list_bytes(list, most_bytes);
+        most_bytes -= bytes.size();
         attribute_list_walk walk{byte_view(bytes)};
         for (listed_attribute wanted; walk.next(wanted);) {
             if (wanted.entry_number == entry.number || !seen.insert(wanted).second) continue;
+            // Whatever the list says, its records lie in the source, and to look through them all is what it costs.
+            if (loaded.size() > records_in_source() || !charge_extension(record_stride_)) {
+                log_.line("err: attribute lists claim more than the volume holds");
+                return;
+            }
             const auto [place, is_new] = loaded.try_emplace(wanted.entry_number);
             if (is_new) place->second = load_extension_record(wanted.entry_number, entry);
             attribute found;
@@ -87,9 +95,16 @@ byte_view ntfs_volume::load_extension_record(std::uint64_t entry_number, mft_ent
     return byte_view(entry.records.back());
 }
 
-std::vector<std::uint8_t> ntfs_volume::attribute_list_bytes(const attribute& list) {
+bool ntfs_volume::charge_extension(std::uint64_t bytes) {
+    if (bytes > extension_bytes_left_) return false;
+    extension_bytes_left_ -= bytes;
+    return true;
+}
+
+// At most `most` bytes.
+std::vector<std::uint8_t> ntfs_volume::attribute_list_bytes(const attribute& list, std::size_t most) {
     if (list.resident) {
-        const auto bytes = list.value.bytes();
+        const auto bytes = list.value.bytes().first(std::min(list.value.size(), most));
         return {bytes.begin(), bytes.end()};
     }
     extent_list extents;
@@ -97,7 +112,8 @@ std::vector<std::uint8_t> ntfs_volume::attribute_list_bytes(const attribute& lis
     put_in_vcn_order(extents);
     // What the last cluster holds behind the real size is stale.
     const std::uint64_t length =
-        std::min({list.real_size, extent_bytes(extents, cluster_size(), false), std::uint64_t{longest_attribute_list}});
+        std::min({list.real_size, extent_bytes(extents, cluster_size(), false), std::uint64_t{most}});
+    if (!charge_extension(length)) return {};
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
     std::size_t got = 0;
     if (!read_stream_range(extents, 0, bytes, got)) log_.line("err: attribute list cannot be read");
@@ -105,9 +121,15 @@ std::vector<std::uint8_t> ntfs_volume::attribute_list_bytes(const attribute& lis
     return bytes;
 }
 
-// The extension records of $MFT itself are found through the runs of $MFT known so far.
+// The extension records of $MFT itself are found through the runs of $MFT known so far. Its list names the pieces in
+// their order; of those that do not fit behind what is known only some are put in their place here, since each costs a
+// pass over all.
 void ntfs_volume::learn_mft_extents(const attribute& piece) {
     if (piece.type != attribute_type::data || !piece.name.empty() || piece.resident) return;
+    constexpr int most_misplaced = 64;
+    const bool in_place = piece.first_vcn >= end_of(mft_extents_);
+    if (!in_place && ++misplaced_mft_pieces_ > most_misplaced) return;
+    if (mft_extents_.size() / 4 > clusters_in_source()) return;  // sound runs are no more than clusters and holes
     make_extents(decode_runs(piece.run_list, piece.first_vcn), mft_extents_);
-    put_in_vcn_order(mft_extents_);
+    if (!in_place) put_in_vcn_order(mft_extents_);
 }

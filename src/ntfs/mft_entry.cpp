@@ -4,6 +4,7 @@
 
 namespace {
 
+constexpr std::uint64_t extents_between_limits = 0x10000;
 constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
 
 std::uint64_t bytes_of(std::uint64_t clusters, std::uint32_t cluster_size) {
@@ -30,6 +31,11 @@ bool collect_stream(const mft_entry& entry, std::uint32_t type, std::u16string_v
         }
         any = true;
         make_extents(decode_runs(piece.run_list, piece.first_vcn), found.extents);
+        // Sound runs are no more than the clusters and the holes between them: memory is bounded by the source too.
+        if (found.extents.size() / 4 > entry.source_clusters + extents_between_limits) {
+            put_in_vcn_order(found.extents);
+            limit_claims(found.extents, entry.source_clusters);
+        }
         if (piece.first_vcn != 0 || has_beginning) continue;
         has_beginning = true;
         found.real_size = piece.real_size;
@@ -38,6 +44,7 @@ bool collect_stream(const mft_entry& entry, std::uint32_t type, std::u16string_v
     }
     if (!any) return false;
     put_in_vcn_order(found.extents);
+    limit_claims(found.extents, entry.source_clusters);
     if (!has_beginning) found.real_size = found.initialised_size = end_in_bytes(found.extents, cluster_size);
     stream = std::move(found);
     return true;

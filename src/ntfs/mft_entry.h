@@ -21,6 +21,8 @@ struct mft_entry {
 
     std::vector<std::vector<std::uint8_t>> records;  // the base record first
 
+    std::uint64_t source_clusters = ~std::uint64_t{0};  // of the volume that are there to be claimed by a stream
+
     [[nodiscard]] bool in_use() const { return (flags & mft_record::flag_in_use) != 0; }
     [[nodiscard]] bool is_directory() const { return (flags & mft_record::flag_directory) != 0; }
 };
@@ -38,7 +40,8 @@ struct ntfs_stream {
     bool compressed = false;
 };
 
-// False when the entry has no attribute of that type and name. `cluster_size` in bytes.
+// False when the entry has no attribute of that type and name. Runs that claim more than the source holds are left
+// out. `cluster_size` in bytes.
 [[nodiscard]] bool collect_stream(const mft_entry& entry, std::uint32_t type, std::u16string_view name,
                                   std::uint32_t cluster_size, ntfs_stream& stream);
 

@@ -4,6 +4,7 @@
 #include "ntfs/fixup.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 namespace {
@@ -21,6 +22,29 @@ constexpr std::size_t smallest_memory_mft = 4096;
 constexpr std::size_t window_size = std::size_t{64} << 10U;
 constexpr std::uint64_t nearby = std::uint64_t{4} << 10U;
 
+// An extension record belongs to one file and an index block to one directory, and a run comes to each file a few
+// times. So what files claim of them together is bounded by so many times the source.
+constexpr std::uint64_t extension_readings = 16;
+constexpr std::uint64_t index_readings = 8;
+
+std::uint64_t at_most(std::uint64_t source_size, std::uint64_t readings) {
+    constexpr std::uint64_t most = std::uint64_t{1} << 62U;
+    return source_size > most / readings ? most : source_size * readings;
+}
+
+// Of a source that does not tell its size: the first power of two at which nothing can be read, nor a little behind it,
+// where there may be a bad sector.
+std::uint64_t probed_limit(disk_reader& reader) {
+    constexpr std::uint64_t least = std::uint64_t{1} << 20U;
+    constexpr std::uint64_t most = std::uint64_t{1} << 62U;
+    std::array<std::uint8_t, 1> byte{};
+    std::size_t got = 0;
+    std::uint64_t limit = least;
+    while (limit < most && (reader.read_at(limit, byte, got) || reader.read_at(limit + least / 2, byte, got)))
+        limit *= 2;
+    return limit;
+}
+
 }  // namespace
 
 bool ntfs_volume::open_volume(const std::string& path, reader_mode mode, std::uint64_t volume_offset) {
@@ -36,6 +60,10 @@ void ntfs_volume::open_volume(disk_reader reader, std::uint64_t volume_offset) {
     clusters_readable_ = true;
     mounted_ = false;
     mft_damaged_ = false;
+    misplaced_mft_pieces_ = 0;
+    source_limit_ = source_size() == 0 ? probed_limit(reader_) : source_size();
+    extension_bytes_left_ = at_most(source_limit_, extension_readings);
+    index_bytes_left_ = at_most(source_limit_, index_readings);
     memory_mft_.clear();
     window_.clear();
     mft_extents_.clear();
@@ -133,6 +161,12 @@ std::optional<std::uint64_t> ntfs_volume::record_offset(std::uint64_t entry_numb
     if (!at) return std::nullopt;
     return *at - volume_offset_ + position % cluster_size();
 }
+
+std::uint64_t ntfs_volume::clusters_in_source() const {
+    return source_limit_ <= volume_offset_ ? 0 : (source_limit_ - volume_offset_ - 1) / cluster_size() + 1;
+}
+
+std::uint64_t ntfs_volume::records_in_source() const { return source_limit_ / record_stride_; }
 
 std::optional<std::uint64_t> ntfs_volume::cluster_offset(std::uint64_t lcn) const {
     constexpr auto highest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());

@@ -97,6 +97,15 @@ public:
     [[nodiscard]] bool read_stream_range(const extent_list& extents, std::uint64_t position,
                                          std::span<std::uint8_t> into, std::size_t& got);
 
+    // Where the source ends at the latest, in bytes: what bounds the work, also where the system does not say.
+    [[nodiscard]] std::uint64_t source_limit() const { return source_limit_; }
+
+    // How many clusters of the volume lie in the source, by that limit.
+    [[nodiscard]] std::uint64_t clusters_in_source() const;
+
+    // How many records the source has room for, of which no two share a byte.
+    [[nodiscard]] std::uint64_t records_in_source() const;
+
     // Bytes of the source; reads behind them fail. 0 when the system does not say.
     [[nodiscard]] std::uint64_t source_size() const { return reader_.disk_size(); }
 
@@ -105,6 +114,9 @@ public:
 
     [[nodiscard]] const diagnostic_log& log() const { return log_; }
     [[nodiscard]] directory_cache& directories() { return directories_; }
+
+    // Bytes of index blocks that path look-ups may still read.
+    [[nodiscard]] std::uint64_t& index_bytes_left() { return index_bytes_left_; }
 
 private:
     [[nodiscard]] bool mount_source();
@@ -118,12 +130,14 @@ private:
     [[nodiscard]] std::size_t read_as_far_as_possible(std::uint64_t at, std::span<std::uint8_t> into);
     void add_listed_attributes(mft_entry& entry);
     [[nodiscard]] byte_view load_extension_record(std::uint64_t entry_number, mft_entry& entry);
-    [[nodiscard]] std::vector<std::uint8_t> attribute_list_bytes(const attribute& list);
+    [[nodiscard]] bool charge_extension(std::uint64_t bytes);
+    [[nodiscard]] std::vector<std::uint8_t> attribute_list_bytes(const attribute& list, std::size_t most);
     void learn_mft_extents(const attribute& piece);
 
     const diagnostic_log& log_;
     disk_reader reader_;
     std::uint64_t volume_offset_ = 0;
+    std::uint64_t source_limit_ = 0;
     bool clusters_readable_ = false;
     bool mounted_ = false;
     bool mft_damaged_ = false;
@@ -132,6 +146,10 @@ private:
     std::uint32_t record_stride_ = 0;  // from one record to the next
     std::uint64_t record_count_ = 0;
     extent_list mft_extents_;
+    int misplaced_mft_pieces_ = 0;
+    std::uint64_t extension_bytes_left_ =
+        0;  // of attribute lists and the records that they name, that may be gone over
+    std::uint64_t index_bytes_left_ = 0;
     std::vector<record_place> memory_mft_;  // not empty: these are the records
 
     // A stretch of $MFT as it lies, read ahead while records are asked for one behind the other.

@@ -72,7 +72,7 @@ private:
             return;
         }
         const auto at = volume_.cluster_offset(part.lcn);
-        const std::uint64_t source = volume_.source_size() == 0 ? longest_stream : volume_.source_size();
+        const std::uint64_t source = volume_.source_limit();
         const std::uint64_t held = at && *at < source ? std::min(bytes, source - *at) : 0;
         if (held != 0) stretches_.push_back({begin, begin + held, part.lcn, stretch::kind::data});
         add_lost_up_to(begin + bytes);
@@ -110,7 +110,9 @@ public:
             if (next->what == stretch::kind::data) {
                 read(*next, from, to);
             } else {
-                if (next->what == stretch::kind::hole) std::ranges::fill(at(from, to), std::uint8_t{0});
+                // Zeros are handed on only behind data of the same chunk, so a hole costs no more than that.
+                const std::uint64_t chunk_end = std::min((from / chunk_size_ + 1) * chunk_size_, to);
+                if (next->what == stretch::kind::hole) std::ranges::fill(at(from, chunk_end), std::uint8_t{0});
                 parts_.push_back({from, to, 0, next->what});
             }
         }

@@ -70,6 +70,19 @@ TEST(carve_unallocated, survives_damage_cluster_by_cluster) {
     }
 }
 
+TEST(carve_unallocated, endless_volume_costs_what_is_there) {
+    ntfs_image_builder made{};
+    made.build();
+    made.put(6, {.attributes = {{.runs = run_list({{hole, 1U << 30U}}), .real_size = 1ULL << 40U}}});
+    poke<std::uint64_t>(made.image, boot_sector::total_sectors, 1ULL << 60U);
+    made.write(200 * 4096, record_named(u"r"));
+    carving on(made.image);
+    EXPECT_TRUE(carve_unallocated(on.disk.volume, on.run, on.progress));
+    EXPECT_EQ(on.found(4096), "r@200+0");
+    EXPECT_EQ(on.run.lost_bytes, ((1ULL << 32U) - 8 - 256) * 4096);
+    EXPECT_EQ(on.shown, "analyzing results - formatting output\n");
+}
+
 TEST(carve_slack, looks_behind_each_stream_once) {
     ntfs_image_builder made{};
     made.build();
@@ -138,6 +151,9 @@ TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
         for (std::size_t i = 0; i < 9; ++i) made.write(lcn * 512 + i * 64, record_named(u"r"));  // of 64 bytes
         made.write((lcn + 5) * 512, record_named(u"l"));
     }
+    // A volume and a run without end.
+    poke<std::uint64_t>(made.image, boot_sector::total_sectors, 1ULL << 60U);
+    made.put(11, {.attributes = {{.runs = run_list({{410, 2}, {415, 1}, {2040, 1ULL << 50U}}), .real_size = 2048}}});
     made.write(1000 * 512, laid_out(256, {{0x90, id}, {0xC0, {4, 0, 'a', 0, 'b', 0, 2, 0, 'c', 0}}}));
     made.write(2047 * 512, laid_out(512, {{0x90, id}, {0xC0, {0xFF, 0xFF, 'a', 0}}}));
     carving on(made.image);
@@ -147,14 +163,16 @@ TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
     // Of each store eight in the first cluster; what begins the second is in two pieces.
     EXPECT_EQ(on.journal.size(), 33U);
     EXPECT_TRUE(on.found(512).ends_with("r@410+384 r@410+448 r@411+0 r@411+0 l@415+0")) << on.found(512);
-    EXPECT_EQ(std::to_string(on.run.lost_bytes) + on.shown, "0analyzing entry 0\n");
+    constexpr std::uint64_t endless = ((1ULL << 50U) - 8) * 512;
+    EXPECT_EQ(on.run.lost_bytes, endless);
+    EXPECT_EQ(on.shown, "analyzing entry 0\n");
 
     carving with_holes(made.image);
     ASSERT_TRUE(with_holes.disk.volume.mount());
     with_holes.disk.faults.bad = {{201 * 512, 202 * 512}};  // of the catalog: store 1, at 390, stands there
     EXPECT_TRUE(carve_shadow_stores(with_holes.disk.volume, with_holes.run, with_holes.progress));
     EXPECT_TRUE(with_holes.found(512).starts_with("r@400+0 ") && with_holes.found(512).ends_with(" l@415+0"));
-    EXPECT_EQ(with_holes.run.lost_bytes, 512U);
+    EXPECT_EQ(with_holes.run.lost_bytes, endless + 512);
     const std::string none = "00000000-0000-0000-0000-000000000000", copy = "3808876b-c176-4e48-b7ae-04046e6cc752";
     ordered_reader records(on.journal, *on.run.meter);
     journal_entry entry;

@@ -57,7 +57,7 @@ made_attribute allocation(const std::vector<made_run>& runs, std::uint64_t first
 
 TEST(DirectoryIndex, RootAndAllocationInPiecesAndOddPlaces) {
     indexed index(4096);
-    EXPECT_EQ(index.children({index_root({50, 51})}), "50 51 ");
+    EXPECT_EQ(index.children({index_root({50, 51, 1U << 20U})}), "50 51 ");  // there are only so many records
     EXPECT_EQ(index.children({index_root({50}), allocation({{100, 2}, {104, 1}})}),
               "40 41 44 50 ");  // whatever its size
     EXPECT_EQ(index.children({allocation({{100, 2}}, 0, 0)}), "");

@@ -46,6 +46,14 @@ TEST(Extents, OfSeveralPiecesComeIntoOneOrder) {
     EXPECT_EQ(holders, "00 11 22 93 44 95 ");
 }
 
+TEST(Extents, ClaimNoMoreThanTwiceTheSource) {
+    constexpr std::uint64_t endless = 1000;
+    extent_list extents{{0, 0, endless}, {5, 1000, 10},       {0, 2000, endless, true},
+                        {0, 3000, 100},  {95, 4000, endless}, {200, 5000, 7}};
+    limit_claims(extents, 100);
+    EXPECT_EQ(text_of(extents), "0@0+1000 5@1000+10 -@2000+1000 95@4000+1000 200@5000+7");
+}
+
 // "20-35", or ".x16" for clusters of zeros, or "255~1000" for 1000 bytes of a cluster.
 std::string clusters_of(byte_view chunk, std::size_t cluster_size) {
     std::string text;
@@ -94,6 +102,24 @@ struct pulled_volume {
 extent hole_at(std::uint64_t vcn, std::uint64_t length) { return {0, vcn, length, true}; }
 
 constexpr std::uint64_t far = std::uint64_t{1} << 48U;
+
+TEST(StreamPull, RunsThatShareClustersCostNoMoreThanTwiceTheSource) {
+    ntfs_image_builder made;
+    made.build();
+    std::vector<made_run> runs;
+    for (std::uint64_t i = 0; i < 50; ++i) runs.push_back({100 + i % 2, 1ULL << 32U});
+    made.put(30, {.attributes = {{.runs = run_list(runs), .real_size = 1ULL << 60U}}});
+    opened_volume opened(std::move(made.image));
+    mft_entry entry;
+    ntfs_stream stream;
+    ASSERT_TRUE(opened.volume.mount() && opened.volume.load_entry(30, entry));
+    ASSERT_TRUE(collect_stream(entry, attribute_type::data, u"", 4096, stream));
+    std::uint64_t pulled = 0, lost = 0;
+    EXPECT_TRUE(pull_stream(
+        opened.volume, stream, [&](byte_view chunk) { pulled += chunk.size(); }, lost));
+    EXPECT_EQ(pulled, (156U + 155U + 156U) * 4096);  // of 256 clusters, 156 lie at and behind 100
+    EXPECT_EQ(pulled + lost, 1ULL << 60U);
+}
 
 TEST(StreamPull, ChunksLieOnAGridAndEndWithTheSizeOrTheExtents) {
     const pulled_volume pulled;
