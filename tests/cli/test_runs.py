@@ -117,3 +117,21 @@ def test_no_output_goes_over_a_source(lorq, arguments, code, output):
     assert source.read_bytes() == page(record())
     assert (after.st_mtime_ns, after.st_ctime_ns, after.st_nlink) == (before.st_mtime_ns, before.st_ctime_ns, 2)
     assert lorq.path("soft").is_symlink()
+
+
+@linux_only
+@as_root
+def test_no_output_goes_over_a_volume(lorq):
+    """The device node behind a Windows name; this build looks for it in a folder of its own."""
+    folder = os.environ["LORQ_DEVICE_FOLDER"]
+    os.makedirs(folder, exist_ok=True)
+    for arguments, node in [(["-partition", "\\\\.\\q:"], "q:"), (["-partition", "q"], "q:"),
+                            (["-file", "q:\\$extend\\$usnjrnl:$J"], "q:"), (["-vss", "97"], "HarddiskVolumeShadowCopy97")]:
+        path = os.path.join(folder, node)
+        with open(path, "wb") as device:
+            device.write(b"volume")
+        done = lorq(*arguments, "-out", path)
+        assert done.code == FAILED and said(done).startswith("prob opening file ")
+        with open(path, "rb") as device:
+            assert device.read() == b"volume"
+        os.remove(path)

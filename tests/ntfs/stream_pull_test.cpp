@@ -142,6 +142,8 @@ TEST(StreamPull, WhatIsMissingIsCountedAndEndsTheChunkBeforeIt) {
               "@0 20-24; @6 26-35; @16 36-49; @31 51; @32 52-59; 8192");
     EXPECT_EQ((pulled_volume{.cluster_size = 512, .bad = {63}}(20, {{60, 0, 20}})),
               "@0 60-62; @8 68-75; @16 76-79; 512");
+    EXPECT_EQ((pulled_volume{.cluster_size = 65536, .bad = {63}}(20, {{60, 0, 20}})),
+              "@0 60-62; @4 64-75; @16 76-79; 65536");
     // What lies behind the end of the source is lost in one step, also where its bytes would be 2^64 and more.
     const pulled_volume cut{.image_size = 255 * 4096 + 1000};
     EXPECT_EQ(cut(10, {{250, 0, 10}}), "@0 250-255~1000; 19480");

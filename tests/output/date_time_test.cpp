@@ -61,6 +61,7 @@ TEST(DateTime, Patterns) {
         {"", "hh:mm:ss.xxx", "_12:34:56.789"}};
     for (const auto& [date, time, text] : cases) {
         EXPECT_EQ(text_of(133'486'724'967'891'234, flags_of(date, time)), text);
+        EXPECT_EQ(text_of(year_3001, flags_of(date, time)), "_");
     }
     EXPECT_EQ(flags_of("yyyy-mm-dd", "hh:mm:ss.xxx"), uni::time_format::of_default_patterns);
     EXPECT_EQ(flags_of("mm,dd,yy", ""), 0x5A00U);
