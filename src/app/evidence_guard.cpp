@@ -50,9 +50,11 @@ bool evidence_guard::is_source(const std::string& native_path) const {
 }
 
 void evidence_guard::add(const std::string& path) {
-    if (path.empty() || std::ranges::find(sources_, path) != sources_.end()) return;
-    sources_.push_back(path);
-    add(platform::backing_file(path));
+    std::string one = path;
+    while (!one.empty() && std::ranges::find(sources_, one) == sources_.end()) {
+        sources_.push_back(one);
+        one = platform::backing_file(one);
+    }
 }
 
 // Every place counts, also where the value of one is the next option's name. Volumes are read through their device
