@@ -44,3 +44,13 @@ def test_completion(tmp_path):
     with_files = {name for name in names if "J.bin" in complete(name, "J", folder=tmp_path)}
     assert with_files == {"-file", "-image", "-partition", "-mftfile", "-out", "-outfile", "-diags"}
     assert {name for name in names if "-xml" not in complete(name, "-xml", folder=tmp_path)} == valued
+
+
+def test_readme_shows_what_the_program_writes(lorq, make):
+    make("--records", "2000")
+    shown = re.findall(r"^    \$ lorq -file J\.bin(.*)\n((?:    .+\n)+)", (ROOT / "README.md").read_text(), re.MULTILINE)
+    assert len(shown) == 7
+    for options, lines in shown:
+        rows = [line[4:] for line in lines.splitlines() if not re.match('    (lorq|run|"cmd)', line)]
+        written = [line.rstrip() for line in lorq("-file", "made", *options.split()).out.splitlines()]
+        assert "\n".join(rows) in "\n".join(written)
