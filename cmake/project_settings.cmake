@@ -13,6 +13,10 @@ target_link_libraries(project_settings INTERFACE project_warnings)
 # Bounds of the standard containers are checked wherever speed is not what the build is for.
 target_compile_definitions(project_settings INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 
+# What is handed out has the same bytes from every folder and at every time.
+target_compile_options(project_settings INTERFACE $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
+add_link_options(-Wl,$<IF:$<PLATFORM_ID:Windows>,--no-insert-timestamp,--build-id=none>)
+
 if(LORQ_SANITIZE)
     # For GoogleTest too: a container that is poisoned on one side only gives false reports.
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
