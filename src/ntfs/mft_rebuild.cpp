@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <map>
+#include <ranges>
 #include <span>
 
 namespace {
@@ -203,7 +204,7 @@ private:
     }
 
     static std::string joined(std::string path, const std::vector<std::string>& upwards) {
-        for (auto name = upwards.rbegin(); name != upwards.rend(); ++name) path += *name;
+        for (const std::string& name : std::views::reverse(upwards)) path += name;
         return path;
     }
 
