@@ -122,9 +122,10 @@ private:
     [[nodiscard]] std::span<unread_group> unread_at(std::uint64_t directory) {
         if (directory != last_directory_) {  // neighbours in the MFT often lie in one directory
             const auto order_of = [](const unread_group& one) { return reference_order(one.directory); };
-            const auto found = std::ranges::equal_range(unread_, reference_order(directory), {}, order_of);
+            const auto first = std::ranges::lower_bound(unread_, reference_order(directory), {}, order_of);
+            const auto last = std::ranges::upper_bound(unread_, reference_order(directory), {}, order_of);
             last_directory_ = directory;
-            last_unread_ = {found.begin(), found.end()};
+            last_unread_ = std::span(first, last);
         }
         return last_unread_;
     }

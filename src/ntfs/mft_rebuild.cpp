@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <map>
 #include <span>
+#include <utility>
 
 namespace {
 
@@ -186,24 +187,26 @@ private:
 
     // Bounded by the longest path, which a chain of parents that loops comes to as well.
     [[nodiscard]] std::string path_of(std::uint64_t number) const {
-        std::vector<std::string> names;  // upwards
+        std::vector<std::string> names;
         std::size_t length = 0;
         while (number != root_entry_number) {
             const auto found = names_.find(number);
             if (found == names_.end() && (number != static_cast<std::uint32_t>(number) ||
                                           !store_.contains(static_cast<std::uint32_t>(number)))) {
-                return joined(format_text("[unk_inode_0x%08llx]", static_cast<ull>(number)), names);
+                return joined(format_text("[unk_inode_0x%08llx]", static_cast<ull>(number)), std::move(names));
             }
             if (found == names_.end() || found->second.name.empty() || length > longest_path) return "[unk path]";
             names.push_back("\\" + to_utf8(found->second.name));
             length += names.back().size();
             number = found->second.parent;
         }
-        return joined("[root]", names);
+        return joined("[root]", std::move(names));
     }
 
-    static std::string joined(std::string path, const std::vector<std::string>& upwards) {
-        for (auto name = upwards.rbegin(); name != upwards.rend(); ++name) path += *name;
+    // `names` come from the lowest on.
+    static std::string joined(std::string path, std::vector<std::string> names) {
+        std::ranges::reverse(names);
+        for (const std::string& name : names) path += name;
         return path;
     }
 

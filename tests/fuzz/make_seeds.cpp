@@ -63,6 +63,20 @@ bytes extended_disk() {
     return disk;
 }
 
+// $MFT of a volume on which \\a is a junction to \\b.
+bytes junction_records() {
+    ntfs_image_builder made{.cluster_size = 512, .clusters = 32, .mft_clusters = 16};
+    made.build();
+    bytes value(16);
+    poke<std::uint32_t>(value, 0, 0xA0000003);
+    for (const std::size_t at : {4U, 10U, 14U}) poke<std::uint16_t>(value, at, 4);
+    append(value, {'\\', 0, 'b', 0});
+    made.put(5, {.attributes = {name_attribute(u"."), index_root({6, 7})}, .flags = 3});
+    made.put(6, {.attributes = {name_attribute(u"a"), {.type = attribute_type::reparse_point, .value = value}}});
+    made.put(7, {.attributes = {name_attribute(u"b"), index_root({6})}, .flags = 3});
+    return part_of(made.image, made.offset_of_record(0), 8192);
+}
+
 class corpus {
 public:
     explicit corpus(std::filesystem::path folder) : folder_(std::move(folder)) {}
@@ -98,6 +112,7 @@ void make(const corpus& to) {
         records.push_back(behind({0}, part_of(made.image, made.offset_of_record(entry), 3072)));
     }
     records.push_back(behind({1}, part_of(tiny.image, tiny.offset_of_record(0), 4096)));
+    records.push_back(behind({1}, junction_records()));
     to.add("mft_record", records);
     to.add("directory_index",
            {seed::node_with_remnant(), index_node({40, 41, 42}), part_of(made.image, 310 * 512 + 24, 512)});
