@@ -1,10 +1,10 @@
 #include "journal/journal_collection.h"
 
+#include "journal/bucket_sort.h"
 #include "journal/resolved_paths.h"
 
 #include <algorithm>
-#include <bit>
-#include <cstring>
+#include <span>
 
 namespace {
 
@@ -83,39 +83,19 @@ const std::string& journal_collection::label_of(std::size_t arrival) const {
     return behind == labels_.begin() ? none : std::prev(behind)->label;
 }
 
-// Distributes by the leading bits that differ, which costs the same per record however many there are, then sorts each
-// bucket by key and arrival.
 void journal_collection::put_in_order() {
     ordered_ = !arrived_in_order_;
     if (!ordered_) return;
-
-    // Version-4 records have key 0 and a bucket of their own; the span that is divided is that of the others.
-    const std::uint64_t lowest = lowest_key_;
-    const std::size_t bucket_bits =
-        std::clamp<std::size_t>(static_cast<std::size_t>(std::bit_width(count_ / 32)), 1, 16);
-    const std::size_t span_bits = static_cast<std::size_t>(std::bit_width(highest_key_ - lowest));
-    const std::size_t shift = span_bits > bucket_bits ? span_bits - bucket_bits : 0;
-    const auto bucket_of = [&](std::uint64_t key) {
-        return key == 0 ? std::size_t{0} : static_cast<std::size_t>((key - lowest) >> shift) + 1;
-    };
-
-    std::vector<std::size_t> ends((std::size_t{1} << bucket_bits) + 2, 0);
-    for (std::size_t i = 0; i < count_; ++i) ++ends[bucket_of(slots_[i].timestamp) + 1];
-    for (std::size_t i = 1; i < ends.size(); ++i) ends[i] += ends[i - 1];  // now where each bucket begins
     order_ = platform::memory_block(count_ * sizeof(keyed_arrival));
-    const auto order = static_cast<keyed_arrival*>(order_.data());
-    for (std::size_t i = 0; i < count_; ++i) {
-        const std::uint64_t key = slots_[i].timestamp;
-        order[ends[bucket_of(key)]++] = {key, i};  // and, once it is full, where it ends
-    }
-    const auto before = [](const keyed_arrival& a, const keyed_arrival& b) {
-        return a.key != b.key ? a.key < b.key : a.arrival < b.arrival;
-    };
-    for (std::size_t begin = 0, i = 0; i < ends.size(); begin = ends[i++]) {
-        keyed_arrival* const first = order + begin;
-        keyed_arrival* const last = order + ends[i];
-        if (!std::is_sorted(first, last, before)) std::sort(first, last, before);
-    }
+    const auto key = [this](std::size_t i) { return slots_[i].timestamp; };  // 0: version 4
+    bucket_sort(
+        std::span(static_cast<keyed_arrival*>(order_.data()), count_), lowest_key_, highest_key_, key,
+        [&](std::size_t i) {
+            return keyed_arrival{key(i), i};
+        },
+        [](const keyed_arrival& a, const keyed_arrival& b) {
+            return a.key != b.key ? a.key < b.key : a.arrival < b.arrival;
+        });
 }
 
 reference_pair journal_collection::references_at(std::size_t arrival) const {

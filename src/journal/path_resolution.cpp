@@ -132,9 +132,9 @@ private:
     bool with_times_;
     std::vector<numbered_pair> pairs_;
     std::unique_ptr<resolved_paths> found_;
-    std::vector<unread_group> unread_;  // in order of directory
+    std::vector<unread_group> unread_;                  // in order of directory
     std::uint64_t last_directory_ = ~std::uint64_t{0};  // which none has
-    std::span<unread_group> last_unread_;  // those of that directory
+    std::span<unread_group> last_unread_;               // those of that directory
 };
 
 }  // namespace
