@@ -1,13 +1,14 @@
 #include "journal/reference_pairs.h"
 
 #include "base/file_reference.h"
+#include "journal/bucket_sort.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <chrono>
 #include <memory>
 #include <random>
+#include <ranges>
 #include <utility>
 
 namespace {
@@ -38,39 +39,42 @@ void reference_pairs::make_table(unsigned bits) {
 
 void reference_pairs::number(std::span<const reference_pair> pairs, std::span<std::uint32_t> numbers) {
     constexpr std::size_t lead = 24;  // about as many places as a core fetches from memory at once
-    std::array<std::uint64_t, 32> hashes{};
-    static_assert(lead < hashes.size());
-    for (std::size_t i = 0; i < pairs.size() + lead; ++i) {
-        if (i >= lead) numbers[i - lead] = number_of(pairs[i - lead], hashes[(i - lead) % hashes.size()]);
-        if (i >= pairs.size()) continue;
-        const std::uint64_t hash = hash_of(pairs[i]);
-        hashes[i % hashes.size()] = hash;
-        __builtin_prefetch(&table_[static_cast<std::size_t>(hash >> shift_)]);
+    for (std::size_t i = 0; i < std::min(lead, pairs.size()); ++i)
+        __builtin_prefetch(&table_[first_place_of(pairs[i])]);
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        if (i + lead < pairs.size()) __builtin_prefetch(&table_[first_place_of(pairs[i + lead])]);
+        numbers[i] = number_of(pairs[i]);
     }
 }
 
-std::uint32_t reference_pairs::number_of(const reference_pair& pair, std::uint64_t hash) {
-    numbered_pair* place = &place_of(pair, hash);
+std::uint32_t reference_pairs::number_of(const reference_pair& pair) {
+    numbered_pair* place = &place_of(pair);
     if (place->number != none) return place->number;
     if (count_ >= table_.size() / 2) {
         grow();
-        place = &place_of(pair, hash);
+        place = &place_of(pair);
     }
     *place = {pair, count_};
     return count_++;
 }
 
-std::uint64_t reference_pairs::hash_of(const reference_pair& pair) const {
-    // Halves are mixed so that both the entry and the sequence number reach the bits that are kept.
-    const std::uint64_t sum =
-        (pair.parent ^ pair.parent >> 32U) * parent_factor_ + (pair.file ^ pair.file >> 32U) * file_factor_;
-    return (sum ^ sum >> 29U) * file_factor_;
+std::size_t reference_pairs::first_place_of(const reference_pair& pair) const {
+    return static_cast<std::size_t>(pair.file) & (table_.size() - 1);
 }
 
 // Where the pair stands or would stand.
-numbered_pair& reference_pairs::place_of(const reference_pair& pair, std::uint64_t hash) {
-    auto place = static_cast<std::size_t>(hash >> shift_);
-    while (table_[place].number != none && table_[place].pair != pair) place = (place + 1) & (table_.size() - 1);
+numbered_pair& reference_pairs::place_of(const reference_pair& pair) {
+    const auto is_it = [&](const numbered_pair& one) { return one.number == none || one.pair == pair; };
+    std::size_t place = first_place_of(pair);
+    if (is_it(table_[place])) return table_[place];
+    // Halves are mixed so that both the entry and the sequence number reach the bits that are kept.
+    const std::uint64_t sum =
+        (pair.parent ^ pair.parent >> 32U) * parent_factor_ + (pair.file ^ pair.file >> 32U) * file_factor_;
+    const std::uint64_t hash = (sum ^ sum >> 29U) * file_factor_;
+    // A stride of its own for each pair, odd, so that it comes to every place: neighbours form no long runs.
+    const auto stride = static_cast<std::size_t>(hash) | 1U;
+    place = static_cast<std::size_t>(hash >> shift_);
+    while (!is_it(table_[place])) place = (place + stride) & (table_.size() - 1);
     return table_[place];
 }
 
@@ -79,18 +83,24 @@ void reference_pairs::grow() {
     const std::span<const numbered_pair> old = table_;
     make_table(64 - shift_ + 1);
     for (const numbered_pair& one : old) {
-        if (one.number != none) place_of(one.pair, hash_of(one.pair)) = one;
+        if (one.number != none) place_of(one.pair) = one;
     }
 }
 
-std::vector<numbered_pair> reference_pairs::in_order() const {
-    std::vector<numbered_pair> pairs(count_);
-    for (const numbered_pair& one : table_) {
-        if (one.number != none) pairs[one.number] = one;  // the order in which they came is often nearly the order
-    }
-    std::ranges::sort(pairs, [](const numbered_pair& a, const numbered_pair& b) {
-        return a.pair.parent != b.pair.parent ? reference_order(a.pair.parent) < reference_order(b.pair.parent)
-                                              : reference_order(a.pair.file) < reference_order(b.pair.file);
-    });
-    return pairs;
+std::vector<numbered_pair> reference_pairs::in_order() {
+    const auto is_empty = [](const numbered_pair& one) { return one.number == none; };
+    const auto parent_of = [](const numbered_pair& one) { return reference_order(one.pair.parent); };
+    const std::span<const numbered_pair> pairs(table_.begin(), std::ranges::remove_if(table_, is_empty).begin());
+    table_ = {};
+    std::vector<numbered_pair> ordered(pairs.size());
+    if (pairs.empty()) return ordered;
+    const auto [lowest, highest] = std::ranges::minmax(std::views::transform(pairs, parent_of));
+    bucket_sort(
+        std::span(ordered), lowest, highest, [&](std::size_t i) { return parent_of(pairs[i]); },
+        [&](std::size_t i) { return pairs[i]; },
+        [&](const numbered_pair& a, const numbered_pair& b) {
+            return a.pair.parent != b.pair.parent ? parent_of(a) < parent_of(b)
+                                                  : reference_order(a.pair.file) < reference_order(b.pair.file);
+        });
+    return ordered;
 }

@@ -29,19 +29,21 @@ public:
     // Gives each pair its number, from 0 on in the order in which they come.
     void number(std::span<const reference_pair> pairs, std::span<std::uint32_t> numbers);
 
-    // All pairs, in order of parent, then of file.
-    [[nodiscard]] std::vector<numbered_pair> in_order() const;
+    // All pairs, in order of parent, then of file. Ends the numbering: the table is given up.
+    [[nodiscard]] std::vector<numbered_pair> in_order();
 
 private:
     static constexpr std::uint32_t none = ~std::uint32_t{0};
 
     void make_table(unsigned bits);
     void grow();
-    [[nodiscard]] std::uint64_t hash_of(const reference_pair& pair) const;
-    [[nodiscard]] numbered_pair& place_of(const reference_pair& pair, std::uint64_t hash);
-    [[nodiscard]] std::uint32_t number_of(const reference_pair& pair, std::uint64_t hash);
+    [[nodiscard]] std::size_t first_place_of(const reference_pair& pair) const;
+    [[nodiscard]] numbered_pair& place_of(const reference_pair& pair);
+    [[nodiscard]] std::uint32_t number_of(const reference_pair& pair);
 
-    // Open addressing, at most half full. The pairs stand in it, so that a look-up waits for one place in memory.
+    // Open addressing, at most half full. The pairs stand in it, so that a look-up waits for one place in memory. The
+    // first place to look at is told by the entry number alone: those of a volume are dense, so most files have that
+    // place for themselves and no memory is fetched for nothing. All further ones are told by a hash.
     platform::memory_block memory_;
     std::span<numbered_pair> table_;
     unsigned shift_ = 0;  // of a hash, to a place in the table

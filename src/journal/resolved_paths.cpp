@@ -17,7 +17,7 @@ std::uint32_t resolved_paths::add_path(const directory_path& path) {
 }
 
 void resolved_paths::note(std::uint32_t pair, std::uint32_t path, file_status status, const file_times& times) {
-    outcomes_[pair] = {.path = path, .status = status};
+    outcomes_[pair] = {path, status};
     if (!times_.empty()) times_[pair] = times;
 }
 
@@ -34,27 +34,23 @@ std::string_view resolved_paths::composed(std::uint32_t path) const {
 
 void resolved_paths::keep_directories(std::unique_ptr<const directory_path_cache> directories) {
     directories_ = std::move(directories);
-    std::vector<outcome> kept(paths_.size());  // of which the texts count
+    kept_.resize(paths_.size());
     for (std::size_t i = 1; i < paths_.size(); ++i) {
         const std::string_view text = composed(static_cast<std::uint32_t>(i));
         if (text.size() > longest_kept_text || texts_.size() > most_kept_bytes - longest_kept_text) continue;
-        kept[i].text_length = static_cast<std::uint16_t>(text.size());
-        kept[i].text = static_cast<std::uint32_t>(texts_.size());
+        kept_[i] = {static_cast<std::uint32_t>(texts_.size()), static_cast<std::uint32_t>(text.size())};
         texts_ += text;
-    }
-    for (outcome& one : outcomes_) {
-        one.text = kept[one.path].text;
-        one.text_length = kept[one.path].text_length;
     }
 }
 
 void resolved_paths::fill(std::size_t arrival, journal_entry& entry) const {
     const std::uint32_t pair = pair_of_record_[arrival];
-    const outcome& found = outcomes_[pair];
-    entry.mft_parent_missing = found.status == file_status::parent_missing ? 1 : 0;
-    entry.mft_entry_missing = found.status <= file_status::entry_missing ? 1 : 0;
-    entry.mft_entry_remnant = found.status == file_status::remnant ? 1 : 0;
-    entry.mft_entry_current = found.status == file_status::current ? 1 : 0;
+    const outcome found = outcomes_[pair];
+    const file_status status = found.status();
+    entry.mft_parent_missing = status == file_status::parent_missing ? 1 : 0;
+    entry.mft_entry_missing = status <= file_status::entry_missing ? 1 : 0;
+    entry.mft_entry_remnant = status == file_status::remnant ? 1 : 0;
+    entry.mft_entry_current = status == file_status::current ? 1 : 0;
     if (!times_.empty()) {
         const file_times& times = times_[pair];
         entry.si_created = times.created;
@@ -62,7 +58,8 @@ void resolved_paths::fill(std::size_t arrival, journal_entry& entry) const {
         entry.si_mft_changed = times.mft_changed;
         entry.si_accessed = times.accessed;
     }
-    entry.path_number = found.path;
-    const bool kept = found.text_length != 0 || found.path == 0;
-    entry.parent_path = kept ? std::string_view(texts_).substr(found.text, found.text_length) : composed(found.path);
+    entry.path_number = found.path();
+    const kept_text text = kept_[found.path()];
+    const bool kept = text.length != 0 || found.path() == 0;
+    entry.parent_path = kept ? std::string_view(texts_).substr(text.place, text.length) : composed(found.path());
 }
