@@ -2,6 +2,8 @@
 
 #include "base/utf.h"
 
+#include <cstring>
+
 namespace {
 
 // In bytes. Real paths are shorter; those that are not are made each time, so that no tree of directories can
@@ -17,7 +19,7 @@ std::uint32_t resolved_paths::add_path(const directory_path& path) {
 }
 
 void resolved_paths::note(std::uint32_t pair, std::uint32_t path, file_status status, const file_times& times) {
-    outcomes_[pair] = {path, status};
+    outcomes_[pair] = {0, path << 2U | static_cast<std::uint32_t>(status)};
     if (!times_.empty()) times_[pair] = times;
 }
 
@@ -34,13 +36,23 @@ std::string_view resolved_paths::composed(std::uint32_t path) const {
 
 void resolved_paths::keep_directories(std::unique_ptr<const directory_path_cache> directories) {
     directories_ = std::move(directories);
-    kept_.resize(paths_.size());
+    std::vector<std::uint32_t> places(paths_.size());
+    texts_.assign(sizeof(std::uint16_t), '\0');
     for (std::size_t i = 1; i < paths_.size(); ++i) {
         const std::string_view text = composed(static_cast<std::uint32_t>(i));
-        if (text.size() > longest_kept_text || texts_.size() > most_kept_bytes - longest_kept_text) continue;
-        kept_[i] = {static_cast<std::uint32_t>(texts_.size()), static_cast<std::uint32_t>(text.size())};
+        if (text.size() > longest_kept_text || texts_.size() > most_kept_bytes - 2 - longest_kept_text) continue;
+        places[i] = static_cast<std::uint32_t>(texts_.size());
+        const auto length = static_cast<std::uint16_t>(text.size());
+        texts_.append(reinterpret_cast<const char*>(&length), sizeof length);
         texts_ += text;
     }
+    for (outcome& one : outcomes_) one.text = places[one.path()];
+}
+
+std::string_view resolved_paths::kept_text(std::uint32_t place) const {
+    std::uint16_t length = 0;
+    std::memcpy(&length, &texts_[place], sizeof length);
+    return {texts_.data() + place + sizeof length, length};
 }
 
 void resolved_paths::fill(std::size_t arrival, journal_entry& entry) const {
@@ -59,7 +71,6 @@ void resolved_paths::fill(std::size_t arrival, journal_entry& entry) const {
         entry.si_accessed = times.accessed;
     }
     entry.path_number = found.path();
-    const kept_text text = kept_[found.path()];
-    const bool kept = text.length != 0 || found.path() == 0;
-    entry.parent_path = kept ? std::string_view(texts_).substr(text.place, text.length) : composed(found.path());
+    const bool kept = found.text != 0 || found.path() == 0;
+    entry.parent_path = kept ? kept_text(found.text) : composed(found.path());
 }

@@ -38,7 +38,7 @@ public:
     // What `fill` will read first, and then, to be fetched ahead; the text of most paths takes two cache lines.
     [[nodiscard]] const void* outcome_place(std::size_t arrival) const { return &outcomes_[pair_of_record_[arrival]]; }
     [[nodiscard]] const char* text_place(std::size_t arrival) const {
-        return texts_.data() + kept_[outcomes_[pair_of_record_[arrival]].path()].place;
+        return texts_.data() + outcomes_[pair_of_record_[arrival]].text;
     }
     [[nodiscard]] const void* times_place(std::size_t arrival) const {
         return times_.empty() ? nullptr : &times_[pair_of_record_[arrival]];
@@ -48,27 +48,21 @@ private:
     [[nodiscard]] std::string_view composed(std::uint32_t path) const;
 
     // Small, because records come to them in no order.
-    class outcome {
-    public:
-        outcome() = default;
-        outcome(std::uint32_t path, file_status status) : bits_(path << 2U | static_cast<std::uint32_t>(status)) {}
-        [[nodiscard]] std::uint32_t path() const { return bits_ >> 2U; }
-        [[nodiscard]] file_status status() const { return static_cast<file_status>(bits_ & 3U); }
+    struct outcome {
+        std::uint32_t text = 0;  // where the path's kept text begins
+        std::uint32_t path_and_status = 0;
 
-    private:
-        std::uint32_t bits_ = 0;  // memory does not hold the directories of 2^30 paths
+        [[nodiscard]] std::uint32_t path() const { return path_and_status >> 2U; }
+        [[nodiscard]] file_status status() const { return static_cast<file_status>(path_and_status & 3U); }
     };
-    struct kept_text {
-        std::uint32_t place = 0;
-        std::uint32_t length = 0;  // 0: it is not kept
-    };
+
+    [[nodiscard]] std::string_view kept_text(std::uint32_t place) const;
 
     block_array<std::uint32_t> pair_of_record_;
     std::vector<outcome> outcomes_;
     std::vector<file_times> times_;
     std::vector<directory_path> paths_;  // the first stands for no path
-    std::vector<kept_text> kept_;        // by path
-    std::string texts_;                  // UTF-8
+    std::string texts_;                  // UTF-8, each behind its length in two bytes; the first is empty
     std::unique_ptr<const directory_path_cache> directories_;
     mutable std::string composed_;  // the latest text that is not kept
     mutable std::uint32_t composed_path_ = 0;
