@@ -24,6 +24,7 @@ public:
 
     void pull() {
         open_mft_source();
+        if (run_.show_dir_path) run_.journal->number_pairs();
         switch (run_.source) {
             case source_kind::extracted_file: pull_file(); break;
             case source_kind::device_path: pull_device(); break;

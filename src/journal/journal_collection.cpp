@@ -50,6 +50,7 @@ void journal_collection::add(const journal_entry& entry) {
         (entry.from_vss != 0 ? mark::from_vss : 0) | (entry.from_slack != 0 ? mark::from_slack : 0));
     std::copy_n(entry.name.data(), units, into->name());
     if (!entry.snapshot_label.empty() || !labels_.empty()) note_label(entry.snapshot_label);
+    if (pairs_ != nullptr) pairs_->add({entry.parent_ref, entry.file_ref});
     ++count_;
 }
 

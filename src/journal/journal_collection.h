@@ -32,13 +32,10 @@ public:
 
     [[nodiscard]] std::size_t size() const { return count_; }
 
-    // Calls `visit(arrival, pair)` for every record, in no order that means anything: its number in order of arrival,
-    // from 0 on, its parent and file.
-    template <typename visitor>
-    void visit_references(const visitor& visit) const {
-        visit_run(in_order_, visit);
-        for (const record_run& run : strays_.runs()) visit_run(run, visit);
-    }
+    // From the first record on, numbers the pairs of parent and file for path resolution, which then takes them; null
+    // when they are not numbered.
+    void number_pairs() { pairs_ = std::make_unique<reference_pairs>(); }
+    [[nodiscard]] std::unique_ptr<reference_pairs> take_pairs() { return std::move(pairs_); }
 
     // What path resolution found out about the records that are here; readers hand it on. Adding afterwards makes it
     // stale.
@@ -52,13 +49,6 @@ private:
         std::string label;
     };
 
-    template <typename visitor>
-    static void visit_run(const record_run& run, const visitor& visit) {
-        record_run::cursor at(run);
-        while (const packed_record* const record = at.next()) {
-            visit(static_cast<std::size_t>(record->arrival()), reference_pair{record->parent_ref, record->file_ref});
-        }
-    }
     void note_label(const std::string& label);
     [[nodiscard]] const std::string& label_of(std::uint64_t arrival) const;
 
@@ -66,6 +56,7 @@ private:
     record_run in_order_;
     stray_records strays_;
     std::vector<labelled_stretch> labels_;         // where the shadow-copy label changes; few in any run
+    std::unique_ptr<reference_pairs> pairs_;       // null: they are not numbered
     std::unique_ptr<const resolved_paths> paths_;  // null: they were not asked for
     std::size_t count_ = 0;
 };

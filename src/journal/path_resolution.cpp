@@ -45,28 +45,10 @@ public:
 
 private:
     void number_pairs() {
-        const std::size_t records = journal_.size();
-        reference_pairs pairs(records);
-        block_array<std::uint32_t> pair_of_record;
-        while (pair_of_record.capacity() < records) pair_of_record.add_block();
-        std::array<reference_pair, 1024> some;
-        std::array<std::size_t, some.size()> arrivals;
-        std::array<std::uint32_t, some.size()> numbers;
-        std::size_t count = 0;
-        std::size_t done = 0;
-        const auto number_some = [&] {
-            pairs.number(std::span(some).first(count), numbers);
-            for (std::size_t i = 0; i < count; ++i) pair_of_record[arrivals[i]] = numbers[i];
-            done += std::exchange(count, 0);
-            meter_.tell("resolving paths", done, records, "records");
-        };
-        journal_.visit_references([&](std::size_t arrival, const reference_pair& pair) {
-            arrivals[count] = arrival;
-            some[count] = pair;
-            if (++count == some.size()) number_some();
-        });
-        number_some();
-        pairs_ = pairs.in_order();
+        const std::unique_ptr<reference_pairs> pairs = journal_.take_pairs();
+        if (pairs == nullptr) return;
+        block_array<std::uint32_t> pair_of_record = pairs->take_numbers();
+        pairs_ = pairs->in_order();
         found_ = std::make_unique<resolved_paths>(std::move(pair_of_record), pairs_.size(), with_times_);
     }
 

@@ -13,19 +13,16 @@
 
 namespace {
 
-// Of the first table: three to six bytes a record. Most journals name a file more often than eight times.
-unsigned first_bits(std::size_t records) {
-    return std::clamp(static_cast<unsigned>(std::bit_width(records / 8)), 4U, 30U);
-}
+constexpr unsigned first_bits = 16;  // of the first table
 
 }  // namespace
 
-reference_pairs::reference_pairs(std::size_t records) {
+reference_pairs::reference_pairs() {
     const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
     std::mt19937_64 random(static_cast<std::uint64_t>(now));
     parent_factor_ = random() | 1U;
     file_factor_ = random() | 1U;
-    make_table(first_bits(records));
+    make_table(first_bits);
 }
 
 void reference_pairs::make_table(unsigned bits) {
@@ -37,14 +34,15 @@ void reference_pairs::make_table(unsigned bits) {
     shift_ = 64 - bits;
 }
 
-void reference_pairs::number(std::span<const reference_pair> pairs, std::span<std::uint32_t> numbers) {
-    constexpr std::size_t lead = 24;  // about as many places as a core fetches from memory at once
-    for (std::size_t i = 0; i < std::min(lead, pairs.size()); ++i)
-        __builtin_prefetch(&table_[first_place_of(pairs[i])]);
-    for (std::size_t i = 0; i < pairs.size(); ++i) {
-        if (i + lead < pairs.size()) __builtin_prefetch(&table_[first_place_of(pairs[i + lead])]);
-        numbers[i] = number_of(pairs[i]);
-    }
+void reference_pairs::number_next() {
+    if (numbered_ == numbers_.capacity()) numbers_.add_block();
+    numbers_[numbered_] = number_of(pending_[numbered_ % pending_.size()]);
+    ++numbered_;
+}
+
+block_array<std::uint32_t> reference_pairs::take_numbers() {
+    while (numbered_ != added_) number_next();
+    return std::move(numbers_);
 }
 
 std::uint32_t reference_pairs::number_of(const reference_pair& pair) {
@@ -56,10 +54,6 @@ std::uint32_t reference_pairs::number_of(const reference_pair& pair) {
     }
     *place = {pair, count_};
     return count_++;
-}
-
-std::size_t reference_pairs::first_place_of(const reference_pair& pair) const {
-    return static_cast<std::size_t>(pair.file) & (table_.size() - 1);
 }
 
 // Where the pair stands or would stand.

@@ -2,8 +2,10 @@
 // of many times, so what is found out about it is kept once a pair; a record costs one look-up here.
 #pragma once
 
+#include "journal/block_array.h"
 #include "platform/platform.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -23,11 +25,17 @@ struct numbered_pair {
 
 class reference_pairs {
 public:
-    // For so many records, which sizes the first table.
-    explicit reference_pairs(std::size_t records);
+    reference_pairs();
 
-    // Gives each pair its number, from 0 on in the order in which they come.
-    void number(std::span<const reference_pair> pairs, std::span<std::uint32_t> numbers);
+    // The pair of the next record.
+    void add(const reference_pair& pair) {
+        __builtin_prefetch(&table_[first_place_of(pair)]);
+        pending_[added_ % pending_.size()] = pair;
+        if (++added_ - numbered_ > lead) number_next();
+    }
+
+    // For every record the number of its pair, from 0 on in the order in which the pairs came.
+    [[nodiscard]] block_array<std::uint32_t> take_numbers();
 
     // All pairs, in order of parent, then of file. Ends the numbering: the table is given up.
     [[nodiscard]] std::vector<numbered_pair> in_order();
@@ -35,9 +43,15 @@ public:
 private:
     static constexpr std::uint32_t none = ~std::uint32_t{0};
 
+    // About as many places as a core fetches from memory at once.
+    static constexpr std::size_t lead = 24;
+
+    void number_next();
     void make_table(unsigned bits);
     void grow();
-    [[nodiscard]] std::size_t first_place_of(const reference_pair& pair) const;
+    [[nodiscard]] std::size_t first_place_of(const reference_pair& pair) const {
+        return static_cast<std::size_t>(pair.file) & (table_.size() - 1);
+    }
     [[nodiscard]] numbered_pair& place_of(const reference_pair& pair);
     [[nodiscard]] std::uint32_t number_of(const reference_pair& pair);
 
@@ -50,4 +64,9 @@ private:
     std::uint32_t count_ = 0;
     std::uint64_t parent_factor_;  // drawn anew for each table: no journal can aim at one place
     std::uint64_t file_factor_;
+
+    std::array<reference_pair, 32> pending_{};  // by record, modulo its size: those whose place is being fetched
+    block_array<std::uint32_t> numbers_;        // by record
+    std::size_t numbered_ = 0;                  // records
+    std::size_t added_ = 0;
 };
