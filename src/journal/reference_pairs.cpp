@@ -8,7 +8,6 @@
 #include <chrono>
 #include <memory>
 #include <random>
-#include <ranges>
 #include <utility>
 
 namespace {
@@ -84,13 +83,13 @@ void reference_pairs::grow() {
 std::vector<numbered_pair> reference_pairs::in_order() {
     const auto is_empty = [](const numbered_pair& one) { return one.number == none; };
     const auto parent_of = [](const numbered_pair& one) { return reference_order(one.pair.parent); };
-    const std::span<const numbered_pair> pairs(table_.begin(), std::ranges::remove_if(table_, is_empty).begin());
+    const std::span<const numbered_pair> pairs(table_.begin(), std::remove_if(table_.begin(), table_.end(), is_empty));
     table_ = {};
     std::vector<numbered_pair> ordered(pairs.size());
     if (pairs.empty()) return ordered;
-    const auto [lowest, highest] = std::ranges::minmax(std::views::transform(pairs, parent_of));
+    const auto [lowest, highest] = std::ranges::minmax_element(pairs, {}, parent_of);
     bucket_sort(
-        std::span(ordered), lowest, highest, [&](std::size_t i) { return parent_of(pairs[i]); },
+        std::span(ordered), parent_of(*lowest), parent_of(*highest), [&](std::size_t i) { return parent_of(pairs[i]); },
         [&](std::size_t i) { return pairs[i]; },
         [&](const numbered_pair& a, const numbered_pair& b) {
             return a.pair.parent != b.pair.parent ? parent_of(a) < parent_of(b)

@@ -20,7 +20,7 @@ struct reference_pair {
 
 struct numbered_pair {
     reference_pair pair;
-    std::uint32_t number;
+    std::uint32_t number = 0;
 };
 
 class reference_pairs {

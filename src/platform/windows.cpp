@@ -39,12 +39,6 @@ std::wstring text_from(system_call call) {
     }
 }
 
-bool is_terminal(standard_stream stream) {
-    DWORD mode = 0;
-    return GetConsoleMode(GetStdHandle(stream == standard_stream::output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE),
-                          &mode) != FALSE;
-}
-
 // ---- Paths ----
 
 std::wstring full_path(const std::wstring& path) {
@@ -328,6 +322,12 @@ void write_error(std::string_view text) {
         const auto rest = static_cast<DWORD>(shown.size() - at);
         if (!WriteConsoleW(console, shown.data() + at, rest, &written, nullptr) || written == 0) return;
     }
+}
+
+bool is_terminal(standard_stream stream) {
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(stream == standard_stream::output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE),
+                          &mode) != FALSE;
 }
 
 // ---- Paths -------------------------------------------------------------------------------------------------------
