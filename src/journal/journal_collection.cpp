@@ -12,7 +12,6 @@ constexpr std::size_t longest_name_units = 255;
 
 // How many entries ahead of the reader memory is fetched.
 constexpr std::size_t record_lead = 8;
-constexpr std::size_t outcome_lead = 16;
 constexpr std::size_t text_lead = 8;
 constexpr std::size_t cache_line = 64;
 
@@ -71,28 +70,32 @@ void journal_collection::keep_paths(std::unique_ptr<const resolved_paths> paths)
 ordered_reader::ordered_reader(const journal_collection& from, run_meter& meter)
     : from_(from), meter_(meter), run_(from.in_order_), in_order_(run_.next()) {
     stray_ = next_stray();
-    for (const packed_record*& record : upcoming_) record = advance();
+    for (upcoming_record& next : upcoming_) next = look_ahead();
 }
 
 bool ordered_reader::next(journal_entry& entry) {
-    const packed_record* const record = upcoming_[at_];
-    if (record == nullptr) return false;
-    unpack(*record, entry);
-    upcoming_[at_] = advance();
+    upcoming_record& now = upcoming_[at_];
+    if (now.record == nullptr) return false;
+    unpack(now, entry);
+    now = look_ahead();
     at_ = (at_ + 1) % upcoming_.size();
-    if (from_.paths_ == nullptr) return true;
-    // The records of a directory are spread over the journal, and so is what was found out about them.
-    const resolved_paths& paths = *from_.paths_;
-    if (const packed_record* const soon = upcoming_[(at_ + outcome_lead) % upcoming_.size()]; soon != nullptr) {
-        __builtin_prefetch(paths.outcome_place(soon->arrival()));
-        __builtin_prefetch(paths.times_place(soon->arrival()));
-    }
-    if (const packed_record* const soon = upcoming_[(at_ + text_lead) % upcoming_.size()]; soon != nullptr) {
-        const char* const text = paths.text_place(soon->arrival());
+    if (const resolved_paths* const paths = from_.paths_.get(); paths != nullptr) {
+        const upcoming_record& soon = upcoming_[(at_ + text_lead) % upcoming_.size()];
+        const char* const text = paths->text_place(soon.pair);
         __builtin_prefetch(text);
         __builtin_prefetch(text + cache_line);
     }
     return true;
+}
+
+// The records of a directory are spread over the journal, and so is what was found out about them.
+ordered_reader::upcoming_record ordered_reader::look_ahead() {
+    upcoming_record next{.record = advance()};
+    if (from_.paths_ == nullptr || next.record == nullptr) return next;
+    next.pair = from_.paths_->pair_of(static_cast<std::size_t>(next.record->arrival()));
+    __builtin_prefetch(from_.paths_->outcome_place(next.pair));
+    __builtin_prefetch(from_.paths_->times_place(next.pair));
+    return next;
 }
 
 // The next record of all, null at the end.
@@ -152,7 +155,8 @@ void ordered_reader::put_in_order(const record_run& run) {
     meter_.count(phase::order, run.size(), run.size() * sizeof(keyed_record));
 }
 
-void ordered_reader::unpack(const packed_record& from, journal_entry& entry) const {
+void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) const {
+    const packed_record& from = *next.record;
     entry.valid = (from.marks & mark::valid) != 0 ? 1 : 0;
     entry.file_ref = from.file_ref;
     entry.parent_ref = from.parent_ref;
@@ -168,5 +172,5 @@ void ordered_reader::unpack(const packed_record& from, journal_entry& entry) con
     entry.from_vss = (from.marks & mark::from_vss) != 0 ? 1 : 0;
     entry.from_slack = (from.marks & mark::from_slack) != 0 ? 1 : 0;
     entry.snapshot_label = from_.label_of(from.arrival());
-    if (from_.paths_ != nullptr) from_.paths_->fill(from.arrival(), entry);
+    if (from_.paths_ != nullptr) from_.paths_->fill(next.pair, entry);
 }

@@ -75,10 +75,16 @@ private:
         const packed_record* record;
     };
 
+    struct upcoming_record {
+        const packed_record* record = nullptr;
+        std::uint32_t pair = 0;  // of path resolution
+    };
+
+    [[nodiscard]] upcoming_record look_ahead();
     [[nodiscard]] const packed_record* advance();
     [[nodiscard]] const packed_record* next_stray();
     void put_in_order(const record_run& run);
-    void unpack(const packed_record& from, journal_entry& entry) const;
+    void unpack(const upcoming_record& from, journal_entry& entry) const;
 
     const journal_collection& from_;
     run_meter& meter_;
@@ -92,6 +98,6 @@ private:
     std::size_t stray_place_ = 0;            // in stray_order_
 
     // The records that come next, so that memory is fetched before it is needed.
-    std::array<const packed_record*, 32> upcoming_{};
+    std::array<upcoming_record, 32> upcoming_;
     std::size_t at_ = 0;  // of the one that is next
 };

@@ -55,8 +55,7 @@ std::string_view resolved_paths::kept_text(std::uint32_t place) const {
     return {texts_.data() + place + sizeof length, length};
 }
 
-void resolved_paths::fill(std::size_t arrival, journal_entry& entry) const {
-    const std::uint32_t pair = pair_of_record_[arrival];
+void resolved_paths::fill(std::uint32_t pair, journal_entry& entry) const {
     const outcome found = outcomes_[pair];
     const file_status status = found.status();
     entry.mft_parent_missing = status == file_status::parent_missing ? 1 : 0;

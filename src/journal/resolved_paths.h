@@ -32,17 +32,16 @@ public:
     // What composes the paths; the last thing to be given.
     void keep_directories(std::unique_ptr<const directory_path_cache> directories);
 
-    // Gives an entry path, status and times of the record that arrived as number `arrival`.
-    void fill(std::size_t arrival, journal_entry& entry) const;
+    // The pair of the record that arrived as number `arrival`.
+    [[nodiscard]] std::uint32_t pair_of(std::size_t arrival) const { return pair_of_record_[arrival]; }
+
+    // Gives an entry path, status and times of its pair.
+    void fill(std::uint32_t pair, journal_entry& entry) const;
 
     // What `fill` will read first, and then, to be fetched ahead; the text of most paths takes two cache lines.
-    [[nodiscard]] const void* outcome_place(std::size_t arrival) const { return &outcomes_[pair_of_record_[arrival]]; }
-    [[nodiscard]] const char* text_place(std::size_t arrival) const {
-        return texts_.data() + outcomes_[pair_of_record_[arrival]].text;
-    }
-    [[nodiscard]] const void* times_place(std::size_t arrival) const {
-        return times_.empty() ? nullptr : &times_[pair_of_record_[arrival]];
-    }
+    [[nodiscard]] const void* outcome_place(std::uint32_t pair) const { return &outcomes_[pair]; }
+    [[nodiscard]] const char* text_place(std::uint32_t pair) const { return texts_.data() + outcomes_[pair].text; }
+    [[nodiscard]] const void* times_place(std::uint32_t pair) const { return times_.empty() ? nullptr : &times_[pair]; }
 
 private:
     [[nodiscard]] std::string_view composed(std::uint32_t path) const;

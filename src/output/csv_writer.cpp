@@ -178,6 +178,7 @@ void csv_writer::write_csv_row(const table_row& row, text_buffer& out) {
     if (!row.ready()) return;
     const std::size_t count = std::min(row.cells().size(), column_list_.size());
     char* to = out.room(fixed_room_);
+    put_name_ = {};
     for (std::size_t i = 0; i < count; ++i) {
         const table_cell& cell = row.cells()[i];
         if (settings_.multiline) {
@@ -218,7 +219,7 @@ char* csv_writer::put_text_cell(text_buffer& out, char* to, const table_cell& ce
         const std::size_t units = before + cell.wide_text.size();
         to = out.room(to, units + fixed_room_);
         if (cell.plain) put_text(to, cell.text);
-        if (cell.plain && put_plain_name(cell.wide_text, settings_.replaced_character, to + before)) {
+        if (cell.plain && put_name(out, to + before, cell.wide_text)) {
             return put_padding(to + units, units, width);
         }
         name_.clear();
@@ -229,6 +230,18 @@ char* csv_writer::put_text_cell(text_buffer& out, char* to, const table_cell& ce
     text = table_text(text, settings_, scratch_);
     to = put_text(out.room(to, text.size() + fixed_room_), text);
     return width == 0 ? to : put_padding(to, count_characters(text), width);
+}
+
+// A path ends with the name that stands in the line already. False when the name is not plain.
+bool csv_writer::put_name(const text_buffer& out, char* to, std::u16string_view name) {
+    if (!name.empty() && name.data() == put_name_.data() && name.size() == put_name_.size()) {
+        put_again(to, out.data() + put_name_place_, name.size());
+        return true;
+    }
+    if (!put_plain_name(name, settings_.replaced_character, to)) return false;
+    put_name_ = name;
+    put_name_place_ = static_cast<std::size_t>(to - out.data());
+    return true;
 }
 
 char* csv_writer::put_number(char* to, const table_cell& cell, std::size_t width) const {

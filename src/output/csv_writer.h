@@ -44,6 +44,7 @@ private:
     char* put_separator(char* to) const;
     char* put_cell(text_buffer& out, char* to, const table_cell& cell, std::size_t index);
     char* put_text_cell(text_buffer& out, char* to, const table_cell& cell, std::size_t width);
+    bool put_name(const text_buffer& out, char* to, std::u16string_view name);
     char* put_number(char* to, const table_cell& cell, std::size_t width) const;
     char* put_split_time(char* to, std::uint64_t filetime, std::size_t index);
     char* put_paired_time(char* to, std::uint64_t filetime, std::size_t width);
@@ -62,6 +63,8 @@ private:
     token_cache reasons_;
     token_cache attributes_;
     std::string name_;
+    std::u16string_view put_name_;           // the latest plain name of the line
+    std::size_t put_name_place_ = 0;         // in the buffer
     std::vector<std::uint8_t> plain_paths_;  // by path number: what is known of it
     std::string scratch_;
 };

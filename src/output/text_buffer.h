@@ -4,6 +4,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <cstddef>
 #include <cstring>
@@ -63,6 +64,16 @@ inline char* put_text(char* to, std::string_view text) {
 inline char* put_blanks(char* to, std::size_t count) {
     for (std::size_t done = 0; done < count; done += text_buffer::slack)
         std::memset(to + done, ' ', text_buffer::slack);
+    return to + count;
+}
+
+// What stands at `from` in the same buffer, in steps as well.
+inline char* put_again(char* to, const char* from, std::size_t count) {
+    std::array<char, text_buffer::slack / 2> piece;
+    for (std::size_t done = 0; done < count; done += piece.size()) {
+        std::memcpy(piece.data(), from + done, piece.size());
+        std::memcpy(to + done, piece.data(), piece.size());
+    }
     return to + count;
 }
 
