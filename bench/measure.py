@@ -15,7 +15,9 @@ HOUSE = pathlib.Path(__file__).resolve().parent.parent
 FOLDER = HOUSE / "build" / "bench"
 LORQ = HOUSE / "build" / "release" / "lorq"
 MAKER = HOUSE / "build" / "release" / "lorq-make-journal"
+STORY = HOUSE / "build" / "release" / "lorq-make-story"
 LEAD = 65536
+STORY_SIZES = (20_000, 200_000, 2_000_000)  # directories, files, records
 LAYOUTS = ["", "-csv", "-csvgen", "-multiline", "-no_whitespace", "-pair_datetime", "-base10 -show_offset", "-csv_separator tab",
            "-xml", "-bodyfile", "-csvl2t"]
 
@@ -101,6 +103,36 @@ def growth(name, *options):
     return lines, f"- 20 million records, {name}, take {seconds[1] / seconds[0]:.1f} times as long as 1 million."
 
 
+def exported(image, stream, name):
+    """A stream of a volume as a file, through the Sleuth Kit."""
+    path = FOLDER / name
+    with open(path, "wb") as out:
+        subprocess.run(["icat", image, stream], stdout=out, check=True)
+    return path
+
+
+def paths():
+    """The same records with and without paths: from a volume, and from its journal and MFT as files."""
+    image = FOLDER / "story.img"
+    subprocess.run([STORY, image, FOLDER / "list", "0", *map(str, STORY_SIZES)], check=True)
+    entry = subprocess.run(["ifind", "-n", "/$Extend/$UsnJrnl", image], check=True, capture_output=True, text=True).stdout.strip()
+    about = subprocess.run(["istat", image, entry], check=True, capture_output=True, text=True).stdout
+    stream = re.search(r"\((\d+-\d+)\)\s+Name: \$J", about)[1]
+    journal, mft = exported(image, f"{entry}-{stream}", "story.j"), exported(image, "0", "story.mft")
+    directories, files, records = STORY_SIZES
+    lines, added = [], []
+    for source, more in [(["-image", image], ["-show_dir_path"]), (["-file", journal], ["-mftfile", mft])]:
+        alone, seconds, memory = row(f"{records // 1_000_000} million, {source[0]}", [LORQ, *source], records, 7)
+        line, longer, larger = row(f"{records // 1_000_000} million, {source[0]}, paths", [LORQ, *source, *more], records, 7)
+        lines += [alone, line]
+        added.append((longer / seconds - 1, larger - memory))
+    for name in ["story.img", "story.j", "story.mft", "list"]:
+        (FOLDER / name).unlink()
+    return lines, (f"- Paths and status of {records:,} records of {files:,} files in {directories:,} directories add "
+                   f"{added[0][0]:.0%} to the time of a volume and {added[1][0]:.0%} to that of an extracted journal with its MFT, "
+                   f"and {max(more for _, more in added) / 2**20:.0f} MiB to the memory.")
+
+
 def machine():
     model = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8"))
     memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
@@ -116,6 +148,8 @@ def main():
     FOLDER.mkdir(parents=True, exist_ok=True)
     try:
         lines, findings = layouts(records)
+        more, other = paths()
+        lines, findings = [*lines, *more], [*findings, other]
         line, finding = lead()
         for name, options in [("sorted by time", []), ("shuffled", ["--shuffle"])]:
             more, other = growth(name.split()[0], *options)
