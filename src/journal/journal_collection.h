@@ -84,7 +84,7 @@ private:
     [[nodiscard]] const packed_record* advance();
     [[nodiscard]] const packed_record* next_stray();
     void put_in_order(const record_run& run);
-    void unpack(const upcoming_record& from, journal_entry& entry) const;
+    void unpack(const upcoming_record& next, journal_entry& entry) const;
 
     const journal_collection& from_;
     run_meter& meter_;

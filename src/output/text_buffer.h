@@ -69,7 +69,7 @@ inline char* put_blanks(char* to, std::size_t count) {
 
 // What stands at `from` in the same buffer, in steps as well.
 inline char* put_again(char* to, const char* from, std::size_t count) {
-    std::array<char, text_buffer::slack / 2> piece;
+    std::array<char, text_buffer::slack / 2> piece{};
     for (std::size_t done = 0; done < count; done += piece.size()) {
         std::memcpy(piece.data(), from + done, piece.size());
         std::memcpy(to + done, piece.data(), piece.size());
