@@ -9,12 +9,10 @@ constexpr std::uint64_t longest_read = 1U << 20U;
 }  // namespace
 
 void piece_reader::read(std::uint64_t offset, std::uint64_t count, std::uint32_t size, std::uint32_t step) {
-    const std::uint64_t source = volume_.source_size();
-    if (source != 0) {
-        const std::uint64_t held = offset >= source ? 0 : std::min(count, (source - offset + step - 1) / step);
-        run_.lost_bytes += (count - held) * std::min(size, step);
-        count = held;
-    }
+    const std::uint64_t source = volume_.source_limit();
+    const std::uint64_t held = offset >= source ? 0 : std::min(count, (source - offset + step - 1) / step);
+    run_.lost_bytes += (count - held) * std::min(size, step);
+    count = held;
     // Pieces far apart are read alone; what lies between them nobody asked for.
     const std::uint64_t together = step > size ? 1 : std::max<std::uint64_t>(longest_read / step, 1);
     while (count != 0) {

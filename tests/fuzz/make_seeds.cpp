@@ -34,9 +34,9 @@ bytes gpt_disk() {
     std::ranges::copy(std::string_view("EFI PART"), disk.data() + 512);
     poke<std::uint64_t>(disk, 512 + 0x18, 1);
     poke<std::uint64_t>(disk, 512 + 0x48, 2);
-    poke<std::uint32_t>(disk, 512 + 0x50, 4);
+    poke<std::uint32_t>(disk, 512 + 0x50, 6);
     poke<std::uint32_t>(disk, 512 + 0x54, 128);
-    for (std::uint64_t i = 0; i < 4; ++i) {
+    for (std::uint64_t i = 0; i < 6; ++i) {
         poke<std::uint64_t>(disk, 1024 + 128 * i, 7);
         poke<std::uint64_t>(disk, 1024 + 128 * i + 32, 8 + 8 * i);
         poke<std::uint64_t>(disk, 1024 + 128 * i + 40, 15 + 8 * i);
@@ -45,6 +45,17 @@ bytes gpt_disk() {
     std::ranges::copy(std::string_view("EXFAT   "), disk.data() + 16 * 512 + 3);
     poke<std::uint16_t>(disk, 24 * 512 + 1024 + 0x38, 0xEF53);
     std::ranges::copy(std::string_view("-FVE-FS-"), disk.data() + 32 * 512 + 3);
+    std::ranges::copy(std::string_view("MSDOS5.0"), disk.data() + 40 * 512 + 3);
+    std::ranges::copy(std::string_view("FAT32"), disk.data() + 40 * 512 + 0x52);
+    std::ranges::copy(std::string_view("MSDOS5.0"), disk.data() + 48 * 512 + 3);
+    std::ranges::copy(std::string_view("FAT16"), disk.data() + 48 * 512 + 0x36);
+    return disk;
+}
+
+bytes bare_ext() {
+    bytes disk(8192);
+    poke<std::uint64_t>(disk, 1024, ~std::uint64_t{0});
+    poke<std::uint16_t>(disk, 1024 + 0x38, 0xEF53);
     return disk;
 }
 
@@ -117,7 +128,8 @@ void make(const corpus& to) {
     to.add("directory_index",
            {seed::node_with_remnant(), index_node({40, 41, 42}), part_of(made.image, 310 * 512 + 24, 512)});
     std::vector<bytes> disks;
-    for (const bytes& disk : {gpt_disk(), extended_disk(), boot_record(0x07, 8), part_of(made.image, 0, 1024)}) {
+    for (const bytes& disk :
+         {gpt_disk(), extended_disk(), bare_ext(), boot_record(0x07, 8), part_of(made.image, 0, 1024)}) {
         disks.push_back(behind(bytes(9), disk));
     }
     to.add("partitions", disks);

@@ -76,11 +76,16 @@ TEST(carve_unallocated, endless_volume_costs_what_is_there) {
     made.put(6, {.attributes = {{.runs = run_list({{hole, 1U << 30U}}), .real_size = 1ULL << 40U}}});
     poke<std::uint64_t>(made.image, boot_sector::total_sectors, 1ULL << 60U);
     made.write(200 * 4096, record_named(u"r"));
-    carving on(made.image);
-    EXPECT_TRUE(carve_unallocated(on.disk.volume, on.run, on.progress));
-    EXPECT_EQ(on.found(4096), "r@200+0");
-    EXPECT_EQ(on.run.lost_bytes, ((1ULL << 32U) - 8 - 256) * 4096);
-    EXPECT_EQ(on.shown, "analyzing results - formatting output\n");
+    for (const bool tells_size : {true, false}) {
+        carving on;
+        disk_reader reader;
+        reader.open(std::make_unique<memory_source>(made.image, 1, tells_size));
+        on.disk.volume.open_volume(std::move(reader), 0);
+        EXPECT_TRUE(carve_unallocated(on.disk.volume, on.run, on.progress));
+        EXPECT_EQ(on.found(4096), "r@200+0");
+        EXPECT_EQ(on.run.lost_bytes, ((1ULL << 32U) - 8 - 256) * 4096);
+        EXPECT_EQ(on.shown, "analyzing results - formatting output\n");
+    }
 }
 
 TEST(carve_slack, looks_behind_each_stream_once) {
