@@ -1,26 +1,21 @@
 // lorq-make-story: an NTFS volume on which files are made, linked, renamed, moved and deleted, its change journal with
 // a record of each step, and the list that is kept of it: for every record the status and the path that must be told.
 // Made through mkntfs and libntfs-3g; nothing is mounted. See usage below.
+#include "base/utf.h"
 #include "bench/ntfs_library.h"
 
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <map>
-#include <memory>
 #include <random>
 #include <set>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
-
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -44,58 +39,21 @@ void poke(bytes& into, std::size_t at, T number) {
 
 constexpr std::uint64_t first_time = 130'000'000'000'000'000;
 
-void demand(bool holds, const std::string& what) {
-    if (!holds) throw std::runtime_error(what);
-}
-
-std::string utf8(std::u16string_view text) {  // of the basic plane, which is all that is used here
-    std::string out;
-    for (const char16_t c : text) {
-        const unsigned unit = c;
-        if (unit < 0x80) {
-            out += static_cast<char>(unit);
-        } else if (unit < 0x800) {
-            out += static_cast<char>(0xC0 | unit >> 6U);
-            out += static_cast<char>(0x80 | (unit & 0x3FU));
-        } else {
-            out += static_cast<char>(0xE0 | unit >> 12U);
-            out += static_cast<char>(0x80 | (unit >> 6U & 0x3FU));
-            out += static_cast<char>(0x80 | (unit & 0x3FU));
-        }
-    }
-    return out;
-}
-
 std::u16string numbered(std::u16string_view text, std::uint64_t number) {
     std::u16string out(text);
     for (const char c : std::to_string(number)) out += static_cast<char16_t>(c);
     return out;
 }
 
-struct close_inode {
-    void operator()(ntfs_inode* inode) const { ntfs_inode_close(inode); }
-};
-using inode_handle = std::unique_ptr<ntfs_inode, close_inode>;
-
 file_ref reference_of(const ntfs_inode* inode) {
     return reference(inode->mft_no, le16_to_cpu(inode->mrec->sequence_number));
 }
 
-const ntfschar* units(std::u16string_view name) { return reinterpret_cast<const ntfschar*>(name.data()); }
-u8 count(std::u16string_view name) { return static_cast<u8>(name.size()); }
-
 class story {
 public:
     story(const std::string& image, std::uint64_t size) {
-        std::ofstream(image, std::ios::binary | std::ios::trunc).close();
-        demand(truncate(image.c_str(), static_cast<off_t>(size)) == 0, image + " cannot be written");
-        const std::string command =
-            "PATH=$PATH:/usr/sbin:/sbin mkntfs -F -Q -q -T -p 0 -H 0 -S 0 '" + image + "' 2>/dev/null";
-        // NOLINTNEXTLINE(cert-env33-c): whoever makes a volume chose the path that the shell sees
-        demand(std::system(command.c_str()) == 0, "mkntfs failed");
+        volume_ = make_empty_volume(image, static_cast<s64>(size), "");
         ntfs_log_set_handler(ntfs_log_handler_stderr);
-        volume_ = ntfs_mount(image.c_str(), 0);
-        demand(volume_ != nullptr, "the library does not open the volume");
         directories_[root] = {u"", root};
     }
 
@@ -105,7 +63,7 @@ public:
         inode_handle parent = open(folder);
         ntfs_inode* const made =
             ntfs_create(parent.get(), const_cpu_to_le32(0), units(name), count(name), directory ? S_IFDIR : S_IFREG);
-        demand(made != nullptr, "cannot make " + utf8(name));
+        demand(made != nullptr, "cannot make " + to_utf8(name));
         const file_ref file = reference_of(made);
         if (!directory) {
             const std::uint64_t time = first_time + 1'000'000'000 * ++clock_;
@@ -124,7 +82,7 @@ public:
         {
             inode_handle parent = open(folder);
             ntfs_inode* const inode = open(file).release();
-            demand(ntfs_link(inode, parent.get(), units(name), count(name)) == 0, "cannot link " + utf8(name));
+            demand(ntfs_link(inode, parent.get(), units(name), count(name)) == 0, "cannot link " + to_utf8(name));
             demand(ntfs_inode_close_in_dir(inode, parent.get()) == 0, "cannot close a file");
         }
         links_.insert({folder, file});
@@ -145,7 +103,7 @@ public:
     void unlink(file_ref file, file_ref folder, std::u16string_view name, bool last) {
         ntfs_inode* const parent = open(folder).release();
         demand(ntfs_delete(volume_, nullptr, open(file).release(), parent, units(name), count(name)) == 0,
-               "cannot delete " + utf8(name));
+               "cannot delete " + to_utf8(name));
         note(file, folder, name);
         if (last || !named_elsewhere_.contains(file)) links_.erase({folder, file});
         if (last) directories_.erase(file);
@@ -161,26 +119,13 @@ public:
     // A directory's name says that it lies in `parent`, which no index does.
     void mislead(file_ref directory, file_ref parent) {
         const inode_handle inode = open(directory);
-        ntfs_attr* const name = ntfs_attr_open(inode.get(), AT_FILE_NAME, nullptr, 0);
+        const stream_handle name = open_stream(inode.get(), AT_FILE_NAME, u"");
         const le64 value = cpu_to_le64(parent);
-        demand(name != nullptr && ntfs_attr_pwrite(name, 0, sizeof value, &value) == sizeof value, "no name");
-        ntfs_attr_close(name);
+        demand(ntfs_attr_pwrite(name.get(), 0, sizeof value, &value) == sizeof value, "no name");
         directories_.at(directory).parent = parent;
     }
 
-    // The index allocation goes to an extension record.
-    void move_index_out(file_ref directory) {
-        const inode_handle inode = open(directory);
-        std::u16string index = u"$I30";
-        demand(ntfs_inode_add_attrlist(inode.get()) == 0, "no attribute list");
-        ntfs_attr_search_ctx* const found = ntfs_attr_get_search_ctx(inode.get(), nullptr);
-        demand(found &&
-                   ntfs_attr_lookup(AT_INDEX_ALLOCATION, reinterpret_cast<ntfschar*>(index.data()), 4, CASE_SENSITIVE,
-                                    0, nullptr, 0, found) == 0 &&
-                   ntfs_attr_record_move_away(found, 0) == 0,
-               "cannot move an index");
-        ntfs_attr_put_search_ctx(found);
-    }
+    void move_index_out(file_ref directory) { move_out(open(directory).get(), AT_INDEX_ALLOCATION, u"$I30"); }
 
     static void set_times(ntfs_inode* inode, std::uint64_t time) {
         const std::array<std::uint64_t, 3> times{time, time + 1'000'000,
@@ -233,7 +178,7 @@ private:
             path.insert(0, directories_.at(at).name + u"\\");
         }
         const bool alive = links_.contains({one.folder, one.file});
-        std::string line = (alive ? "valid\t[root]\\" : "del/entry\t[root]\\") + utf8(path + kept(one.name)) + "\t";
+        std::string line = (alive ? "valid\t[root]\\" : "del/entry\t[root]\\") + to_utf8(path + kept(one.name)) + "\t";
         const auto time = times_.find(one.file);
         return time == times_.end() ? line : line + std::to_string(time->second);
     }
@@ -259,19 +204,15 @@ private:
             journal.insert(journal.end(), record.begin(), record.end());
         }
         journal.resize((journal.size() / page + 1) * page);
-        inode_handle extend(ntfs_inode_open(volume_, 11));
-        const std::u16string file = u"$UsnJrnl";
-        std::u16string stream = u"$J";
-        inode_handle made(ntfs_create(extend.get(), const_cpu_to_le32(0), units(file), count(file), S_IFREG));
-        demand(
-            made && ntfs_attr_add(made.get(), AT_DATA, reinterpret_cast<ntfschar*>(stream.data()), 2, nullptr, 0) == 0,
-            "no $J");
-        ntfs_attr* const data = ntfs_attr_open(made.get(), AT_DATA, reinterpret_cast<ntfschar*>(stream.data()), 2);
-        demand(data != nullptr && ntfs_attr_truncate(data, static_cast<s64>(journal.size())) == 0 &&
-                   ntfs_attr_pwrite(data, 0, static_cast<s64>(journal.size()), journal.data()) ==
-                       static_cast<s64>(journal.size()),
+        const std::u16string_view file = u"$UsnJrnl";
+        const inode_handle extend(ntfs_inode_open(volume_, 11));
+        const inode_handle made(ntfs_create(extend.get(), const_cpu_to_le32(0), units(file), count(file), S_IFREG));
+        demand(made != nullptr, "no $UsnJrnl");
+        const stream_handle stream = add_stream(made.get(), u"$J");
+        const s64 size = std::ssize(journal);
+        demand(ntfs_attr_truncate(stream.get(), size) == 0 &&
+                   ntfs_attr_pwrite(stream.get(), 0, size, journal.data()) == size,
                "no $J");
-        ntfs_attr_close(data);
     }
 
     ntfs_volume* volume_ = nullptr;

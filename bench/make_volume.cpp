@@ -10,8 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
-#include <memory>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,27 +33,7 @@ constexpr const char* usage =
 
 using number_map = std::map<std::string, s64>;
 
-void demand(bool holds, const std::string& what) {
-    if (!holds) throw std::runtime_error(what);
-}
-
-template <auto close>
-struct closer {
-    template <class T>
-    void operator()(T* opened) const {
-        close(opened);
-    }
-};
-using inode = std::unique_ptr<ntfs_inode, closer<ntfs_inode_close>>;
-using stream = std::unique_ptr<ntfs_attr, closer<ntfs_attr_close>>;
-using search = std::unique_ptr<ntfs_attr_search_ctx, closer<ntfs_attr_put_search_ctx>>;
 using run = runlist_element;
-
-struct name {
-    explicit name(std::string_view text) : units(text.begin(), text.end()), size(static_cast<u8>(text.size())) {}
-    std::vector<ntfschar> units;
-    u8 size;
-};
 
 s64 number(std::string_view text) {
     s64 value = 0;
@@ -66,44 +44,27 @@ s64 number(std::string_view text) {
     return value << (unit.empty() ? 0 : unit == "K" ? 10 : unit == "M" ? 20 : 30);
 }
 
-inode create(const inode& folder, name what, mode_t kind) {
-    inode made(ntfs_create(folder.get(), const_cpu_to_le32(0), what.units.data(), what.size, kind));
+inode_handle create(const inode_handle& folder, std::u16string_view name, mode_t kind) {
+    inode_handle made(ntfs_create(folder.get(), const_cpu_to_le32(0), units(name), count(name), kind));
     demand(made != nullptr, "a file cannot be made");
     return made;
 }
 
-stream add_stream(const inode& file, name what, std::vector<u8> content = {}) {
-    demand(ntfs_attr_add(file.get(), AT_DATA, what.units.data(), what.size, content.data(), std::ssize(content)) == 0,
-           "a stream cannot be made");
-    stream made(ntfs_attr_open(file.get(), AT_DATA, what.units.data(), what.size));
-    demand(made != nullptr, "a stream cannot be opened");
-    return made;
-}
+std::u16string wide(const std::string& text) { return {text.begin(), text.end()}; }
 
-void make_files(ntfs_volume* volume, s64 count) {
-    inode folder = create(inode(ntfs_inode_open(volume, FILE_root)), name("files"), S_IFDIR);
-    for (s64 i = 0; i < count; ++i) {
-        name old("a file of the name " + std::to_string(i) + ".txt");
-        name renamed("a renamed file " + std::to_string(i) + ".txt");
-        inode file = create(folder, old, S_IFREG);
+void make_files(ntfs_volume* volume, s64 number_of_files) {
+    inode_handle folder = create(inode_handle(ntfs_inode_open(volume, FILE_root)), u"files", S_IFDIR);
+    for (s64 i = 0; i < number_of_files; ++i) {
+        const std::u16string old = wide("a file of the name " + std::to_string(i) + ".txt");
+        const std::u16string renamed = wide("a renamed file " + std::to_string(i) + ".txt");
+        inode_handle file = create(folder, old, S_IFREG);
         if (i % 3 == 0)
-            demand(ntfs_link(file.get(), folder.get(), renamed.units.data(), renamed.size) == 0, "no second name");
+            demand(ntfs_link(file.get(), folder.get(), units(renamed), count(renamed)) == 0, "no second name");
         if (i % 3 != 0 && i % 5 != 0) continue;
-        demand(ntfs_delete(volume, nullptr, file.release(), folder.release(), old.units.data(), old.size) == 0,
+        demand(ntfs_delete(volume, nullptr, file.release(), folder.release(), units(old), count(old)) == 0,
                "no deletion");
         folder.reset(ntfs_pathname_to_inode(volume, nullptr, "/files"));  // it was given up with the file
     }
-}
-
-// $J leaves the base record for one of its own.
-void move_out(const inode& file, stream& journal, name what) {
-    journal.reset();
-    demand(ntfs_inode_add_attrlist(file.get()) == 0, "no attribute list");
-    const search found(ntfs_attr_get_search_ctx(file.get(), nullptr));
-    demand(ntfs_attr_lookup(AT_DATA, what.units.data(), what.size, CASE_SENSITIVE, 0, nullptr, 0, found.get()) == 0 &&
-               ntfs_attr_record_move_away(found.get(), 0) == 0,
-           "$J cannot be moved");
-    journal.reset(ntfs_attr_open(file.get(), AT_DATA, what.units.data(), what.size));
 }
 
 // The clusters that are not zero, in stretches of at most `longest`.
@@ -158,12 +119,16 @@ void make_journal(ntfs_volume* volume, const std::string& path, number_map& plan
     demand(mapped != MAP_FAILED, path + " cannot be mapped");
     const std::basic_string_view<u8> content(static_cast<const u8*>(mapped), static_cast<std::size_t>(size));
 
-    const inode extend(ntfs_inode_open(volume, 11));
-    const inode holder = create(extend, name("$UsnJrnl"), S_IFREG);
-    const stream max = add_stream(holder, name("$Max"), std::vector<u8>(32, 1));
-    stream journal = add_stream(holder, name("$J"));
-    if (plan["--moved"] != 0) move_out(holder, journal, name("$J"));
-    demand(journal && ntfs_attr_truncate(journal.get(), size) == 0, "$J cannot be sized");
+    const inode_handle extend(ntfs_inode_open(volume, 11));
+    const inode_handle holder = create(extend, u"$UsnJrnl", S_IFREG);
+    const stream_handle max = add_stream(holder.get(), u"$Max", std::basic_string<u8>(32, 1));
+    stream_handle journal = add_stream(holder.get(), u"$J");
+    if (plan["--moved"] != 0) {
+        journal.reset();
+        move_out(holder.get(), AT_DATA, u"$J");
+        journal = open_stream(holder.get(), AT_DATA, u"$J");
+    }
+    demand(ntfs_attr_truncate(journal.get(), size) == 0, "$J cannot be sized");
 
     const s64 cluster = plan["--cluster"];
     const bool spread = plan["--fragments"] > 1;
@@ -215,14 +180,8 @@ void make(const std::vector<std::string>& arguments) {
     }
     // mkntfs makes records as large as the sectors, but of 1024 bytes at least.
     const s64 sector = plan["--record"] == 4096 ? 4096 : 512;
-    demand(std::fclose(std::fopen(out.c_str(), "wb")) == 0 && truncate(out.c_str(), plan["--size"]) == 0, "no image");
-    const std::string format = "PATH=/usr/sbin:/sbin:$PATH exec mkntfs -F -Q -q -T -p 0 -H 0 -S 0 -c " +
-                               std::to_string(plan["--cluster"]) + " -s " + std::to_string(sector) + " '" + out +
-                               "' 2>/dev/null";
-    // NOLINTNEXTLINE(cert-env33-c): whoever makes a volume chose the path that the shell sees
-    demand(std::system(format.c_str()) == 0, "mkntfs failed");
-    ntfs_volume* const volume = ntfs_mount(out.c_str(), 0);
-    demand(volume != nullptr, "the library does not open the volume");
+    ntfs_volume* const volume = make_empty_volume(
+        out, plan["--size"], "-c " + std::to_string(plan["--cluster"]) + " -s " + std::to_string(sector));
     if (plan["--files"] != 0) make_files(volume, plan["--files"]);
     if (!journal.empty()) make_journal(volume, journal, plan);
     demand(ntfs_umount(volume, FALSE) == 0, "the volume cannot be closed");

@@ -144,6 +144,32 @@ TEST(DirectoryListing, ParentThatIsThereReusedOrNoDirectory) {
     }
 }
 
+// A directory that shrank frees index blocks and leaves them as they are. What they hold counts, used or not.
+TEST(DirectoryListing, FreedBlocks) {
+    ntfs_image_builder made;
+    made.build();
+    const made_attribute blocks{.type = attribute_type::index_allocation,
+                                .name = u"$I30",
+                                .runs = run_list({{20, 3}}),
+                                .real_size = 4096};  // of the first alone
+    const made_attribute used{.type = attribute_type::bitmap, .name = u"$I30", .value = bytes(8)};  // none
+    made.put(30, {.attributes = {name_attribute(u"home"), index_root({}), blocks, used}, .flags = 3, .sequence = 1});
+    made.write(20 * 4096, index_block_of({40}));
+    made.write(21 * 4096, poked(index_block_of({41}), 0, std::uint32_t{0}));
+    made.write(22 * 4096, index_block_of({42}));
+    made.write(22 * 4096 + 24 + 64 + 24 + 16, entry_of(43));  // behind the entry that ends the node
+    opened_volume opened(made.image);
+    ASSERT_TRUE(opened.volume.mount());
+    mft_entries_ctx context(opened.volume, true);
+    directory_listing listing;
+    for (std::uint64_t i = 40; i < 44; ++i) listing.want(reference(i, 1));
+    listed_parent found;
+    std::uint64_t parent = home;
+    ASSERT_TRUE(list_parent_directory(context, parent, listing, found));
+    constexpr std::array expected{listed_in::index, listed_in::nowhere, listed_in::index, listed_in::slack};
+    EXPECT_TRUE(std::ranges::equal(listing.files(), expected, {}, &wanted_file::where));
+}
+
 // Of what directories claim for their indexes, no more than the volume twice over is read.
 TEST(DirectoryListing, IndexesThatClaimTheWholeVolume) {
     ntfs_image_builder made;
