@@ -34,8 +34,8 @@ public:
           meter_(*run.meter),
           with_times_(run.pull_times) {}
 
-    void run() {
-        number_pairs();
+    void run(reference_pairs& pairs) {
+        take(pairs);
         resolve_groups();
         resolve_unread();
         context_.paths->release_source();
@@ -44,11 +44,9 @@ public:
     }
 
 private:
-    void number_pairs() {
-        const std::unique_ptr<reference_pairs> pairs = journal_.take_pairs();
-        if (pairs == nullptr) return;
-        block_array<std::uint32_t> pair_of_record = pairs->take_numbers();
-        pairs_ = pairs->in_order();
+    void take(reference_pairs& pairs) {
+        block_array<std::uint32_t> pair_of_record = pairs.take_numbers();
+        pairs_ = pairs.in_order();
         found_ = std::make_unique<resolved_paths>(std::move(pair_of_record), pairs_.size(), with_times_);
     }
 
@@ -139,6 +137,8 @@ private:
 
 bool resolve_journal_paths(usnjrnl_context& run, ntfs_volume& mft_source) {
     if (!run.show_dir_path || run.journal == nullptr || !mft_source.mount()) return false;
-    path_resolution(run, mft_source).run();
+    const std::unique_ptr<reference_pairs> pairs = run.journal->take_pairs();
+    if (pairs == nullptr) return false;
+    path_resolution(run, mft_source).run(*pairs);
     return true;
 }

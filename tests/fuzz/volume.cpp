@@ -47,6 +47,7 @@ void resolve_by_exported_mft(const bytes& image, ntfs_volume& source, usnjrnl_co
     const auto begin = image.begin() + static_cast<std::ptrdiff_t>(seed_volume().offset_of_record(0));
     ntfs_volume exported(fuzz_log());
     journal_collection journal;
+    journal.number_pairs();
     run.journal = &journal;
     run.show_dir_path = exported.open_mft_file(reader_over({begin, begin + 48 * 1024})) &&
                         read_volume_journal(source, run, [] {}) && resolve_journal_paths(run, exported);
