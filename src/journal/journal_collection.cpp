@@ -70,7 +70,7 @@ void journal_collection::keep_paths(std::unique_ptr<const resolved_paths> paths)
 ordered_reader::ordered_reader(const journal_collection& from, run_meter& meter)
     : from_(from), meter_(meter), run_(from.in_order_), in_order_(run_.next()) {
     stray_ = next_stray();
-    for (upcoming_record& next : upcoming_) next = look_ahead();
+    for (upcoming_record& place : upcoming_) place = look_ahead();
 }
 
 bool ordered_reader::next(journal_entry& entry) {
@@ -90,12 +90,12 @@ bool ordered_reader::next(journal_entry& entry) {
 
 // The records of a directory are spread over the journal, and so is what was found out about them.
 ordered_reader::upcoming_record ordered_reader::look_ahead() {
-    upcoming_record next{.record = advance()};
-    if (from_.paths_ == nullptr || next.record == nullptr) return next;
-    next.pair = from_.paths_->pair_of(static_cast<std::size_t>(next.record->arrival()));
-    __builtin_prefetch(from_.paths_->outcome_place(next.pair));
-    __builtin_prefetch(from_.paths_->times_place(next.pair));
-    return next;
+    upcoming_record soon{.record = advance()};
+    if (from_.paths_ == nullptr || soon.record == nullptr) return soon;
+    soon.pair = from_.paths_->pair_of(static_cast<std::size_t>(soon.record->arrival()));
+    __builtin_prefetch(from_.paths_->outcome_place(soon.pair));
+    __builtin_prefetch(from_.paths_->times_place(soon.pair));
+    return soon;
 }
 
 // The next record of all, null at the end.

@@ -35,9 +35,7 @@ public:
           with_times_(run.pull_times) {}
 
     void run(reference_pairs& pairs) {
-        block_array<std::uint32_t> pair_of_record = pairs.take_numbers();
-        pairs_ = pairs.in_order();
-        found_ = std::make_unique<resolved_paths>(std::move(pair_of_record), pairs_.size(), with_times_);
+        take(pairs);
         resolve_groups();
         resolve_unread();
         context_.paths->release_source();
@@ -46,6 +44,12 @@ public:
     }
 
 private:
+    void take(reference_pairs& pairs) {
+        block_array<std::uint32_t> pair_of_record = pairs.take_numbers();
+        pairs_ = pairs.in_order();
+        found_ = std::make_unique<resolved_paths>(std::move(pair_of_record), pairs_.size(), with_times_);
+    }
+
     void resolve_groups() {
         directory_listing listing;
         for (group rest(pairs_); !rest.empty();) {

@@ -10,6 +10,8 @@
 #include "support/memory_source.h"
 #include "support/ntfs_image_builder.h"
 
+#include <sstream>
+
 class fuzz_input {
 public:
     fuzz_input(const std::uint8_t* data, std::size_t size) : rest_(data, size) {}
@@ -88,28 +90,12 @@ inline usnjrnl_context settings_from(argument_list arguments) {
 
 // Each bit switches on an option.
 inline usnjrnl_context settings_of(std::uint32_t bits) {
-    constexpr const char* options[] = {"-a",
-                                       "-csv",
-                                       "-csvgen",
-                                       "-csvl2t",
-                                       "-bodyfile",
-                                       "-xml",
-                                       "-multiline",
-                                       "-xml_escape",
-                                       "-base10",
-                                       "-show_offset",
-                                       "-show_dir_path",
-                                       "-pulltimes",
-                                       "-pair_datetime",
-                                       "-no_whitespace",
-                                       "-include_unalloc_clusters",
-                                       "-include_vss_clusters",
-                                       "-include_slack_space",
-                                       "-quiet"};
+    std::istringstream options(
+        "-a -csv -csvgen -csvl2t -bodyfile -xml -multiline -xml_escape -base10 -show_offset -show_dir_path -pulltimes "
+        "-pair_datetime -no_whitespace -include_unalloc_clusters -include_vss_clusters -include_slack_space -quiet");
     argument_list arguments{"lorq"};
-    for (const char* option : options) {
-        if ((bits & 1U) != 0) arguments.emplace_back(option);
-        bits >>= 1U;
+    for (std::string option; options >> option; bits >>= 1U) {
+        if ((bits & 1U) != 0) arguments.push_back(option);
     }
     return settings_from(std::move(arguments));
 }

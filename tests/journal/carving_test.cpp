@@ -2,6 +2,7 @@
 #include "journal/carving.h"
 
 #include "journal/journal_collection.h"
+#include "journal/path_resolution.h"
 #include "ntfs/opened_volume.h"
 
 #include <gtest/gtest.h>
@@ -86,6 +87,15 @@ TEST(carve_unallocated, endless_volume_costs_what_is_there) {
         EXPECT_EQ(on.run.lost_bytes, ((1ULL << 32U) - 8 - 256) * 4096);
         EXPECT_EQ(on.shown, "analyzing results - formatting output\n");
     }
+}
+
+TEST(resolve_journal_paths, gives_nothing_where_pairs_were_not_numbered) {
+    ntfs_image_builder made{};
+    carving on(made.build().image);
+    on.run.show_dir_path = true;
+    EXPECT_FALSE(resolve_journal_paths(on.run, on.disk.volume));
+    on.journal.number_pairs();
+    EXPECT_TRUE(resolve_journal_paths(on.run, on.disk.volume));
 }
 
 TEST(carve_slack, looks_behind_each_stream_once) {
