@@ -5,7 +5,7 @@ import re
 
 import pytest
 
-from conftest import FAILED, WINDOWS, as_root, linux_only
+from conftest import FAILED, as_root, linux_only
 from journal import page, record
 
 USAGE = pathlib.Path(__file__).parent.parent.joinpath("golden/usage.txt").read_bytes().decode()
@@ -25,41 +25,30 @@ def test_usage_is_no_failure(lorq, arguments):
 
 VALID = "prob validating volume {} as a NTFS partition, aborting...\n"
 NOT_WITH_FILE = " cannot be used with -file option\n"
-BAD_ALIAS = "imbalanced alias to true pathfiles, aborting\n"
-NOT_OFFERED = "This option is not offered in this build\n"
 
 
 @pytest.mark.parametrize("arguments, message", [
     # Options that are refused.
     (["-file", "j", "-out", "no/such/x", "-append", "-sqlite", "x"], "prob opening file no\\such\\x for output, aborting\n"),
-    (["-file", "j", "-out", ""], "prob opening file  for output, aborting\n"),
     (["-file", "j", "-out", "."], "prob opening file . for output, aborting\n"),
-    (["-file", "j", "-sqlite", "x", "-timeformat", "x"], "invalid x, using default format\n" + NOT_OFFERED),
-    (["-file", "j", "-sqlite_log", "x"], NOT_OFFERED),
-    (["-file", "j", "-alias", "a|b|c", "-sqlite", "x"], BAD_ALIAS),
-    (["-file", "j", "-aliaspath", "a"], BAD_ALIAS),
+    (["-file", "j", "-sqlite", "x", "-timeformat", "x"],
+     "invalid x, using default format\nThis option is not offered in this build\n"),
+    (["-file", "j", "-alias", "a|b|c", "-sqlite", "x"], "imbalanced alias to true pathfiles, aborting\n"),
     (["-file", "j", "-cmd_start_time", "20240102"], ""),
-    (["-file", "j", "-cmd_stop_time", "2024.01.02"], ""),
-    (["-file", "j", "-cmd_stop_time", " 2024-01-02"], ""),
     # Sources that give nothing.
     (["-a"], USAGE),
-    (["-file", "j", "-include_unalloc_clusters"], "-include_unalloc_clusters" + NOT_WITH_FILE),
     (["-file", "j", "-include_vss_clusters"], "-include_vss_clusters" + NOT_WITH_FILE),
     (["-file", "j", "-include_slack_space"], "-include_mft_slack_space" + NOT_WITH_FILE),
     (["-file", "j", "-include_slack_space", "-include_vss_clusters", "-include_unalloc_clusters"],
      "-include_unalloc_clusters" + NOT_WITH_FILE),
     (["-file", "missing"], "prob reading missing\n"),
-    (["-file", "C:\\$Extend\\$UsnJrnl:$J"], "prob reading C:\\$Extend\\$UsnJrnl:$J\n"),
     (["-image", "zero"], "couldn't find any partitions on disk\n\n"),
     pytest.param(["-file", "j", "-partition", "zz"], VALID.format("zz"), marks=as_root),
     pytest.param(["-file", "j", "-vss", "97"], VALID.format(r"\\?\GLOBALROOT\Device\HarddiskVolumeShadowCopy97"), marks=as_root),
-    pytest.param(["-partition", ""], VALID.format(""), marks=as_root),
     (["-file", "zero"], ""),
-    (["-file", "empty"], ""),
 ])
 def test_failures_leave_only_the_run_header(lorq, arguments, message):
     lorq.write("zero", bytes(3 * 4096))
-    lorq.write("empty", b"")
     done = lorq(*arguments)
     assert (done.code, said(done)) == (FAILED, message)
     assert HEADER.fullmatch(done.out)
@@ -67,7 +56,6 @@ def test_failures_leave_only_the_run_header(lorq, arguments, message):
 
 @pytest.mark.parametrize("arguments, message", [
     (["-cmd_start_time", "2024-13-02"], "invalid start time, ignoring\n"),
-    (["-dateformat", "dd-mmm-yy"], "invalid dd-mmm-yy, using default format\n"),
     (["-diags", "no/such/x"], ""),
     (["-show_dir_path"], "prob no usable $MFT, paths not resolved\n"),
     (["-mftfile", "no-mft"], "prob opening mft file: no-mft, paths not resolved\n"),
@@ -92,11 +80,8 @@ def test_volumes_need_rights(lorq_as_nobody):
     assert HEADER.fullmatch(done.out)
 
 
-def test_pipes_as_source_and_results(lorq):
-    if not WINDOWS:  # no size, so nothing in it
-        os.mkfifo(lorq.path("fifo"))
-        assert lorq("-quiet", "-file", "fifo")[::2] == (FAILED, "")
-    # A reader that has seen enough is no problem to report.
+def test_closed_pipe_as_results(lorq):
+    """A reader that has seen enough is no problem to report."""
     reader, writer = os.pipe()
     os.close(reader)
     done = lorq("-file", "j", stdout=writer)

@@ -7,18 +7,13 @@
 
 namespace {
 
-// Keys spread over all 64 bits, in a narrow band, with many equal keys and zeros, ascending with zeros
-// between, many in order behind one of the last hour and then some of any time.
+// Keys spread over all 64 bits, in a narrow band with many equal keys and zeros, ascending with zeros between.
 TEST(JournalCollection, KeepsKeyOrderAndArrivalAmongEquals) {
     std::mt19937_64 random(7);
     const std::function<std::uint64_t(std::uint64_t)> shapes[] = {
         [&](std::uint64_t) { return random(); },
-        [&](std::uint64_t) { return 133'000'000'000'000'000 + random() % 1'000'000; },
         [&](std::uint64_t) { return random() % 5 == 0 ? 0 : 133'000'000'000'000'000 + random() % 50; },
-        [&](std::uint64_t i) { return i % 1000 == 999 ? 0 : ~std::uint64_t{0} - 500'000 + i; },
-        [&](std::uint64_t i) { return i == 0        ? ~i
-                                      : i < 200'000 ? 7'000'000 + i / 2
-                                                    : random() % 10'000'000; }};
+        [&](std::uint64_t i) { return i % 1000 == 999 ? 0 : ~std::uint64_t{0} - 500'000 + i; }};
     for (const std::size_t count : {0U, 1U, 2U, 300'000U}) {
         for (const auto& shape : shapes) {
             journal_collection journal;

@@ -1,6 +1,5 @@
 #include "ntfs/directory_listing.h"
 
-#include "ntfs/index_slack.h"
 #include "opened_volume.h"
 
 #include <gtest/gtest.h>
@@ -8,75 +7,7 @@
 namespace {
 
 constexpr std::uint64_t home = reference(30, 1);
-bytes entry_of(std::uint64_t entry, std::size_t name_length = 3) {
-    return index_entry_of(entry, home, std::u16string(name_length, u'n'));
-}
-
-std::string starts_in(const bytes& slack) {
-    std::string text;
-    for (const std::size_t start : find_slack_entries(byte_view(slack), home)) text += std::to_string(start) + " ";
-    return text;
-}
-
-TEST(IndexSlack, TellsARemnantByItsParentOrByATimeAndChecksItsFields) {
-    constexpr std::size_t key = 16 + index_entry::key;
-    bytes slack(16);
-    append(slack, entry_of(40));
-    slack.resize(160);
-    // What a field may hold, and what no entry does.
-    const std::tuple<std::size_t, std::size_t, std::uint64_t, std::uint64_t> fields[] = {
-        {16 + index_entry::flags, 2, 2, 3},           {16 + index_entry::flags + 2, 2, 0, 1},
-        {16 + index_entry::key_length, 2, 1, 0},      {16 + index_entry::length, 2, 72, 71},  // the key has 72 bytes
-        {key + file_name_value::name_space, 1, 3, 4}, {key + file_name_value::name_length, 1, 1, 0},
-        {key + file_name_value::real_size, 8, 0, 1}};  // more than is allocated
-    for (const auto& [at, width, inside, outside] : fields) {
-        for (const std::uint64_t value : {inside, outside}) {
-            bytes changed = slack;
-            std::memcpy(changed.data() + at, &value, width);
-            EXPECT_EQ(starts_in(changed), value == inside ? "16 " : "") << at << "=" << value;
-        }
-    }
-    // Found by its parent, then by the first time, the second, the third, the fourth one alone.
-    for (std::size_t at = key; at <= key + 32; at += 8) {
-        EXPECT_EQ(starts_in(slack), "16 ") << at;
-        poke<std::uint64_t>(slack, at, 77);
-    }
-    // The first and the last moment that count, 1986-01-01 and 2100-01-01.
-    for (const auto& [time, found] : {std::pair{121'493'951'999'999'999U, ""},
-                                      {121'493'952'000'000'000U, "16 "},
-                                      {157'469'184'000'000'000U, "16 "},
-                                      {157'469'184'000'000'001U, ""}}) {
-        poke<std::uint64_t>(slack, key + 32, time);
-        EXPECT_EQ(starts_in(slack), found) << time;
-    }
-    for (const std::size_t length : {64U, 65U}) {
-        bytes longest = entry_of(40, length);
-        longest.resize(1000);
-        EXPECT_EQ(starts_in(longest), length == 64 ? "0 " : "");
-    }
-    bytes cut = entry_of(40, 10);
-    cut.resize((10 + 41) * 2);
-    EXPECT_EQ(starts_in(cut), "0 ");
-    cut.pop_back();
-    EXPECT_EQ(starts_in(cut), "");
-}
-
-TEST(IndexSlack, OverlappingStartsGiveWay) {
-    // The head of an old entry was overwritten by the entry that ends the node: a remnant of reference 0.
-    bytes slack = entry_of(40);
-    poke<std::uint64_t>(slack, index_entry::reference, 0);
-    poke<std::uint32_t>(slack, index_entry::length, 16);
-    poke<std::uint16_t>(slack, index_entry::flags, 2);
-    append(slack, entry_of(41));
-    EXPECT_EQ(starts_in(slack), "0 88 ");
-    // A start that only a time proposes lies 80 bytes before one that its parent proves, then 88.
-    for (const std::size_t distance : {80U, 88U}) {
-        bytes two = poked<std::uint64_t>(entry_of(40), index_entry::key, 77);
-        two.resize(distance);
-        append(two, entry_of(41));
-        EXPECT_EQ(starts_in(two), distance == 80 ? "80 " : "0 88 ");
-    }
-}
+bytes entry_of(std::uint64_t entry) { return index_entry_of(entry, home, u"nnn"); }
 
 // Which of files 40 to 49 a node lists, a remnant in brackets; "!" when it lists anything.
 std::string listed(const bytes& node, bool look_into_slack = true) {
@@ -118,32 +49,6 @@ TEST(DirectoryListing, EntriesInUseAndRemnants) {
     EXPECT_EQ(listed(bytes(node.begin(), node.begin() + second + 80), false), "! 41");  // the space ends in the second
 }
 
-TEST(DirectoryListing, ParentThatIsThereReusedOrNoDirectory) {
-    ntfs_image_builder made;
-    made.build();
-    made.put(30, {.attributes = {name_attribute(u"home"), index_root({40})}, .flags = 3, .sequence = 1});
-    made.put(31, {.attributes = {name_attribute(u"empty"), index_root({})}, .flags = 3, .sequence = 1});
-    made.put(32, {.attributes = {name_attribute(u"file"), index_root({40})}, .flags = 1, .sequence = 1});
-    opened_volume opened(made.image);
-    ASSERT_TRUE(opened.volume.mount());
-    for (const auto& [parent, expected] : {std::pair{reference(30, 1), "1 lists it"},
-                                           {reference(30, 0), "1 lists it"},
-                                           {reference(30, 2), "none"},
-                                           {reference(31, 1), "none"},
-                                           {reference(32, 1), "none"},
-                                           {reference(1U << 30U, 1), "none"}}) {
-        mft_entries_ctx context(opened.volume, true);
-        directory_listing listing;
-        listing.want(reference(40, 1));
-        listed_parent found;
-        std::uint64_t asked = parent;
-        const bool present = list_parent_directory(context, asked, listing, found);
-        EXPECT_EQ(present && listing.files()[0].where == listed_in::index ? std::to_string(asked >> 48U) + " lists it"
-                                                                          : "none",
-                  expected);
-    }
-}
-
 // A directory that shrank frees index blocks and leaves them as they are. What they hold counts, used or not.
 TEST(DirectoryListing, FreedBlocks) {
     ntfs_image_builder made;
@@ -168,31 +73,6 @@ TEST(DirectoryListing, FreedBlocks) {
     ASSERT_TRUE(list_parent_directory(context, parent, listing, found));
     constexpr std::array expected{listed_in::index, listed_in::nowhere, listed_in::index, listed_in::slack};
     EXPECT_TRUE(std::ranges::equal(listing.files(), expected, {}, &wanted_file::where));
-}
-
-// Of what directories claim for their indexes, no more than the volume twice over is read.
-TEST(DirectoryListing, IndexesThatClaimTheWholeVolume) {
-    ntfs_image_builder made;
-    made.build();
-    const made_attribute everything{.type = attribute_type::index_allocation,
-                                    .name = u"$I30",
-                                    .runs = run_list({{1, 1U << 30U}}),
-                                    .real_size = 4096};
-    for (std::uint64_t i = 30; i < 34; ++i) {
-        made.put(i, {.attributes = {name_attribute(u"home"), index_root({40}), everything}, .flags = 3, .sequence = 1});
-    }
-    opened_volume opened(made.image);
-    ASSERT_TRUE(opened.volume.mount());
-    mft_entries_ctx context(opened.volume, false);
-    opened.faults.reads = 0;
-    for (std::uint64_t i = 30; i < 34; ++i) {
-        directory_listing listing;
-        listed_parent found;
-        std::uint64_t parent = reference(i, 1);
-        EXPECT_TRUE(list_parent_directory(context, parent, listing, found));
-    }
-    EXPECT_NE(opened.said.find("err: directory indexes claim more than the volume holds"), std::string::npos);
-    EXPECT_LT(opened.faults.reads, 8U);
 }
 
 }  // namespace

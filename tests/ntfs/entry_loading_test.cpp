@@ -46,52 +46,6 @@ TEST(LoadEntry, PiecesWithOneIdInSeveralRecordsFormOneStream) {
     EXPECT_EQ(journal_of(poked(made.image, made.offset_of_record(30), 0U)), "not loaded");
 }
 
-TEST(LoadEntry, ListsThatClaimMoreThanTheSourceHoldsEnd) {
-    ntfs_image_builder made;
-    made.build();
-    std::vector<made_run> runs;  // of $MFT: one cluster after the other for many records
-    for (std::uint64_t i = 0; i < 50; ++i) runs.push_back({2 + i % 2, 16});
-    made.put(0, {.attributes = {{.runs = run_list(runs)}}});
-    for (std::uint64_t i = 1; i < 64; ++i) made.put(i, {});
-    made.put(30, {.attributes = {{.type = 0x20, .runs = run_list({{100, 64}}), .real_size = 64 * 4096}}});
-    bytes list;
-    for (std::uint64_t i = 0; i < 8192; ++i) append(list, list_entry(data, 100 + i, 0));
-    made.write(std::size_t{100} * 4096, list);
-    opened_volume opened(made.image);
-    mft_entry entry;
-    ASSERT_TRUE(opened.volume.mount() && opened.volume.load_entry(30, entry));
-    EXPECT_GT(entry.records.size(), 100U);
-    EXPECT_LE(entry.records.size(), 1026U);  // a megabyte has room for 1024
-    for (int i = 0; i < 20; ++i) EXPECT_TRUE(opened.volume.load_entry(30, entry));
-    EXPECT_EQ(entry.records.size(), 1U);
-}
-
-TEST(LoadEntry, ListsThatRepeatThemselvesOrLeadNowhereEnd) {
-    ntfs_image_builder made = split_journal();
-    const bytes again = list_entry(data, 41, 3);  // then no such attribute, an empty record, no record
-    made.put(30, {.attributes = {attribute_list({again, again, list_entry(data, 41, 9), list_entry(data, 63, 3),
-                                                 list_entry(data, std::uint64_t{1} << 47U, 3)})}});
-    made.put(41, {.attributes = {attribute_list({list_entry(data, 40, 3)}), piece(5, {{50, 4}})}, .base = 30});
-    EXPECT_EQ(journal_of(made.image), "50@5+4, 36864");
-}
-
-TEST(LoadEntry, ANonResidentListEndsAtItsRealSize) {
-    ntfs_image_builder made = split_journal();
-    bytes list;
-    for (const std::uint64_t record : {40U, 41U, 42U}) append(list, list_entry(data, record, 3));
-    made.write(100 * 4096, list);
-    constexpr std::uint64_t huge = ~std::uint64_t{0};
-    const std::tuple<std::vector<made_run>, std::uint64_t, std::string> cases[] = {
-        {{{100, 1}}, 64, "-@0+2 60@2+3 50@5+4, 40000"},
-        {{{100, 1}, {999, 1}}, huge, "-@0+2 60@2+3 50@5+4 90@9+1, 40000"},
-        {{{hole, huge >> 14U}}, huge, "no stream"},
-        {{{999, 1}}, 64, "no stream"}};
-    for (const auto& [runs, size, stream] : cases) {
-        made.put(30, {.attributes = {{.type = 0x20, .runs = run_list(runs), .real_size = size}}});
-        EXPECT_EQ(journal_of(made.image), stream);
-    }
-}
-
 TEST(LoadEntry, RecordsOfAnExportedMft) {
     const ntfs_image_builder made = split_journal();
     const auto begin = made.image.begin() + static_cast<std::ptrdiff_t>(made.offset_of_record(0));
@@ -133,27 +87,6 @@ TEST(Mount, PiecesOfTheMftAreFoundThroughThoseKnownSoFar) {
     EXPECT_EQ(mft_of(poked(made.image, 100 * 4096 + 3 * 1024, 0U), 17), "8 bad at none");
     made.put(3, {.attributes = {piece(2, {{120, 2}, {110, 1}}, 0, u"")}});  // the piece between is gone
     EXPECT_EQ(mft_of(made.image, 17), "20 good at 451584");
-}
-
-TEST(Mount, TakesARecordInTwoPlaces) {
-    ntfs_image_builder scattered{.cluster_size = 512, .mft_clusters = 2};
-    scattered.build().put(0, {.attributes = {piece(0, {{2, 2}, {30, 1}, {20, 1}}, 2048, u"")}});
-    const bytes record = made_record{.sequence_array = 42}.build(1024);
-    scattered.write(30 * 512, bytes(record.begin(), record.begin() + 512));
-    scattered.write(20 * 512, bytes(record.begin() + 512, record.end()));
-    EXPECT_EQ(mft_of(scattered.image, 1), "2 good at 15360");
-}
-
-TEST(Mount, RefusesAMftThatIsDamagedOrNotThere) {
-    const bytes whole = ntfs_image_builder{}.build().image;
-    constexpr std::size_t record = 2 * 4096;
-    for (const bytes& broken :
-         {poked(whole, boot_sector::mft_cluster, 256U), poked(whole, boot_sector::mft_cluster + 4, 0x80000000U),
-          poked(whole, record, signature_baad), poked(whole, record + mft_record::bytes_allocated, 0U),
-          poked(whole, record + mft_record::bytes_allocated, 0x10001U), bytes(whole.begin(), whole.begin() + 511),
-          bytes(whole.begin(), whole.begin() + record)}) {
-        EXPECT_EQ(mft_of(broken, 0), "not mounted");
-    }
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "output/csv_writer.h"
 
-#include "output/text_marks.h"
-#include "output/token_cache.h"
 #include "support/command_line.h"
 
 #include <gtest/gtest.h>
@@ -75,7 +73,6 @@ TEST(CsvWriter, PaddedVariants) {
               "02/01/24 ::  12:34:56 ::             42 ::          3 ::              5 ::          5 :: "
               "18446744073709551615 :: $J      ::          32256 :: archive                       :: "
               "report.docx                                   :: data_overwritten; file_created; file_closed\n");
-    EXPECT_EQ(written_line(decimal + " -csv_separator " + std::string(5000, '#'), wide).size(), 55'224U);
 }
 
 TEST(CsvWriter, Multiline) {
@@ -146,6 +143,8 @@ TEST(CsvWriter, NamesOfEveryKind) {
     EXPECT_EQ(name_cell(false, std::u16string(45, u'\u4e2d')).size(), 135U);
     EXPECT_EQ(name_cell(false, u"a\0b"s), "a\0b"s + blanks(42));
     EXPECT_EQ(name_cell(true, u""), "");
+    EXPECT_EQ(name_cell(true, u"\u007f\u0080\u07ff\u0800\uffff"), "\x7f\xc2\x80\xdf\xbf\xe0\xa0\x80\xef\xbf\xbf");
+    EXPECT_EQ(name_cell(true, {0xDC00, 0xD83D, 0xD83D, 0xDE00, 0xDBFF, u'x'}), "\ufffd\ufffd\U0001F600\ufffdx");
     EXPECT_EQ(name_cell(true, std::u16string(30'000, u'\n')).size(), 120'000U);
     // Plain names take a shorter way; the character that is not plain must be seen at every place of every length.
     const std::u16string odd = u",\r\n\t\0\u00ac\u2c2c"s;
@@ -159,22 +158,6 @@ TEST(CsvWriter, NamesOfEveryKind) {
             }
         }
     }
-}
-
-TEST(TokenCache, ValuesThatShareAPlaceKeepTheirTexts) {
-    uni::token_cache texts([](std::uint32_t flags, std::string& out) { out = std::to_string(flags); });
-    for (std::uint32_t flags = 0; flags < 1000; ++flags) {
-        for (const auto asked : {flags, flags / 2, flags}) EXPECT_EQ(texts.text_of(asked), std::to_string(asked));
-    }
-}
-
-TEST(TextMarks, LineBreaksFromLeftToRight) {
-    std::string marked;
-    for (std::string text : {"", "a\rb\r", "\n\r\n", "\r\n\r", "\r\r\n", "\n\n\r", "a\nb"}) {
-        uni::mark_line_breaks(text);
-        marked += "|" + text;
-    }
-    EXPECT_EQ(marked, "||a[CR]b[CR]|[LFCR][LF]|[CRLF]\r|\r[CRLF]|[LF][LFCR]|a[LF]b");
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
-#include <unistd.h>
 
 #include <array>
 
@@ -44,43 +43,6 @@ TEST(PosixFile, HolesAreSkippedAndTimesKept) {
     EXPECT_TRUE(status.st_atim.tv_sec == 1'000'000'000 && status.st_mtim.tv_sec == 1'100'000'000);
 }
 
-TEST(PosixProcess, ClosedStandardErrorIsNotTakenByAFile) {
-    const int saved = ::dup(STDERR_FILENO);
-    ::close(STDERR_FILENO);
-    (void)platform::start_process(0, nullptr);
-    const int next = ::dup(STDIN_FILENO);
-    const ssize_t written = ::write(STDERR_FILENO, "x", 1);
-    EXPECT_EQ(::dup2(saved, STDERR_FILENO), STDERR_FILENO);
-    EXPECT_TRUE(next > STDERR_FILENO && written == -1);
-    ::close(saved);
-    ::close(next);
-}
-
-TEST(PosixFile, APipeIsWrittenAndYieldsNothing) {
-    const temporary_folder folder;
-    const std::string pipe = folder / "pipe";
-    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
-    platform::file out;
-    ASSERT_TRUE(out.open_for_writing(pipe, false, true));
-    EXPECT_EQ(out.append("line\n"), platform::write_result::ok);
-    std::array<char, 8> got{};
-    EXPECT_EQ(::read(reader, got.data(), got.size()), 6);
-    ::close(reader);
-    (void)platform::start_process(0, nullptr);  // the signal of a broken pipe would end this program
-    EXPECT_EQ(out.append("line\n"), platform::write_result::closed_pipe);
-    EXPECT_FALSE(platform::device().open(pipe, platform::device_access::plain));
-}
-
-TEST(PosixPath, WhatALinkLeadsToKeepsItsRights) {
-    const temporary_folder folder;
-    const std::string target = folder.write("target", "");
-    fs::create_symlink(target, folder / "link");
-    fs::permissions(target, fs::perms::owner_read);
-    platform::make_writable(folder / "link");
-    EXPECT_EQ(fs::status(target).permissions(), fs::perms::owner_read);
-}
-
 TEST(PosixPath, NodesOfOneDeviceAreOneDevice) {
     const temporary_folder folder;
     EXPECT_EQ(platform::kind_of("/dev/null"), platform::path_kind::other);
@@ -88,14 +50,6 @@ TEST(PosixPath, NodesOfOneDeviceAreOneDevice) {
     const std::string node = folder / "null";
     if (::mknod(node.c_str(), S_IFCHR | 0600, makedev(1, 3)) != 0) GTEST_SKIP() << "may not make device nodes";
     EXPECT_EQ(platform::identity_of(node), platform::identity_of("/dev/null"));
-}
-
-TEST(PosixPath, WindowsNamesBecomePaths) {
-    const std::string folder = platform::device_node(R"(\\.\)");
-    EXPECT_EQ(platform::device_node(R"(\\.\c:)"), folder + "c:");
-    EXPECT_EQ(platform::device_node(R"(\\?\GLOBALROOT\Device\Shadow3)"), folder + "Shadow3");
-    for (const char* other : {R"(\one\c:)", "/dev/sda1"}) EXPECT_EQ(platform::device_node(other), other);
-    EXPECT_EQ(platform::native_results_path(R"(a\b/c\)"), "a/b/c/");
 }
 
 }  // namespace

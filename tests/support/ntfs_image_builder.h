@@ -101,11 +101,11 @@ struct made_record {
     std::vector<made_attribute> attributes{};
     std::uint16_t flags = mft_record::flag_in_use;
     std::uint64_t base = 0;
-    std::uint16_t sequence_array = 48;  // 42 in the older header
     std::uint16_t sequence = 0;
     std::uint32_t number = 0;
 
     [[nodiscard]] bytes build(std::size_t size) const {
+        constexpr std::uint16_t sequence_array = 48;
         bytes out((sequence_array + 2 * (size / update_sequence_stride + 1) + 7) / 8 * 8);
         poke<std::uint32_t>(out, multi_sector_header::signature, signature_file);
         poke<std::uint16_t>(out, mft_record::first_attribute, static_cast<std::uint16_t>(out.size()));
@@ -113,7 +113,7 @@ struct made_record {
         poke<std::uint16_t>(out, mft_record::flags, flags);
         poke<std::uint32_t>(out, mft_record::bytes_allocated, static_cast<std::uint32_t>(size));
         poke<std::uint64_t>(out, mft_record::base_reference, base);
-        if (sequence_array >= 48) poke<std::uint32_t>(out, mft_record::own_number, number);
+        poke<std::uint32_t>(out, mft_record::own_number, number);
         for (const made_attribute& one : attributes) append(out, one.build());
         append(out, bytes(8, 0xFF));
         if (out.size() > size) throw std::length_error("the attributes do not fit the record");
@@ -219,12 +219,9 @@ struct ntfs_image_builder {
         for (std::uint32_t lcn = mft_lcn + mft_clusters; lcn < clusters; ++lcn) {
             poke<std::uint32_t>(image, std::size_t{lcn} * cluster_size, lcn);
         }
-        const auto per_cluster = static_cast<int>(cluster_size / 512);  // more than 0x80: as a power of two
         std::memcpy(image.data() + boot_sector::oem_identifier, "NTFS    ", 8);
         poke<std::uint16_t>(image, boot_sector::bytes_per_sector, 512);
-        poke<std::uint8_t>(
-            image, boot_sector::sectors_per_cluster,
-            static_cast<std::uint8_t>(per_cluster <= 0x80 ? per_cluster : -std::countr_zero(cluster_size / 512)));
+        poke<std::uint8_t>(image, boot_sector::sectors_per_cluster, static_cast<std::uint8_t>(cluster_size / 512));
         poke<std::uint64_t>(image, boot_sector::total_sectors, image.size() / 512);
         poke<std::uint64_t>(image, boot_sector::mft_cluster, mft_lcn);
         poke<std::uint8_t>(image, boot_sector::clusters_per_record,

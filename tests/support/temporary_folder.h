@@ -4,7 +4,6 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 
 class temporary_folder {
@@ -27,12 +26,6 @@ public:
     std::string write(const std::string& name, const std::string& content) const {
         std::ofstream(path_ / name, std::ios::binary) << content;
         return *this / name;
-    }
-
-    // The bytes of a file; "(none)" when there is none.
-    static std::string read(const std::string& path) {
-        std::ifstream file(path, std::ios::binary);
-        return file ? std::string((std::istreambuf_iterator<char>(file)), {}) : "(none)";
     }
 
 private:
