@@ -98,17 +98,6 @@ TEST(Options, Effects) {
     EXPECT_EQ(changes(parsed_options({"-csv_separator", ""})), "sep=[] swap=0>0 ");
 }
 
-TEST(ArgumentList, EnvironmentNamesAreReplacedInPairs) {
-    const std::string path = platform::environment("PATH").value_or("");
-    ASSERT_FALSE(path.empty());
-    const std::string rest(512 - 6, 'r');
-    EXPECT_EQ(expand_env_path("%no such name%PATH%!"), "%no such name" + path + "!");
-    EXPECT_EQ(expand_env_path("%PATH%" + rest), path + rest);
-    for (const std::string& same : {"%PATH%" + rest + "1", std::string("50%"), std::string("%%"), std::string()}) {
-        EXPECT_EQ(expand_env_path(same), same);
-    }
-}
-
 TEST(ArgumentList, NumbersInThreeBases) {
     using limits = std::numeric_limits<std::int64_t>;
     const std::tuple<std::int64_t, std::vector<const char*>> cases[] = {

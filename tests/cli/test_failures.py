@@ -59,7 +59,6 @@ def test_failures_leave_only_the_run_header(lorq, arguments, message):
     (["-diags", "no/such/x"], ""),
     (["-show_dir_path"], "prob no usable $MFT, paths not resolved\n"),
     (["-mftfile", "no-mft"], "prob opening mft file: no-mft, paths not resolved\n"),
-    (["-signal", "end of run"], ""),
     (["stray", "-hh", "help", "?"], ""),
 ])
 def test_lesser_problems_change_nothing_in_the_table(lorq, arguments, message):
