@@ -14,5 +14,15 @@ def record(name="a.txt", reason=CLOSE | 0x102, usn=0x1000):
     return struct.pack("<IHH", 8 + len(tail), 2, 0) + tail
 
 
+def changes(content):
+    """(FILETIME, reason, entry, name) of each record of an undamaged journal of version 2."""
+    for begin in range(0, len(content), PAGE):
+        at = begin
+        while at < begin + PAGE and (length := struct.unpack_from("<I", content, at)[0]):
+            entry, filetime, reason, size = struct.unpack_from("<Q16xQI12xH", content, at + 8)
+            yield filetime, reason, entry & 0xFFFFFFFFFFFF, content[at + 60:at + 60 + size].decode("utf-16-le")
+            at += length
+
+
 def page(*records):
     return b"".join(records).ljust(PAGE, b"\0")

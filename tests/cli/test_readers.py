@@ -1,19 +1,23 @@
-"""The layouts as their readers take them: XML parsers, the program of another system."""
+"""The layouts as their readers take them: XML parsers, mactime of the Sleuth Kit, strict CSV, the program of another system."""
+import calendar
+import csv
 import os
 import re
 import struct
 import subprocess
+import time
 import xml.etree.ElementTree
 
 import pytest
 
 from conftest import FAILED, WINDOWS
-from journal import page, record
+from journal import changes, page, record
 from test_failures import HEADER
 
 HOSTILE = ["a<b&c>\"d'.txt", "]]>&lt;--", "tab\tcr\rlf\ncrlf\r\n", " blanks ", "\u00e9\U0001F600", "%41|,;", "\ud800x\udc41",
            "\0\x01\x1f\x7f\x85\ufffe\uffff"]
 PATH = "A & B's \u00e9" if WINDOWS else "A & B's \u00e9 <--\"\t\n>"
+SLOTS = {"m": 0x11, "a": 0x22, "c": 0x1FFE44, "b": 0x200100}
 FORBIDDEN = re.compile("[\0-\x08\x0b\x0c\x0e-\x1f\ud800-\udfff\ufffe\uffff]")
 
 
@@ -43,6 +47,31 @@ def test_xml_document_is_whole_or_not_begun(lorq):
     for arguments in ["-a"], ["-file", ""], ["-file", "j", "-include_vss_clusters"], ["-image", "missing"]:
         assert lorq(*arguments, "-xml")[:2] == (FAILED, ""), arguments
     assert HEADER.fullmatch(lorq("-file", "j", "-xml", "-sqlite", "x").out)
+
+
+def test_mactime_lists_what_was_recorded(lorq, make):
+    assert lorq("-file", make("--records", "10000"), "-bodyfile", "-out", "x").code == 0
+    done = subprocess.run(["mactime", "-b", lorq.path("x"), "-d", "-y"], capture_output=True, encoding="utf-8", check=True)
+    listed = {(calendar.timegm(time.strptime(row[0], "%Y-%m-%dT%H:%M:%SZ")), row[7], int(row[6]), letter)
+              for row in list(csv.reader(done.stdout.splitlines()))[1:] if not row[0].startswith("0000")
+              for letter in row[2].replace(".", "")}
+    assert listed == {(filetime // 10_000_000 - 11_644_473_600, name, entry, letter)
+                      for filetime, reason, entry, name in changes(lorq.path("made").read_bytes())
+                      for letter, reasons in SLOTS.items() if reason & reasons}
+
+
+@pytest.mark.parametrize("layout, fields", [(["-csv", "-a"], 10), (["-csvl2t"], 17), (["-csvl2t", "-pair_datetime"], 16)])
+def test_csv_readers_find_every_record_in_order(lorq, make, layout, fields):
+    made = make("--records", "10000", "--shuffle", "--mean-name", "90", "--sparse-lead", "1073741824")
+    assert lorq("-file", made, *layout, "-out", "x").code == 0
+    with open(lorq.path("x"), encoding="utf-8", newline="") as table:
+        rows = list(csv.reader(list(table)[3:], strict=True))
+    with open(lorq.path(made), "rb") as journal:
+        journal.seek(1 << 30)
+        expected = sorted(changes(journal.read()), key=lambda change: change[0])
+    wanted, column = (~0, "filename") if "-csv" in layout else (sum(SLOTS.values()), "short")
+    assert {len(row) for row in rows} == {fields}
+    assert [row[rows[0].index(column)] for row in rows[1:]] == [name for _, reason, _, name in expected if reason & wanted]
 
 
 @pytest.mark.skipif(not os.path.exists(os.environ.get("LORQ_TWIN", "")), reason="no program of another system to compare with")

@@ -1,6 +1,8 @@
 """Runs that work: run header, table, results file, progress, log; and the sources, which no run may change."""
+import contextlib
 import os
 import re
+import subprocess
 
 import pytest
 
@@ -56,6 +58,21 @@ def test_results_file_permissions_and_link(lorq):
 ])
 def test_standard_error(lorq, arguments, pattern):
     assert re.fullmatch(pattern, lorq("-file", "j", *arguments).err)
+
+
+@linux_only
+def test_progress_on_a_terminal(lorq, make):
+    journal = make("--records", "500000", "--closed", "100")
+    ours, theirs = os.openpty()
+    with open(ours, "rb", buffering=0) as screen:
+        with subprocess.Popen([*lorq.command, "-file", journal, "-xml", "-out", "x"], cwd=lorq.folder, stderr=theirs):
+            os.close(theirs)
+            shown = ""
+            with contextlib.suppress(OSError):  # which is how a terminal that nobody writes to ends
+                while piece := screen.read(4096):
+                    shown += piece.decode()
+    assert re.search(re.escape(CLEAR) + r"writing: \d+ of 500000 records\r", shown)
+    assert shown.endswith(CLEAR + CLEAR)
 
 
 def test_diagnostic_log(lorq):

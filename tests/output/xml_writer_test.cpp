@@ -1,5 +1,6 @@
 // The XML document: frame, records, both ways of escaping.
 #include "output/xml_document.h"
+#include "output/xml_escape.h"
 
 #include "support/command_line.h"
 
@@ -90,6 +91,18 @@ TEST(XmlWriter, NamesInBothWaysOfEscaping) {
         EXPECT_EQ(name_field("-xml -xml_escape", name), escaped);
     }
     EXPECT_EQ(name_field("-xml -xml_escape", std::u16string(30'000, u'<')).size(), 120'000U);
+}
+
+TEST(XmlEscape, OnlyWellFormedSequencesAreKept) {
+    std::string text;
+    uni::append_escaped("\x7f\u0080\u07ff\u0800\ud7ff\ue000\U00010000\U0010ffff", text);
+    EXPECT_EQ(text, "\x7f\u0080\u07ff\u0800\ud7ff\ue000\U00010000\U0010ffff");
+    for (const std::string_view bad : {"\x80", "\xc1\xbf", "\xc2", "\xe0\x9f\xbf", "\xed\xa0\x80", "\xe4\xb8",
+                                       "\xf0\x8f\xbf\xbf", "\xf4\x90\x80\x80", "\xf0\x9f\x98", "\xf5\x80\x80\x80"}) {
+        text.clear();
+        uni::append_escaped(std::string(bad).append("x"), text);
+        EXPECT_EQ(text.size(), 3 * bad.size() + 1) << text;
+    }
 }
 
 TEST(XmlDocument, FrameStandsAroundTheRun) {
