@@ -34,22 +34,24 @@ public:
           meter_(*run.meter),
           with_times_(run.pull_times) {}
 
-    void run() {
-        number_pairs();
+    [[nodiscard]] bool run() {
+        if (!take_pairs()) return false;
         resolve_groups();
         resolve_unread();
         context_.paths->release_source();
         found_->keep_directories(std::move(context_.paths));
         journal_.keep_paths(std::move(found_));
+        return true;
     }
 
 private:
-    void number_pairs() {
+    [[nodiscard]] bool take_pairs() {
         const std::unique_ptr<reference_pairs> pairs = journal_.take_pairs();
-        if (pairs == nullptr) return;
+        if (pairs == nullptr) return false;
         block_array<std::uint32_t> pair_of_record = pairs->take_numbers();
         pairs_ = pairs->in_order();
         found_ = std::make_unique<resolved_paths>(std::move(pair_of_record), pairs_.size(), with_times_);
+        return true;
     }
 
     void resolve_groups() {
@@ -139,6 +141,5 @@ private:
 
 bool resolve_journal_paths(usnjrnl_context& run, ntfs_volume& mft_source) {
     if (!run.show_dir_path || run.journal == nullptr || !mft_source.mount()) return false;
-    path_resolution(run, mft_source).run();
-    return true;
+    return path_resolution(run, mft_source).run();
 }

@@ -7,6 +7,7 @@
 class ntfs_volume;
 
 // Gives every record of the run's collection a path and a status from the MFT of `mft_source`, with -pulltimes the four
-// times of the index entry too. The volume may be closed afterwards. False, and nothing is given, when paths are off or
-// the volume does not mount. Work is done per distinct parent, never per record beyond a look-up.
+// times of the index entry too. The volume may be closed afterwards. False, and nothing is given, when paths are off,
+// the volume does not mount, or the collection did not number pairs. Work is done per distinct parent, never per record
+// beyond a look-up.
 [[nodiscard]] bool resolve_journal_paths(usnjrnl_context& run, ntfs_volume& mft_source);
