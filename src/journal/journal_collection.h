@@ -32,8 +32,8 @@ public:
 
     [[nodiscard]] std::size_t size() const { return count_; }
 
-    // From the first record on, numbers the pairs of parent and file for path resolution, which then takes them; null
-    // when they are not numbered.
+    // Before the first record: numbers the pairs of parent and file as they come, for path resolution, which takes
+    // them; null when they were not numbered.
     void number_pairs() { pairs_ = std::make_unique<reference_pairs>(); }
     [[nodiscard]] std::unique_ptr<reference_pairs> take_pairs() { return std::move(pairs_); }
 

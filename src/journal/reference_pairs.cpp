@@ -1,7 +1,6 @@
 #include "journal/reference_pairs.h"
 
 #include "base/file_reference.h"
-#include "journal/bucket_sort.h"
 
 #include <algorithm>
 #include <bit>
@@ -80,6 +79,8 @@ void reference_pairs::grow() {
     }
 }
 
+// Distributes by the leading bits in which the parents differ, which costs the same for each pair however many there
+// are, then sorts each bucket.
 std::vector<numbered_pair> reference_pairs::in_order() {
     const auto is_empty = [](const numbered_pair& one) { return one.number == none; };
     const auto parent_of = [](const numbered_pair& one) { return reference_order(one.pair.parent); };
@@ -87,13 +88,25 @@ std::vector<numbered_pair> reference_pairs::in_order() {
     table_ = {};
     std::vector<numbered_pair> ordered(pairs.size());
     if (pairs.empty()) return ordered;
-    const auto [lowest, highest] = std::ranges::minmax_element(pairs, {}, parent_of);
-    bucket_sort(
-        std::span(ordered), parent_of(*lowest), parent_of(*highest), [&](std::size_t i) { return parent_of(pairs[i]); },
-        [&](std::size_t i) { return pairs[i]; },
-        [&](const numbered_pair& a, const numbered_pair& b) {
-            return a.pair.parent != b.pair.parent ? parent_of(a) < parent_of(b)
-                                                  : reference_order(a.pair.file) < reference_order(b.pair.file);
-        });
+    const auto [first, last] = std::ranges::minmax_element(pairs, {}, parent_of);
+    const std::uint64_t lowest = parent_of(*first);
+    const auto bits_of = [](std::uint64_t value) { return static_cast<std::size_t>(std::bit_width(value)); };
+    const std::size_t bucket_bits = std::clamp<std::size_t>(bits_of(pairs.size() / 32), 1, 16);
+    const std::size_t span_bits = bits_of(parent_of(*last) - lowest);
+    const std::size_t shift = span_bits - std::min(span_bits, bucket_bits);
+    const auto bucket_of = [&](const numbered_pair& one) {
+        return static_cast<std::size_t>((parent_of(one) - lowest) >> shift);
+    };
+    std::vector<std::size_t> ends((std::size_t{1} << bucket_bits) + 1, 0);
+    for (const numbered_pair& one : pairs) ++ends[bucket_of(one) + 1];
+    for (std::size_t i = 1; i < ends.size(); ++i) ends[i] += ends[i - 1];          // now where each bucket begins
+    for (const numbered_pair& one : pairs) ordered[ends[bucket_of(one)]++] = one;  // and where it ends
+    const auto before = [&](const numbered_pair& a, const numbered_pair& b) {
+        return a.pair.parent != b.pair.parent ? parent_of(a) < parent_of(b)
+                                              : reference_order(a.pair.file) < reference_order(b.pair.file);
+    };
+    for (std::size_t begin = 0, i = 0; i < ends.size(); begin = ends[i++]) {
+        std::ranges::sort(std::span(ordered).subspan(begin, ends[i] - begin), before);
+    }
     return ordered;
 }

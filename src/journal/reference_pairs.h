@@ -1,5 +1,6 @@
 // journal/reference_pairs.h: the distinct pairs of parent and file references in a journal, numbered. A file is written
-// of many times, so what is found out about it is kept once a pair; a record costs one look-up here.
+// of many times, so what is found out about it is kept once a pair; a record costs one look-up here. Made while
+// records arrive: a look-up waits for memory while the next ones are decoded.
 #pragma once
 
 #include "journal/block_array.h"
@@ -34,10 +35,10 @@ public:
         if (++added_ - numbered_ > lead) number_next();
     }
 
-    // For every record the number of its pair, from 0 on in the order in which the pairs came.
+    // Once all records are there: for each the number of its pair, from 0 on in the order in which the pairs came.
     [[nodiscard]] block_array<std::uint32_t> take_numbers();
 
-    // All pairs, in order of parent, then of file. Ends the numbering: the table is given up.
+    // After that: all pairs, in order of parent, then of file. The table is given up.
     [[nodiscard]] std::vector<numbered_pair> in_order();
 
 private:
