@@ -1,5 +1,6 @@
 #include "ntfs/directory_listing.h"
 
+#include "ntfs/index_slack.h"
 #include "opened_volume.h"
 
 #include <gtest/gtest.h>
@@ -7,7 +8,58 @@
 namespace {
 
 constexpr std::uint64_t home = reference(30, 1);
-bytes entry_of(std::uint64_t entry) { return index_entry_of(entry, home, u"nnn"); }
+bytes entry_of(std::uint64_t entry, std::size_t name_length = 3) {
+    return index_entry_of(entry, home, std::u16string(name_length, u'n'));
+}
+
+std::string starts_in(const bytes& slack) {
+    std::string text;
+    for (const std::size_t start : find_slack_entries(byte_view(slack), home)) text += std::to_string(start) + " ";
+    return text;
+}
+
+TEST(IndexSlack, TellsARemnantByItsParentOrByATimeAndChecksItsFields) {
+    constexpr std::size_t key = 16 + index_entry::key;
+    bytes slack(16);
+    append(slack, entry_of(40));
+    slack.resize(160);
+    // What a field may hold, and what no entry does.
+    const std::tuple<std::size_t, std::size_t, std::uint64_t, std::uint64_t> fields[] = {
+        {16 + index_entry::flags, 2, 2, 3},           {16 + index_entry::flags + 2, 2, 0, 1},
+        {16 + index_entry::key_length, 2, 1, 0},      {16 + index_entry::length, 2, 72, 71},  // the key has 72 bytes
+        {key + file_name_value::name_space, 1, 3, 4}, {key + file_name_value::name_length, 1, 1, 0},
+        {key + file_name_value::real_size, 8, 0, 1}};  // more than is allocated
+    for (const auto& [at, width, inside, outside] : fields) {
+        for (const std::uint64_t value : {inside, outside}) {
+            bytes changed = slack;
+            std::memcpy(changed.data() + at, &value, width);
+            EXPECT_EQ(starts_in(changed), value == inside ? "16 " : "") << at << "=" << value;
+        }
+    }
+    // Found by its parent, then by the first time, the second, the third, the fourth one alone.
+    for (std::size_t at = key; at <= key + 32; at += 8) {
+        EXPECT_EQ(starts_in(slack), "16 ") << at;
+        poke<std::uint64_t>(slack, at, 77);
+    }
+    // The first and the last moment that count, 1986-01-01 and 2100-01-01.
+    for (const auto& [time, found] : {std::pair{121'493'951'999'999'999U, ""},
+                                      {121'493'952'000'000'000U, "16 "},
+                                      {157'469'184'000'000'000U, "16 "},
+                                      {157'469'184'000'000'001U, ""}}) {
+        poke<std::uint64_t>(slack, key + 32, time);
+        EXPECT_EQ(starts_in(slack), found) << time;
+    }
+    for (const std::size_t length : {64U, 65U}) {
+        bytes longest = entry_of(40, length);
+        longest.resize(1000);
+        EXPECT_EQ(starts_in(longest), length == 64 ? "0 " : "");
+    }
+    bytes cut = entry_of(40, 10);
+    cut.resize((10 + 41) * 2);
+    EXPECT_EQ(starts_in(cut), "0 ");
+    cut.pop_back();
+    EXPECT_EQ(starts_in(cut), "");
+}
 
 // Which of files 40 to 49 a node lists, a remnant in brackets; "!" when it lists anything.
 std::string listed(const bytes& node, bool look_into_slack = true) {

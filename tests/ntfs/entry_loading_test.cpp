@@ -46,6 +46,26 @@ TEST(LoadEntry, PiecesWithOneIdInSeveralRecordsFormOneStream) {
     EXPECT_EQ(journal_of(poked(made.image, made.offset_of_record(30), 0U)), "not loaded");
 }
 
+TEST(LoadEntry, ListsThatClaimMoreThanTheSourceHoldsEnd) {
+    ntfs_image_builder made;
+    made.build();
+    std::vector<made_run> runs;  // of $MFT: one cluster after the other for many records
+    for (std::uint64_t i = 0; i < 50; ++i) runs.push_back({2 + i % 2, 16});
+    made.put(0, {.attributes = {{.runs = run_list(runs)}}});
+    for (std::uint64_t i = 1; i < 64; ++i) made.put(i, {});
+    made.put(30, {.attributes = {{.type = 0x20, .runs = run_list({{100, 64}}), .real_size = 64 * 4096}}});
+    bytes list;
+    for (std::uint64_t i = 0; i < 8192; ++i) append(list, list_entry(data, 100 + i, 0));
+    made.write(std::size_t{100} * 4096, list);
+    opened_volume opened(made.image);
+    mft_entry entry;
+    ASSERT_TRUE(opened.volume.mount() && opened.volume.load_entry(30, entry));
+    EXPECT_GT(entry.records.size(), 100U);
+    EXPECT_LE(entry.records.size(), 1026U);  // a megabyte has room for 1024
+    for (int i = 0; i < 20; ++i) EXPECT_TRUE(opened.volume.load_entry(30, entry));
+    EXPECT_EQ(entry.records.size(), 1U);
+}
+
 TEST(LoadEntry, RecordsOfAnExportedMft) {
     const ntfs_image_builder made = split_journal();
     const auto begin = made.image.begin() + static_cast<std::ptrdiff_t>(made.offset_of_record(0));
