@@ -16,6 +16,7 @@ class store_reader {
 public:
     store_reader(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress)
         : volume_(volume),
+          run_(run),
           reader_(volume, run),
           progress_(progress),
           clusters_left_(std::min(volume.geometry().total_clusters, volume.clusters_in_source())) {}
@@ -37,18 +38,18 @@ public:
     }
 
 private:
-    // No volume's stores have more clusters than the volume: what claims more is damage. Clusters that a truncated
-    // image lacks are lost, all of a run at once.
+    // No volume's stores have more clusters than the volume: what claims more is damage, and lost. So are clusters that
+    // a truncated image lacks, all of a run at once.
     void read_run(const extent& part) {
         const std::uint64_t total = volume_.geometry().total_clusters;
         const std::uint64_t held = std::min(total, volume_.clusters_in_source());
         if (part.lcn >= total) return;
         const std::uint64_t claimed = std::min(part.length, total - part.lcn);
         const std::uint64_t there = part.lcn < held ? std::min(claimed, held - part.lcn) : 0;
-        read_held(part.lcn, std::min(there, clusters_left_));
-        clusters_left_ -= std::min(there, clusters_left_);
-        const auto behind = volume_.cluster_offset(part.lcn + there);
-        if (there != claimed && behind) reader_.read(*behind, claimed - there, piece_size, volume_.cluster_size());
+        const std::uint64_t read = std::min(there, clusters_left_);
+        read_held(part.lcn, read);
+        clusters_left_ -= read;
+        count_lost(run_, claimed - read, std::min(piece_size, volume_.cluster_size()));
     }
 
     void read_held(std::uint64_t lcn, std::uint64_t left) {
@@ -67,6 +68,7 @@ private:
     }
 
     ntfs_volume& volume_;
+    usnjrnl_context& run_;
     piece_reader reader_;
     const progress_sink& progress_;
     std::uint64_t clusters_left_;

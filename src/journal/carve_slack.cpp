@@ -52,7 +52,7 @@ private:
         std::vector<std::uint8_t> record;
         if (volume_.read_record(entry_number, record) == record_state::unreadable &&
             volume_.record_offset(entry_number)) {
-            run_.lost_bytes += volume_.record_size();
+            count_lost(run_, 1, volume_.record_size());
         }
     }
 
@@ -73,16 +73,13 @@ private:
         const std::uint64_t cluster = last.lcn + last.length - 1;
         const auto at = volume_.cluster_offset(cluster);
         if (start >= cluster_.size() || cluster >= volume_.geometry().total_clusters || !at) return;
-        if (*at >= volume_.source_limit()) {
-            run_.lost_bytes += cluster_.size();
-            return;
-        }
+        if (done_.contains(*at + start)) return;
         // A cluster is claimed by the file that has it and by those that had it before it, not by any number.
-        if (done_.contains(*at + start) || clusters_left_ == 0) return;
+        if (*at >= volume_.source_limit() || clusters_left_ == 0) return count_lost(run_, 1, cluster_.size());
         --clusters_left_;
         std::size_t got = 0;
         if (!volume_.reader().read_at(*at, cluster_, got)) got = 0;
-        run_.lost_bytes += cluster_.size() - got;
+        count_lost(run_, 1, cluster_.size() - got);
         const bool found =
             got > start && receiver_.on_journal_chunk(byte_view(std::span(cluster_).first(got), *at).from(start));
         if (found || got < cluster_.size()) done_.insert(*at + start);

@@ -147,7 +147,8 @@ bool carve_unallocated(ntfs_volume& volume, usnjrnl_context& run, const progress
     if (bitmap.resident) {
         walk.take(bitmap.content.bytes());
     } else {
-        run.lost_bytes += walk_bitmap(volume, bitmap, std::min(bytes, volume.geometry().total_clusters / 8 + 1), walk);
+        count_lost(run, 1,
+                   walk_bitmap(volume, bitmap, std::min(bytes, volume.geometry().total_clusters / 8 + 1), walk));
     }
     walk.finish();
     show_results_text(progress);

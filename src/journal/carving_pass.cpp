@@ -1,5 +1,6 @@
 #include "journal/carving_pass.h"
 
+#include "base/saturating.h"
 #include "journal/journal_collection.h"
 
 #include <limits>
@@ -18,6 +19,10 @@ std::uint64_t entry_number_bound(ntfs_volume& volume) {
     if (!collect_stream(mft, attribute_type::data, u"", volume.cluster_size(), data)) return 0;
     return (data.resident ? data.content.size() : extent_bytes(data.extents, volume.cluster_size(), false)) /
            record_size;
+}
+
+void count_lost(usnjrnl_context& run, std::uint64_t pieces, std::uint64_t bytes_each) {
+    run.lost_bytes = saturating_sum(run.lost_bytes, saturating_product(pieces, bytes_each));
 }
 
 bool conclude_pass(usnjrnl_context& run) {

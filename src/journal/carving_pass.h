@@ -26,6 +26,9 @@ private:
 // The bound for entry numbers of carved records: as many records as the clusters of $MFT hold.
 [[nodiscard]] std::uint64_t entry_number_bound(ntfs_volume& volume);
 
+// Adds pieces that could not be read to the run's lost bytes, however many an image claims.
+void count_lost(usnjrnl_context& run, std::uint64_t pieces, std::uint64_t bytes_each);
+
 // Sets the found-something flag by what the collection holds, which is the result.
 bool conclude_pass(usnjrnl_context& run);
 

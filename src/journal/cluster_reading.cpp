@@ -1,5 +1,7 @@
 #include "journal/cluster_reading.h"
 
+#include "journal/carving_pass.h"
+
 #include <algorithm>
 
 namespace {
@@ -11,7 +13,7 @@ constexpr std::uint64_t longest_read = 1U << 20U;
 void piece_reader::read(std::uint64_t offset, std::uint64_t count, std::uint32_t size, std::uint32_t step) {
     const std::uint64_t source = volume_.source_limit();
     const std::uint64_t held = offset >= source ? 0 : std::min(count, (source - offset + step - 1) / step);
-    run_.lost_bytes += (count - held) * std::min(size, step);
+    count_lost(run_, count - held, std::min(size, step));
     count = held;
     // Pieces far apart are read alone; what lies between them nobody asked for.
     const std::uint64_t together = step > size ? 1 : std::max<std::uint64_t>(longest_read / step, 1);
@@ -52,7 +54,7 @@ void piece_reader::read_one(std::uint64_t offset, std::uint32_t size, std::uint3
     std::size_t got = 0;
     if (!volume_.reader().read_at(offset, bytes, got)) got = read_beginning(offset, bytes, step);
     const std::size_t own = std::min(size, step);
-    if (got < own) run_.lost_bytes += own - got;
+    if (got < own) count_lost(run_, 1, own - got);
     if (got != 0) receiver_.on_journal_chunk(byte_view(bytes.first(got), offset));
 }
 

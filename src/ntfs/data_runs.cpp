@@ -1,5 +1,7 @@
 #include "ntfs/data_runs.h"
 
+#include "base/saturating.h"
+
 #include <algorithm>
 
 namespace {
@@ -77,7 +79,7 @@ void put_in_vcn_order(extent_list& extents) {
 }
 
 void limit_claims(extent_list& extents, std::uint64_t source_clusters) {
-    std::uint64_t left = source_clusters <= ~source_clusters ? source_clusters * 2 : ~std::uint64_t{0};
+    std::uint64_t left = saturating_product(source_clusters, 2);
     std::erase_if(extents, [&](const extent& part) {
         if (part.sparse) return false;
         // One behind the source costs nothing to read, but it has to be kept in mind.

@@ -1,15 +1,10 @@
 #include "ntfs/mft_entry.h"
 
-#include <limits>
+#include "base/saturating.h"
 
 namespace {
 
 constexpr std::uint64_t extents_between_limits = 0x10000;
-constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
-
-std::uint64_t bytes_of(std::uint64_t clusters, std::uint32_t cluster_size) {
-    return clusters > most / cluster_size ? most : clusters * cluster_size;
-}
 
 }  // namespace
 
@@ -55,9 +50,9 @@ std::uint64_t extent_bytes(std::span<const extent> extents, std::uint32_t cluste
     for (const extent& part : extents) {
         if (!(skip_sparse && part.sparse)) clusters += part.length;  // they do not overlap, so the sum cannot wrap
     }
-    return bytes_of(clusters, cluster_size);
+    return saturating_product(clusters, cluster_size);
 }
 
 std::uint64_t end_in_bytes(std::span<const extent> extents, std::uint32_t cluster_size) {
-    return bytes_of(end_of(extents), cluster_size);
+    return saturating_product(end_of(extents), cluster_size);
 }

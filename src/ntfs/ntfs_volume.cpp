@@ -1,6 +1,7 @@
 #include "ntfs/ntfs_volume.h"
 
 #include "base/format_text.h"
+#include "base/saturating.h"
 #include "ntfs/fixup.h"
 
 #include <algorithm>
@@ -26,11 +27,6 @@ constexpr std::uint64_t nearby = std::uint64_t{4} << 10U;
 // times. So what files claim of them together is bounded by so many times the source.
 constexpr std::uint64_t extension_readings = 16;
 constexpr std::uint64_t index_readings = 8;
-
-std::uint64_t at_most(std::uint64_t source_size, std::uint64_t readings) {
-    constexpr std::uint64_t most = std::uint64_t{1} << 62U;
-    return source_size > most / readings ? most : source_size * readings;
-}
 
 // Of a source that does not tell its size: the first power of two at which nothing can be read, nor a little behind it,
 // where there may be a bad sector.
@@ -62,8 +58,8 @@ void ntfs_volume::open_volume(disk_reader reader, std::uint64_t volume_offset) {
     mft_damaged_ = false;
     misplaced_mft_pieces_ = 0;
     source_limit_ = source_size() == 0 ? probed_limit(reader_) : source_size();
-    extension_bytes_left_ = at_most(source_limit_, extension_readings);
-    index_bytes_left_ = at_most(source_limit_, index_readings);
+    extension_bytes_left_ = saturating_product(source_limit_, extension_readings);
+    index_bytes_left_ = saturating_product(source_limit_, index_readings);
     memory_mft_.clear();
     window_.clear();
     mft_extents_.clear();
@@ -257,7 +253,7 @@ record_state ntfs_volume::view_record(std::uint64_t entry_number, byte_view& rec
     return state;
 }
 
-// Applies the update sequence, once or again: it does not matter.
+// Applies the update sequence. That of a file record ends before the first place it restores, so again is like once.
 record_state ntfs_volume::restore(std::span<std::uint8_t> record) const {
     switch (apply_fixup(record)) {
         case record_kind::file_record:
