@@ -1,5 +1,6 @@
 // make_seeds FOLDER: writes what each fuzz target starts from to FOLDER/TARGET.
 #include "seed_volume.h"
+#include "support/disk_image_builder.h"
 
 #include <filesystem>
 #include <fstream>
@@ -19,59 +20,21 @@ bytes part_of(const bytes& image, std::size_t begin, std::size_t length) {
 
 bytes text(std::string_view of) { return {of.begin(), of.end()}; }
 
-// A boot record with one entry, behind the options of the target.
-bytes boot_record(std::uint8_t type, std::uint32_t start) {
-    bytes disk(512 * 72);
-    poke<std::uint8_t>(disk, 446 + 4, type);
-    poke<std::uint32_t>(disk, 446 + 8, start);
-    poke<std::uint32_t>(disk, 446 + 12, 8);
-    poke<std::uint16_t>(disk, 510, 0xAA55);
-    return disk;
-}
-
-bytes gpt_disk() {
-    bytes disk = boot_record(0xEE, 1);
-    std::ranges::copy(std::string_view("EFI PART"), disk.data() + 512);
-    poke<std::uint64_t>(disk, 512 + 0x18, 1);
-    poke<std::uint64_t>(disk, 512 + 0x48, 2);
-    poke<std::uint32_t>(disk, 512 + 0x50, 6);
-    poke<std::uint32_t>(disk, 512 + 0x54, 128);
-    for (std::uint64_t i = 0; i < 6; ++i) {
-        poke<std::uint64_t>(disk, 1024 + 128 * i, 7);
-        poke<std::uint64_t>(disk, 1024 + 128 * i + 32, 8 + 8 * i);
-        poke<std::uint64_t>(disk, 1024 + 128 * i + 40, 15 + 8 * i);
+// What each file system is told by, in a partition of a GPT, in one of a chain of boot records, on a bare disk.
+std::vector<bytes> disks() {
+    test_image gpt(512 * 72), chain(512 * 72), bare(8192);
+    gpt.boot_record(0).text(512, "EFI PART").gpt(512, 6, 128);
+    for (std::uint64_t i = 0; i < 6; ++i) gpt.gpt_entry(1024 + 128 * i, 8 + 8 * i, 15 + 8 * i);
+    gpt.ntfs(8 * 512, 7).text(16 * 512 + 3, "EXFAT   ").text(32 * 512 + 3, "-FVE-FS-");
+    gpt.put<std::uint16_t>(24 * 512 + 1024 + 0x38, 0xEF53);
+    gpt.text(40 * 512 + 3, "MSDOS5.0").text(40 * 512 + 0x52, "FAT32");
+    gpt.text(48 * 512 + 3, "MSDOS5.0").text(48 * 512 + 0x36, "FAT16");
+    chain.boot_record(0).entry(0, 0, 5, 4, 60).ntfs(63 * 512, 1);
+    for (const std::uint32_t at : {4U, 8U}) {  // the second points back at the first
+        chain.boot_record(at * 512).entry(at * 512, 0, 7, 1, 2).entry(at * 512, 1, 5, 8 - at, 2);
     }
-    std::ranges::copy(std::string_view("NTFS    "), disk.data() + 8 * 512 + 3);
-    std::ranges::copy(std::string_view("EXFAT   "), disk.data() + 16 * 512 + 3);
-    poke<std::uint16_t>(disk, 24 * 512 + 1024 + 0x38, 0xEF53);
-    std::ranges::copy(std::string_view("-FVE-FS-"), disk.data() + 32 * 512 + 3);
-    std::ranges::copy(std::string_view("MSDOS5.0"), disk.data() + 40 * 512 + 3);
-    std::ranges::copy(std::string_view("FAT32"), disk.data() + 40 * 512 + 0x52);
-    std::ranges::copy(std::string_view("MSDOS5.0"), disk.data() + 48 * 512 + 3);
-    std::ranges::copy(std::string_view("FAT16"), disk.data() + 48 * 512 + 0x36);
-    return disk;
-}
-
-bytes bare_ext() {
-    bytes disk(8192);
-    poke<std::uint64_t>(disk, 1024, ~std::uint64_t{0});
-    poke<std::uint16_t>(disk, 1024 + 0x38, 0xEF53);
-    return disk;
-}
-
-bytes extended_disk() {
-    bytes disk = boot_record(0x05, 4);
-    for (const std::uint32_t at : {4U, 8U}) {
-        poke<std::uint16_t>(disk, at * 512 + 510, 0xAA55);
-        poke<std::uint8_t>(disk, at * 512 + 446 + 4, 7);
-        poke<std::uint32_t>(disk, at * 512 + 446 + 8, 1);
-        poke<std::uint32_t>(disk, at * 512 + 446 + 12, 2);
-        poke<std::uint8_t>(disk, at * 512 + 462 + 4, 5);
-        poke<std::uint32_t>(disk, at * 512 + 462 + 8, at);
-        poke<std::uint32_t>(disk, at * 512 + 462 + 12, 2);
-    }
-    std::ranges::copy(std::string_view("NTFS    "), disk.data() + 63 * 512 + 3);
-    return disk;
+    bare.put<std::uint64_t>(1024, ~std::uint64_t{0}).put<std::uint16_t>(1024 + 0x38, 0xEF53);
+    return {gpt.bytes, chain.bytes, bare.bytes, test_image(1024).ntfs(0, 1).bytes};
 }
 
 // $MFT of a volume on which \\a is a junction to \\b.
@@ -127,17 +90,16 @@ void make(const corpus& to) {
     to.add("mft_record", records);
     to.add("directory_index",
            {seed::node_with_remnant(), index_node({40, 41, 42}), part_of(made.image, 310 * 512 + 24, 512)});
-    std::vector<bytes> disks;
-    for (const bytes& disk :
-         {gpt_disk(), extended_disk(), bare_ext(), boot_record(0x07, 8), part_of(made.image, 0, 1024)}) {
-        disks.push_back(behind(bytes(9), disk));
-    }
-    to.add("partitions", disks);
+    std::vector<bytes> partitioned;
+    for (const bytes& disk : disks()) partitioned.push_back(behind(bytes(9), disk));
+    to.add("partitions", partitioned);
     to.add("shadow_catalog", {part_of(made.image, seed::catalog_lcn * 512, 16384)});
     to.add("options",
            {text("-image\na.dd\n-offset\n0x7e00\n-csv\n-pair_datetime\n-timeformat\nhh:mm:ss.xxx"),
             text("-file\n%TEMP%\\j\n-out\no.txt\n-csv_separator\n|\n-dateformat\nmm/dd/yyyy\n-xml\n-a"),
-            text("-cmd_start_time\n2024-01-01 00:00:00\n-cmd_stop_time\n2024/02/01\n-alias\na|b\n-diags\nd")});
+            text("-cmd_start_time\n2024-01-01 00:00:00\n-cmd_stop_time\n2024/02/01\n-alias\na|b\n-diags\nd"),
+            text("-csvgen\n-no_whitespace\n-multiline\n-base10\n-show_dir_path\n-pulltimes\n-mftfile\nm\n-l2"),
+            text("-partition\nc\n-csvl2t\n-bodyfile\n-xml_escape\n-vss\n2\n-append\n-show_offset\n-quiet")});
     std::vector<bytes> runs;
     for (const std::uint32_t kind : {0x1FFFEU, 0x1FC00U, 0x4001FC20U, 0x20000C00U, 0x8001FC10U}) {
         runs.push_back(poked<std::uint32_t>(bytes(4), 0, kind));
