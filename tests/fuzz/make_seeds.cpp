@@ -102,7 +102,7 @@ void make(const corpus& to) {
             text("-partition\nc\n-csvl2t\n-bodyfile\n-xml_escape\n-vss\n2\n-append\n-show_offset\n-quiet")});
     std::vector<bytes> runs;
     for (const std::uint32_t kind : {0x1FFFEU, 0x1FC00U, 0x4001FC20U, 0x20000C00U, 0x8001FC10U}) {
-        runs.push_back(poked<std::uint32_t>(bytes(4), 0, kind));
+        runs.push_back(poked<std::uint32_t>(bytes(244), 0, kind));  // 20 changes that change nothing
     }
     to.add("volume", runs);
 }
