@@ -51,72 +51,61 @@ bytes junction_records() {
     return part_of(made.image, made.offset_of_record(0), 8192);
 }
 
-class corpus {
-public:
-    explicit corpus(std::filesystem::path folder) : folder_(std::move(folder)) {}
-
-    void add(const std::string& target, const std::vector<bytes>& seeds) const {
-        std::filesystem::create_directories(folder_ / target);
-        for (std::size_t i = 0; i < seeds.size(); ++i) {
-            std::ofstream out(folder_ / target / ("seed" + std::to_string(i)), std::ios::binary);
-            out.exceptions(std::ios::failbit | std::ios::badbit);
-            out.write(reinterpret_cast<const char*>(seeds[i].data()), static_cast<std::streamsize>(seeds[i].size()));
-        }
+void add(const std::filesystem::path& folder, const std::vector<bytes>& seeds) {
+    std::filesystem::create_directories(folder);
+    for (std::size_t i = 0; i < seeds.size(); ++i) {
+        std::ofstream out(folder / ("seed" + std::to_string(i)), std::ios::binary);
+        out.exceptions(std::ios::failbit | std::ios::badbit);
+        out.write(reinterpret_cast<const char*>(seeds[i].data()), static_cast<std::streamsize>(seeds[i].size()));
     }
+}
 
-private:
-    std::filesystem::path folder_;
-};
-
-void make(const corpus& to) {
+void make(const std::filesystem::path& to) {
     const ntfs_image_builder made = seed::volume();
     const bytes record = usn_record_builder{}.build();
     bytes chain = poked<std::uint64_t>(bytes(9), 1, 0x1000);
     for (int i = 0; i < 4; ++i) append(chain, record);
-    to.add("journal", {behind({0}, seed::journal()), behind({1}, seed::journal()), behind({0}, record)});
-    to.add("carving_scan", {chain, behind(poked<std::uint64_t>(bytes(9), 1, 0x1000), seed::journal())});
+    add(to / "journal", {behind({0}, seed::journal()), behind({1}, seed::journal()), behind({0}, record)});
+    add(to / "carving_scan", {chain, behind(poked<std::uint64_t>(bytes(9), 1, 0x1000), seed::journal())});
     ntfs_image_builder tiny{.cluster_size = 512, .clusters = 16, .mft_clusters = 12};
     tiny.build();
     for (std::uint32_t entry = 1; entry < 6; ++entry) {
         tiny.put(entry, {.attributes = {attribute_list({list_entry(0x80, 2, 0)})}});
     }
-    to.add("mount", {behind({0}, tiny.image), behind({2}, tiny.image), behind({0}, part_of(made.image, 0, 6144))});
+    add(to / "mount", {behind({0}, tiny.image), behind({2}, tiny.image), behind({0}, part_of(made.image, 0, 6144))});
     std::vector<bytes> records;
     for (const std::uint64_t entry : {5U, 13U, 14U, 16U, 24U}) {
         records.push_back(behind({0}, part_of(made.image, made.offset_of_record(entry), 3072)));
     }
     records.push_back(behind({1}, part_of(tiny.image, tiny.offset_of_record(0), 4096)));
     records.push_back(behind({1}, junction_records()));
-    to.add("mft_record", records);
-    to.add("directory_index",
-           {seed::node_with_remnant(), index_node({40, 41, 42}), part_of(made.image, 310 * 512 + 24, 512)});
+    add(to / "mft_record", records);
+    add(to / "directory_index",
+        {seed::node_with_remnant(), index_node({40, 41, 42}), part_of(made.image, 310 * 512 + 24, 512)});
     std::vector<bytes> partitioned;
     for (const bytes& disk : disks()) partitioned.push_back(behind(bytes(9), disk));
-    to.add("partitions", partitioned);
-    to.add("shadow_catalog", {part_of(made.image, seed::catalog_lcn * 512, 16384)});
-    to.add("options",
-           {text("-image\na.dd\n-offset\n0x7e00\n-csv\n-pair_datetime\n-timeformat\nhh:mm:ss.xxx"),
-            text("-file\n%TEMP%\\j\n-out\no.txt\n-csv_separator\n|\n-dateformat\nmm/dd/yyyy\n-xml\n-a"),
-            text("-cmd_start_time\n2024-01-01 00:00:00\n-cmd_stop_time\n2024/02/01\n-alias\na|b\n-diags\nd"),
-            text("-csvgen\n-no_whitespace\n-multiline\n-base10\n-show_dir_path\n-pulltimes\n-mftfile\nm\n-l2"),
-            text("-partition\nc\n-csvl2t\n-bodyfile\n-xml_escape\n-vss\n2\n-append\n-show_offset\n-quiet")});
+    add(to / "partitions", partitioned);
+    add(to / "shadow_catalog", {part_of(made.image, seed::catalog_lcn * 512, 16384)});
+    add(to / "options",
+        {text("-image\na.dd\n-offset\n0x7e00\n-csv\n-pair_datetime\n-timeformat\nhh:mm:ss.xxx"),
+         text("-file\n%TEMP%\\j\n-out\no.txt\n-csv_separator\n|\n-dateformat\nmm/dd/yyyy\n-xml\n-a"),
+         text("-cmd_start_time\n2024-01-01 00:00:00\n-cmd_stop_time\n2024/02/01\n-alias\na|b\n-diags\nd"),
+         text("-csvgen\n-no_whitespace\n-multiline\n-base10\n-show_dir_path\n-pulltimes\n-mftfile\nm\n-l2"),
+         text("-partition\nc\n-csvl2t\n-bodyfile\n-xml_escape\n-vss\n2\n-append\n-show_offset\n-quiet")});
     std::vector<bytes> runs;
     for (const std::uint32_t kind : {0x1FFFEU, 0x1FC00U, 0x4001FC20U, 0x20000C00U, 0x8001FC10U}) {
         runs.push_back(poked<std::uint32_t>(bytes(244), 0, kind));  // 20 changes that change nothing
     }
-    to.add("volume", runs);
+    add(to / "volume", runs);
 }
 
 }  // namespace
 
-int main(int argc, char** argv) try {
+int main(int argc, char** argv) {
     if (argc != 2) {
         std::cerr << "usage: make_seeds FOLDER\n";
         return 2;
     }
-    make(corpus(argv[1]));
+    make(argv[1]);
     return 0;
-} catch (const std::exception& error) {
-    std::cerr << "make_seeds: " << error.what() << '\n';
-    return 1;
 }
