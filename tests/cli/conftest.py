@@ -1,5 +1,6 @@
 """Runs the built program as a user does. LORQ names it, LORQ_RUNNER what starts it (Wine), see tests/CMakeLists.txt."""
 import collections
+import contextlib
 import os
 import pathlib
 import shutil
@@ -13,10 +14,12 @@ from journal import page, record
 PROGRAM = os.environ["LORQ"]
 WINDOWS = PROGRAM.endswith(".exe")
 RUNNER = [word for word in [os.environ.get("LORQ_RUNNER")] if word]
+VOLUME_MAKER = os.environ.get("LORQ_VOLUME_MAKER", "")
 FAILED = 255  # what a shell sees of an exit code of -1
 NOBODY = 65534
 
 linux_only = pytest.mark.skipif(WINDOWS, reason="Wine gives it no meaning")
+needs_volumes = pytest.mark.skipif(not os.path.exists(VOLUME_MAKER), reason="volumes are made by a Linux program")
 as_root = pytest.mark.skipif(os.geteuid() != 0, reason="must become another user")
 
 Result = collections.namedtuple("Result", "code out err")
@@ -36,6 +39,37 @@ class Lorq:
     def write(self, name, content):
         self.path(name).write_bytes(content)
         return name
+
+    def tool(self, *command):
+        """What another program writes that is run there."""
+        return subprocess.run(command, cwd=self.folder, check=True, stdout=subprocess.PIPE).stdout
+
+    def make(self, *options):
+        """Makes a journal `made`."""
+        self.tool(*RUNNER, os.environ["LORQ_MAKER"], *options, "made")
+        return "made"
+
+    def make_volume(self, options="", journal="made", records=6000, lead=65536, holes=()):
+        """Makes a volume `v` that holds a journal, by default one that is made for it; its runs as (VCN, LCN, length)."""
+        if journal == "made":
+            self.make("--records", str(records), "--versions", "2:5,3", "--sparse-lead", str(lead))
+        with open(self.path(journal), "r+b") as file:
+            for at, length in holes:
+                os.pwrite(file.fileno(), bytes(length), lead + at)
+        runs = self.tool(VOLUME_MAKER, *options.split(), "--files", "40", "--journal", journal, "v")
+        return [tuple(map(int, line.split())) for line in runs.splitlines()]
+
+    @contextlib.contextmanager
+    def loop_device(self):
+        """That of the volume `v`."""
+        made = subprocess.run(["losetup", "--find", "--show", "v"], cwd=self.folder, stdout=subprocess.PIPE, check=False)
+        if made.returncode != 0:
+            pytest.skip("not every machine has loop devices")
+        node = made.stdout.decode().strip()
+        try:
+            yield node
+        finally:
+            self.tool("losetup", "--detach", node)
 
     def __call__(self, *arguments, **options):
         options = {"stdout": subprocess.PIPE, "cwd": self.folder, "stdin": subprocess.DEVNULL, **options}
@@ -67,12 +101,3 @@ def lorq_as_nobody():
         program = shutil.copy(PROGRAM, folder)
         caller.command = ["setpriv", f"--reuid={NOBODY}", "--clear-groups", program]
         yield caller
-
-
-@pytest.fixture
-def make(lorq):
-    """Makes a journal `made` with the generator."""
-    def make_journal(*arguments):
-        subprocess.run([*RUNNER, os.environ["LORQ_MAKER"], *arguments, "made"], cwd=lorq.folder, check=True)
-        return "made"
-    return make_journal

@@ -1,37 +1,31 @@
 """Live volumes and shadow copies: by their Windows names on Linux, through a device folder; the system's calls on Windows."""
 import os
 import re
-import subprocess
 
 import pytest
 
 from conftest import FAILED, WINDOWS, as_root, linux_only
-from test_volumes import volume  # noqa: F401
 
 
 @linux_only
 @as_root
-def test_a_volume_is_read_under_each_of_its_names(lorq, volume):
+def test_a_volume_is_read_under_each_of_its_names(lorq):
     folder = os.environ["LORQ_DEVICE_FOLDER"]
     os.makedirs(folder, exist_ok=True)
-    volume("", records=500)
+    lorq.make_volume(records=500)
     nodes = [os.path.join(folder, name) for name in ("w:", "HarddiskVolumeShadowCopy96")]
     for node in nodes:
         os.symlink(lorq.path("v"), node)
-    loop = subprocess.run(["losetup", "--find", "--show", "v"], cwd=lorq.folder, stdout=subprocess.PIPE, check=False, text=True)
     try:
         expected = lorq.table("-file", "made", "-a")
-        sources = [["-partition", "w"], ["-partition", "w:\\"], ["-partition", "\\\\.\\w:"], ["-vss", "96"],
-                   ["-file", "w:\\$extend\\$USNjrnl:$j"], ["-partition", "./v"]]
-        if loop.returncode == 0:  # not every machine has loop devices
-            sources.append(["-partition", loop.stdout.strip()])
-        for source in sources:
+        for source in (["-partition", "w"], ["-partition", "w:\\"], ["-partition", "\\\\.\\w:"], ["-vss", "96"],
+                       ["-file", "w:\\$extend\\$USNjrnl:$j"], ["-partition", "./v"]):
             assert lorq.table(*source, "-a") == expected, source
         done = lorq("-vss", "96", "-a", "-show_dir_path")
         assert done.err.startswith("analyzing: normal USNJRNL data...\n")
+        with lorq.loop_device() as node:
+            assert lorq.table("-partition", node, "-a") == expected
     finally:
-        if loop.returncode == 0:
-            subprocess.run(["losetup", "--detach", loop.stdout.strip()], check=True)
         for node in nodes:
             os.remove(node)
 

@@ -4,15 +4,13 @@ import hashlib
 import os
 import pathlib
 import re
-import subprocess
 
 import pytest
 
-from conftest import FAILED, RUNNER, WINDOWS, as_root, linux_only
+from conftest import FAILED, WINDOWS, as_root, linux_only, needs_volumes
 from journal import PAGE, page, record
 from test_failures import said
-from test_volumes import MAKER, MIB
-from test_volumes import pytestmark as needs_volumes
+from test_volumes import MIB
 
 FAULTS = os.environ.get("LORQ_FAULTS", "")
 LAYOUTS = [[], ["-csv"], ["-csvgen"], ["-xml"], ["-bodyfile"], ["-csvl2t"], ["-multiline"]]
@@ -29,18 +27,10 @@ def failing(**faults):
     return {"env": {**os.environ, "LD_PRELOAD": FAULTS, **faults}}
 
 
-def make_volume(lorq, options="--size 4M"):
-    """The volume `v` with the journal `made`; where the journal begins in it."""
-    subprocess.run([*RUNNER, os.environ["LORQ_MAKER"], "--records", "200", "made"], cwd=lorq.folder, check=True)
-    runs = subprocess.run([MAKER, *options.split(), "--files", "20", "--journal", "made", "v"], cwd=lorq.folder,
-                          check=True, stdout=subprocess.PIPE).stdout
-    return int(runs.split()[1]) * PAGE
-
-
 @with_faults
 @as_root
 def test_what_cannot_be_read_is_told_once_and_costs_no_more_than_itself(lorq):
-    journal = make_volume(lorq, "--size 64M")
+    journal = lorq.make_volume("--size 64M", records=200)[0][1] * PAGE
     bad = [journal + PAGE, 50 * MIB]
     with open(lorq.path("v"), "r+b") as volume:
         for name, at in ("kept", 49 * MIB), ("lost", 50 * MIB):
@@ -80,8 +70,8 @@ def whole_and_part(lorq, run, **faults):
 
 @linux_only
 @pytest.mark.parametrize("layout", LAYOUTS)
-def test_failing_outputs_and_a_killed_run_leave_the_beginning_and_no_good_exit_code(lorq, make, layout):
-    run = ["-quiet", "-file", make("--records", "9000"), "-a", *layout]
+def test_failing_outputs_and_a_killed_run_leave_the_beginning_and_no_good_exit_code(lorq, layout):
+    run = ["-quiet", "-file", lorq.make("--records", "9000"), "-a", *layout]
 
     def fails(message, *arguments, **options):
         done = lorq(*run, *arguments, **options)
@@ -118,8 +108,8 @@ def test_a_log_that_cannot_grow_is_told_once(lorq):
 def test_no_option_touches_a_source(request, caller):
     """Nobody has no right to write to them, nor to keep the time of the last access."""
     lorq = request.getfixturevalue(caller)
-    make_volume(lorq)
-    lorq.write("m", subprocess.run(["icat", "v", "0"], cwd=lorq.folder, check=True, stdout=subprocess.PIPE).stdout)
+    lorq.make_volume("--size 4M", records=200)
+    lorq.write("m", lorq.tool("icat", "v", "0"))
     sources = [lorq.path(name) for name in ("made", "v", "m")]
     before = [hashlib.sha256(path.read_bytes()).digest() for path in sources]
     for path in sources:
@@ -144,17 +134,10 @@ def test_no_option_touches_a_source(request, caller):
 @linux_only
 @as_root
 def test_no_output_goes_to_a_device_or_to_the_image_behind_one(lorq):
-    make_volume(lorq)
+    lorq.make_volume("--size 4M", records=200)
     before = lorq.path("v").read_bytes()
-    loop = subprocess.run(["losetup", "--find", "--show", "--read-only", "v"], cwd=lorq.folder, stdout=subprocess.PIPE,
-                          check=False, text=True)
-    if loop.returncode != 0:
-        pytest.skip("not every machine has loop devices")
-    node = loop.stdout.strip()
-    try:
+    with lorq.loop_device() as node:
         for arguments in ["-partition", node, "-out", "v"], ["-image", "v", "-out", node, "-append"]:
             done = lorq("-quiet", *arguments)
             assert done.code == FAILED and said(done).startswith("prob opening file ")
             assert lorq.path("v").read_bytes() == before
-    finally:
-        subprocess.run(["losetup", "--detach", node], check=True)

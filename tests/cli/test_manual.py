@@ -1,7 +1,6 @@
 """The manual page and the completion have exactly the options that the program takes; the README shows its output."""
 import pathlib
 import re
-import subprocess
 
 ROOT = pathlib.Path(__file__).parents[2]
 
@@ -24,15 +23,14 @@ def manual_options():
     return set(names), {name for name, match in zip(names, spellings) if match[3]}
 
 
-def test_manual_and_completion():
+def test_manual_and_completion(lorq):
     assert manual_options() == taken_options()
-    script = "source docs/lorq.bash-completion; COMP_WORDS=(lorq ''); COMP_CWORD=1; _lorq; echo ${COMPREPLY[@]}"
-    offered = subprocess.run(["bash", "-c", script], cwd=ROOT, check=True, capture_output=True).stdout.decode()
-    assert set(offered.split()) == taken_options()[0]
+    script = f"source {ROOT}/docs/lorq.bash-completion; COMP_WORDS=(lorq ''); COMP_CWORD=1; _lorq; echo ${{COMPREPLY[@]}}"
+    assert set(lorq.tool("bash", "-c", script).decode().split()) == taken_options()[0]
 
 
-def test_readme_shows_what_the_program_writes(lorq, make):
-    make("--records", "2000")
+def test_readme_shows_what_the_program_writes(lorq):
+    lorq.make("--records", "2000")
     shown = re.findall(r"^    \$ lorq -file J\.bin(.*)\n((?:    .+\n)+)", (ROOT / "README.md").read_text(), re.MULTILINE)
     assert len(shown) == 7
     for options, lines in shown:

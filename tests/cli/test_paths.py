@@ -3,7 +3,6 @@ the list, from the volume, from an exported $MFT, and from a volume whose $MFT i
 import csv
 import datetime
 import os
-import subprocess
 
 import pytest
 
@@ -16,7 +15,7 @@ RECORD = 1024
 
 def told(lorq, big):
     """Makes the volume `v` with its list; (status, path, creation time or "") of every record."""
-    subprocess.run([MAKER, "v", "list", str(big)], cwd=lorq.folder, check=True)
+    lorq.tool(MAKER, "v", "list", str(big))
     return [tuple(line.split("\t")) for line in lorq.path("list").read_text("utf-8").splitlines()]
 
 
@@ -32,12 +31,10 @@ def found(lorq, *arguments):
 
 def export_all(lorq):
     """$MFT and the journal, through the Sleuth Kit."""
-    def tool(*command):
-        return subprocess.run(command, cwd=lorq.folder, check=True, capture_output=True).stdout
-    entry = tool("ifind", "-n", "/$Extend/$UsnJrnl", "v").decode().strip()
-    stream = next(line for line in tool("istat", "v", entry).decode().splitlines() if "Name: $J" in line)
-    lorq.write("mft", tool("icat", "v", "0"))
-    lorq.write("j", tool("icat", "v", f"{entry}-{stream.split('(')[1].split(')')[0]}"))
+    entry = lorq.tool("ifind", "-n", "/$Extend/$UsnJrnl", "v").decode().strip()
+    stream = next(line for line in lorq.tool("istat", "v", entry).decode().splitlines() if "Name: $J" in line)
+    lorq.write("mft", lorq.tool("icat", "v", "0"))
+    lorq.write("j", lorq.tool("icat", "v", f"{entry}-{stream.split('(')[1].split(')')[0]}"))
 
 
 @pytest.mark.parametrize("big", [50, 100_000])

@@ -4,7 +4,6 @@ import csv
 import os
 import re
 import struct
-import subprocess
 import time
 import xml.etree.ElementTree
 
@@ -25,7 +24,7 @@ def test_xml_escape_keeps_hostile_names_and_paths(lorq):
     def document(*arguments, code=0):
         """The root element, once xmllint has accepted the file too."""
         assert lorq(*arguments, "-xml", "-xml_escape", "-out", "x").code == code
-        subprocess.run(["xmllint", "--noout", "x"], cwd=lorq.folder, check=True)
+        lorq.tool("xmllint", "--noout", "x")
         return xml.etree.ElementTree.parse(lorq.path("x")).getroot()
     invalid = "" if WINDOWS else os.fsdecode(b"\xff")
     lorq.write(PATH + invalid, page(*(record(name, usn=8 + at) for at, name in enumerate(HOSTILE))))
@@ -49,11 +48,11 @@ def test_xml_document_is_whole_or_not_begun(lorq):
     assert HEADER.fullmatch(lorq("-file", "j", "-xml", "-sqlite", "x").out)
 
 
-def test_mactime_lists_what_was_recorded(lorq, make):
-    assert lorq("-file", make("--records", "10000"), "-bodyfile", "-out", "x").code == 0
-    done = subprocess.run(["mactime", "-b", lorq.path("x"), "-d", "-y"], capture_output=True, encoding="utf-8", check=True)
+def test_mactime_lists_what_was_recorded(lorq):
+    assert lorq("-file", lorq.make("--records", "10000"), "-bodyfile", "-out", "x").code == 0
+    table = csv.reader(lorq.tool("mactime", "-b", "x", "-d", "-y").decode().splitlines()[1:])
     listed = {(calendar.timegm(time.strptime(row[0], "%Y-%m-%dT%H:%M:%SZ")), row[7], int(row[6]), letter)
-              for row in list(csv.reader(done.stdout.splitlines()))[1:] if not row[0].startswith("0000")
+              for row in table if not row[0].startswith("0000")
               for letter in row[2].replace(".", "")}
     assert listed == {(filetime // 10_000_000 - 11_644_473_600, name, entry, letter)
                       for filetime, reason, entry, name in changes(lorq.path("made").read_bytes())
@@ -61,8 +60,8 @@ def test_mactime_lists_what_was_recorded(lorq, make):
 
 
 @pytest.mark.parametrize("layout, fields", [(["-csv", "-a"], 10), (["-csvl2t"], 17), (["-csvl2t", "-pair_datetime"], 16)])
-def test_csv_readers_find_every_record_in_order(lorq, make, layout, fields):
-    made = make("--records", "10000", "--shuffle", "--mean-name", "90", "--sparse-lead", "1073741824")
+def test_csv_readers_find_every_record_in_order(lorq, layout, fields):
+    made = lorq.make("--records", "10000", "--shuffle", "--mean-name", "90", "--sparse-lead", "1073741824")
     assert lorq("-file", made, *layout, "-out", "x").code == 0
     with open(lorq.path("x"), encoding="utf-8", newline="") as table:
         rows = list(csv.reader(list(table)[3:], strict=True))
@@ -78,11 +77,11 @@ def test_csv_readers_find_every_record_in_order(lorq, make, layout, fields):
 @pytest.mark.parametrize("options", [
     [], ["-csv", "-a"], ["-csvgen"], ["-multiline"], ["-no_whitespace", "-base10"], ["-pair_datetime", "-show_offset"],
     ["-csv_separator", "tab", "-a"], ["-xml", "-a"], ["-xml", "-xml_escape"], ["-bodyfile"], ["-csvl2t"]])
-def test_both_systems_write_the_same(lorq, make, options):
+def test_both_systems_write_the_same(lorq, options):
     def behind_header(content):  # in XML without the whole beginning of the document
         return content[content.index(b"<logdata"):] if content.startswith(b"<?xml") else content.split(b"\r\n", 3)[3]
-    arguments = ["-file", make("--records", "3000", "--versions", "2,3,4", "--damage", "100"), "-out", "x.txt", *options]
+    arguments = ["-file", lorq.make("--records", "3000", "--versions", "2,3,4", "--damage", "100"), "-out", "x.txt", *options]
     assert lorq(*arguments).code == 0
     here = behind_header(lorq.path("x.txt").read_bytes())
-    subprocess.run([os.environ["LORQ_TWIN"], *arguments], cwd=lorq.folder, check=True, stderr=subprocess.DEVNULL)
+    lorq.tool(os.environ["LORQ_TWIN"], *arguments)
     assert len(here) > 100_000 and here == behind_header(lorq.path("x.txt").read_bytes())

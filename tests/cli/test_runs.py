@@ -61,8 +61,8 @@ def test_standard_error(lorq, arguments, pattern):
 
 
 @linux_only
-def test_progress_on_a_terminal(lorq, make):
-    journal = make("--records", "500000", "--closed", "100")
+def test_progress_on_a_terminal(lorq):
+    journal = lorq.make("--records", "500000", "--closed", "100")
     try:
         ours, theirs = os.openpty()
     except OSError:
@@ -104,16 +104,3 @@ def test_no_output_goes_over_a_source(lorq, arguments, code, output):
     assert source.read_bytes() == page(record())
     assert (after.st_mtime_ns, after.st_ctime_ns, after.st_nlink) == (before.st_mtime_ns, before.st_ctime_ns, 2)
     assert lorq.path("soft").is_symlink()
-
-
-@linux_only
-@as_root
-def test_no_output_goes_over_a_volume(lorq):
-    """The device node behind a Windows name; this build looks for it in a folder of its own."""
-    node = os.path.join(os.environ["LORQ_DEVICE_FOLDER"], "HarddiskVolumeShadowCopy97")
-    os.makedirs(os.path.dirname(node), exist_ok=True)
-    lorq.write(node, b"volume")
-    done = lorq("-vss", "97", "-out", node)
-    assert done.code == FAILED and said(done).startswith("prob opening file ")
-    assert lorq.path(node).read_bytes() == b"volume"
-    os.remove(node)

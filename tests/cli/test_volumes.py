@@ -2,34 +2,15 @@
 where -show_offset says, carved records are told apart, and the volume is found in a partition table."""
 import csv
 import os
-import re
 import struct
-import subprocess
 
 import pytest
 
-from conftest import FAILED, RUNNER
+from conftest import FAILED, needs_volumes
 from journal import PAGE, record
 
-MAKER = os.environ.get("LORQ_VOLUME_MAKER", "")
-pytestmark = pytest.mark.skipif(not os.path.exists(MAKER), reason="volumes are made by a Linux program")
+pytestmark = needs_volumes
 MIB = 1 << 20
-
-
-@pytest.fixture
-def volume(lorq):
-    """Makes a journal `made` and a volume `v` that holds it; the journal's runs there as (VCN, LCN, length)."""
-    def make(options, records=6000, lead=65536, holes=(), journal="made"):
-        if journal == "made":
-            subprocess.run([*RUNNER, os.environ["LORQ_MAKER"], "--records", str(records), "--versions", "2:5,3",
-                            "--sparse-lead", str(lead), journal], cwd=lorq.folder, check=True)
-        with open(lorq.path(journal), "r+b") as file:
-            for at, length in holes:
-                os.pwrite(file.fileno(), bytes(length), lead + at)
-        done = subprocess.run([MAKER, *options.split(), "--files", "40", "--journal", journal, "v"], cwd=lorq.folder,
-                              check=True, stdout=subprocess.PIPE)
-        return [tuple(map(int, line.split())) for line in done.stdout.splitlines()]
-    return make
 
 
 def rows(lorq, *arguments):
@@ -49,10 +30,9 @@ def rows(lorq, *arguments):
     ("--cluster 65536 --record 4096", {"holes": [(3 * 65536 + PAGE, 2 * 65536), (7 * 65536, 65536)], "lead": 0}),
     ("--cluster 2M --size 512M --fragments 2", {"records": 40000}),
 ])
-def test_an_image_gives_the_extracted_records_where_they_stand(lorq, volume, options, more):
-    runs = volume(options, **more)
-    subprocess.run("ntfscat -f -a 0x80 -n '$J' v '$Extend/$UsnJrnl' | cp --sparse=always /dev/stdin extracted", shell=True,
-                   cwd=lorq.folder, check=True)
+def test_an_image_gives_the_extracted_records_where_they_stand(lorq, options, more):
+    runs = lorq.make_volume(options, **more)
+    lorq.tool("bash", "-c", "ntfscat -f -a 0x80 -n '$J' v '$Extend/$UsnJrnl' | cp --sparse=always /dev/stdin extracted")
     expected = rows(lorq, "-file", "extracted")
     found = rows(lorq, "-image", "v")
     assert len(expected) > 1000
@@ -67,14 +47,14 @@ def test_an_image_gives_the_extracted_records_where_they_stand(lorq, volume, opt
     assert right >= len(found) // (20 if len(runs) > 1 else 1)
 
 
-def test_a_resident_journal(lorq, volume):
+def test_a_resident_journal(lorq):
     lorq.write("j", b"".join(record(name=f"{n}.txt", usn=n * 72) for n in range(1, 5)))
-    assert volume("", journal="j") == []
+    assert lorq.make_volume("", journal="j") == []
     assert [row[9] for row in rows(lorq, "-image", "v")] == ["1.txt", "2.txt", "3.txt", "4.txt"]
 
 
-def test_what_lies_behind_the_end_of_an_image_is_lost_and_said_once(lorq, volume):
-    runs = volume("--fragments 4")
+def test_what_lies_behind_the_end_of_an_image_is_lost_and_said_once(lorq):
+    runs = lorq.make_volume("--fragments 4")
     expected = [int(row[7], 16) for row in rows(lorq, "-file", "made")]
     vcn, lcn, clusters = max(runs, key=lambda run: run[1])
     os.truncate(lorq.path("v"), (lcn + 3) * PAGE)
@@ -86,12 +66,12 @@ def test_what_lies_behind_the_end_of_an_image_is_lost_and_said_once(lorq, volume
 
 
 @pytest.mark.parametrize("cluster", [512, 65536])
-def test_carved_records_are_told_apart(lorq, volume, cluster):
-    volume(f"--cluster {cluster} --size 64M")
+def test_carved_records_are_told_apart(lorq, cluster):
+    lorq.make_volume(f"--cluster {cluster} --size 64M")
     unit = max(cluster, PAGE)
     os.truncate(lorq.path("made"), (os.path.getsize(lorq.path("made")) // unit - 1) * unit + 120)
-    _, lcn, clusters = volume(f"--cluster {cluster} --size 64M", journal="./made")[-1]
-    bitmap = subprocess.run(["ntfscat", "-i", "6", "v"], cwd=lorq.folder, check=True, stdout=subprocess.PIPE).stdout
+    _, lcn, clusters = lorq.make_volume(f"--cluster {cluster} --size 64M", journal="./made")[-1]
+    bitmap = lorq.tool("ntfscat", "-i", "6", "v")
     last = max(n for n in range(64 * MIB // cluster - 1) if not bitmap[n // 8] >> n % 8 & 1)
     planted = [("behind $J", "slack", (lcn + clusters - 1) * cluster + 120), ("free", "unalloc", last * cluster)]
     with open(lorq.path("v"), "r+b") as image:
@@ -109,8 +89,8 @@ def boot_record(*entries):
     return bytes(446) + b"".join(struct.pack("<4xB3xII", *entry) for entry in entries).ljust(64, b"\0") + b"\x55\xaa"
 
 
-def test_volumes_in_a_partition_table(lorq, volume):
-    volume("--size 4M", records=200)
+def test_volumes_in_a_partition_table(lorq):
+    lorq.make_volume("--size 4M", records=200)
     content = lorq.path("v").read_bytes()
     parts = {0: boot_record((0x0C, 16, 48), (0x05, 64, 40000)), 64 * 512: boot_record((7, 63, 8192), (5, 20000, 8255)),
              0xFE00: content, 20064 * 512: boot_record((7, 63, 8192)), 0x9D3E00: content[:-512]}

@@ -41,12 +41,8 @@ std::vector<bytes> disks() {
 bytes junction_records() {
     ntfs_image_builder made{.cluster_size = 512, .clusters = 32, .mft_clusters = 16};
     made.build();
-    bytes value(16);
-    poke<std::uint32_t>(value, 0, 0xA0000003);
-    for (const std::size_t at : {4U, 10U, 14U}) poke<std::uint16_t>(value, at, 4);
-    append(value, {'\\', 0, 'b', 0});
     made.put(5, {.attributes = {name_attribute(u"."), index_root({6, 7})}, .flags = 3});
-    made.put(6, {.attributes = {name_attribute(u"a"), {.type = attribute_type::reparse_point, .value = value}}});
+    made.put(6, {.attributes = {name_attribute(u"a"), reparse_point(0xA0000003, u"\\b")}});
     made.put(7, {.attributes = {name_attribute(u"b"), index_root({6})}, .flags = 3});
     return part_of(made.image, made.offset_of_record(0), 8192);
 }

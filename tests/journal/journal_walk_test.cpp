@@ -1,7 +1,6 @@
 #include "journal/journal_walk.h"
 
-#include "journal/journal_file.h"
-#include "support/temporary_folder.h"
+#include "journal/journal_collection.h"
 #include "support/usn_record_builder.h"
 
 #include <gtest/gtest.h>
@@ -12,25 +11,20 @@ bytes record_named(const char16_t* name, std::uint64_t timestamp = 133'485'408'0
     return usn_record_builder{.version = version, .name = name, .timestamp = timestamp}.build();
 }
 
-// What the collection holds, in order: name and offset of each, "v4" for no name, "-" for one that failed its checks.
-std::string in_order(journal_collection& journal) {
+// What a chunk yields, in order: name and offset of each, "v4" for no name, "-" for one that failed its checks.
+std::string walked(const bytes& chunk, std::uint64_t offset = 0) {
+    journal_collection journal;
+    journal_entry entry;
+    const bool grew = walk_chunk(journal, byte_view(chunk, offset), entry);
+    EXPECT_EQ(grew, journal.size() != 0);
     std::string out;
     run_meter meter;
     ordered_reader records(journal, meter);
-    journal_entry entry;
     while (records.next(entry)) {
         const std::string name(entry.name.begin(), entry.name.end());
         out += (entry.valid == 0 ? "-" : name.empty() ? "v4" : name) + "@" + std::to_string(entry.record_offset) + " ";
     }
     return out;
-}
-
-std::string walked(const bytes& chunk, std::uint64_t offset = 0) {
-    journal_collection journal;
-    journal_entry scratch;
-    const bool grew = walk_chunk(journal, byte_view(chunk, offset), scratch);
-    EXPECT_EQ(grew, journal.size() != 0);
-    return in_order(journal);
 }
 
 bytes joined(std::initializer_list<bytes> pieces) {
@@ -65,37 +59,6 @@ TEST(WalkChunk, SkipsZerosAndDamageByThePageAndEndsAtARecordPastTheEnd) {
                              record_named(u"early again", 1000, 3)}),
                      100),
               "v4@244 -@0 early@172 early again@372 late@100 ");
-}
-
-// Writes the pieces at their offsets, holes between them, and reads the file back.
-TEST(ExtractedJournal, OffsetsAreThoseOfTheFileAcrossPiecesAndHoles) {
-    const temporary_folder folder;
-    const auto read_back = [&](std::uint64_t size, const std::vector<std::pair<std::uint64_t, bytes>>& pieces) {
-        journal_collection journal;
-        usnjrnl_context run;
-        run.journal = &journal;
-        run.journal_path = folder / "j";
-        std::ofstream out(run.journal_path, std::ios::binary);
-        for (const auto& [at, piece] : pieces) {
-            out.seekp(static_cast<std::streamoff>(at)) << std::string(piece.begin(), piece.end());
-        }
-        if (size != 0) out.seekp(static_cast<std::streamoff>(size) - 1).put('\0');
-        out.close();
-        std::filesystem::resize_file(run.journal_path, size);
-        EXPECT_TRUE(read_extracted_journal(run));
-        EXPECT_EQ(run.found_something, journal.size() != 0);
-        return in_order(journal);
-    };
-    constexpr std::uint64_t far = std::uint64_t{3} << 30U;
-    EXPECT_EQ(read_back(far + 72, {{0, record_named(u"a", 1)},
-                                   {2'097'152 - 4096, record_named(u"b", 2)},
-                                   {far, record_named(u"c", 3)}}),
-              "a@0 b@2093056 c@3221225472 ");
-    EXPECT_EQ(read_back(1'000'000, {}) + read_back(0, {}), "");
-    EXPECT_EQ(read_back(59, {{0, record_named(u"a")}}), "");  // shorter than any record's fixed part
-    const bytes damage{1};                                    // its page is skipped, with what begins in it
-    EXPECT_EQ(read_back(12288, {{0, damage}, {4096 - 40, record_named(u"crossing")}, {8192, record_named(u"next")}}),
-              "next@8192 ");
 }
 
 }  // namespace

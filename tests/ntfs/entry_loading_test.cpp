@@ -1,5 +1,4 @@
 #include "opened_volume.h"
-#include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -64,21 +63,6 @@ TEST(LoadEntry, ListsThatClaimMoreThanTheSourceHoldsEnd) {
     EXPECT_LE(entry.records.size(), 1026U);  // a megabyte has room for 1024
     for (int i = 0; i < 20; ++i) EXPECT_TRUE(opened.volume.load_entry(30, entry));
     EXPECT_EQ(entry.records.size(), 1U);
-}
-
-TEST(LoadEntry, RecordsOfAnExportedMft) {
-    const ntfs_image_builder made = split_journal();
-    const auto begin = made.image.begin() + static_cast<std::ptrdiff_t>(made.offset_of_record(0));
-    const temporary_folder folder;
-    const diagnostic_log log;
-    ntfs_volume volume(log);
-    mft_entry entry;
-    const std::string cut(begin, begin + 42 * 1024);  // before record 42
-    ASSERT_TRUE(volume.open_mft_file(folder.write("mft", cut)));
-    ASSERT_TRUE(volume.load_entry(30, entry));
-    EXPECT_EQ(volume.record_count(), 42U);
-    EXPECT_EQ(entry.attributes.size(), 4U);
-    EXPECT_FALSE(volume.open_mft_file(folder.write("short", std::string(1023, 'x'))));
 }
 
 // Number of records, and the state and place of one.

@@ -1,5 +1,6 @@
 #include "ntfs/path_lookup.h"
 
+#include "base/utf.h"
 #include "ntfs/directory_index.h"
 #include "opened_volume.h"
 
@@ -7,94 +8,67 @@
 
 namespace {
 
-// Blocks at LCN 100 and behind name entries 40 to 45, one each. Directories are entry 30.
-struct indexed {
-    indexed() {
-        made.build();
-        for (std::uint64_t i = 0; i < 6; ++i) made.write((100 + i) * 4096, index_block_of({40 + i}));
-    }
-    [[nodiscard]] std::string children(const std::vector<made_attribute>& attributes) {
-        made.put(30, {.attributes = attributes, .flags = 3});
-        opened_volume opened(made.image);
-        std::set<std::uint64_t> found;
-        if (!opened.volume.mount() || !get_children_nodes(opened.volume, 30, found)) return "none";
-        std::string text;
-        for (const std::uint64_t child : found) text += std::to_string(child) + " ";
-        return text;
-    }
-    ntfs_image_builder made;
-};
-
 made_attribute allocation(const std::vector<made_run>& runs, std::uint64_t first_vcn = 0) {
     return {.type = 0xA0, .name = u"$I30", .runs = run_list(runs), .first_vcn = first_vcn, .real_size = 1};
 }
 
 TEST(DirectoryIndex, RootAndAllocationInPiecesAndOddPlaces) {
-    indexed index;
-    EXPECT_EQ(index.children({index_root({50}), allocation({{100, 2}, {104, 1}})}),
-              "40 41 44 50 ");  // whatever its size
+    ntfs_image_builder made;
+    made.build();
+    // The blocks at LCN 100 and behind name entries 40 to 45, one each.
+    for (std::uint64_t i = 0; i < 6; ++i) made.write((100 + i) * 4096, index_block_of({40 + i}));
+    const auto expect_children = [&made](const std::vector<made_attribute>& attributes,
+                                         const std::set<std::uint64_t>& children) {
+        made.put(30, {.attributes = attributes, .flags = 3});
+        opened_volume opened(made.image);
+        std::set<std::uint64_t> found;
+        EXPECT_TRUE(opened.volume.mount() && get_children_nodes(opened.volume, 30, found));
+        EXPECT_EQ(found, children);
+    };
+    expect_children({index_root({50}), allocation({{100, 2}, {104, 1}})}, {40, 41, 44, 50});  // whatever its size
     made_attribute other = index_root({50});
     other.name = u"$O";
     made_attribute not_names = index_root({50});
     not_names.value[0] = 0x90;
-    EXPECT_EQ(index.children({other, not_names}), "");
+    expect_children({other, not_names}, {});
 
     const made_attribute list =
         attribute_list({list_entry(0x90, 33, 0), list_entry(0xA0, 32, 0), list_entry(0xA0, 31, 0)});
-    index.made.put(31, {.attributes = {allocation({{100, 2}})}, .base = 30});
-    index.made.put(33, {.attributes = {index_root({50})}, .base = 30});
+    made.put(31, {.attributes = {allocation({{100, 2}})}, .base = 30});
+    made.put(33, {.attributes = {index_root({50})}, .base = 30});
     for (const std::uint64_t first_vcn : {2U, 3U}) {  // the second time with a gap before it
-        index.made.put(32, {.attributes = {allocation({{103, 2}}, first_vcn)}, .base = 30});
-        EXPECT_EQ(index.children({list}), "40 41 43 44 50 ");
+        made.put(32, {.attributes = {allocation({{103, 2}}, first_vcn)}, .base = 30});
+        expect_children({list}, {40, 41, 43, 44, 50});
     }
 }
-
-made_attribute link(std::uint32_t tag, std::u16string_view target, bool relative = false) {
-    made_attribute made{.type = attribute_type::reparse_point, .value = bytes(tag == 0xA000000C ? 20 : 16)};
-    if (relative) made.value[16] = 1;
-    const auto names = made.value.size() + 8;  // behind a substitute name of 8 bytes
-    made.value.resize(names + target.size() * 2);
-    std::memcpy(made.value.data() + names, target.data(), target.size() * 2);
-    poke<std::uint32_t>(made.value, 0, tag);
-    for (const std::size_t field : {4U, 10U, 12U}) poke<std::uint16_t>(made.value, field, 8);
-    poke<std::uint16_t>(made.value, 14, static_cast<std::uint16_t>(target.size() * 2));
-    return made;
-}
-
-// \Docs (30) with "Long name.txt" (40), "in extension" (41), $UsnJrnl (42); \$Extend (31) with $UsnJrnl; links 34
-// to 38.
-struct tree : opened_volume {
-    tree() : opened_volume(image()) {}
-    static bytes image() {
-        ntfs_image_builder made;
-        made.build();
-        const auto put = [&made](std::uint64_t entry, const std::vector<made_attribute>& attributes) {
-            made.put(entry, {.attributes = attributes, .flags = 3});
-        };
-        put(5, {index_root({5, 30, 31, 34, 35, 36, 37, 38, 60})});  // 60 has no record
-        put(30, {name_attribute(u"Docs"), index_root({40, 41, 42})});
-        put(31, {name_attribute(u"$Extend"), index_root({42})});
-        put(40, {name_attribute(u"LONGNA~1.TXT", 0, name_space::dos), name_attribute(u"Long name.txt")});
-        put(41, {attribute_list({list_entry(attribute_type::file_name, 43, 0)})});
-        put(42, {name_attribute(u"$UsnJrnl", 0, name_space::posix)});
-        made.put(43, {.attributes = {name_attribute(u"in extension")}, .base = 41});
-        put(34, {name_attribute(u"junction"), link(0xA0000003, u"C:\\Docs")});
-        put(35, {name_attribute(u"absolute"), link(0xA000000C, u"\\docs")});
-        put(36, {name_attribute(u"relative"), link(0xA000000C, u"docs", true)});
-        put(37, {name_attribute(u"loop"), link(0xA0000003, u"\\loop")});
-        put(38, {name_attribute(u"tagged"), link(0x80000013, u"\\docs")});
-        return made.image;
-    }
-    [[nodiscard]] std::string find(std::u16string_view path, link_mode links = link_mode::stay) {
-        found_path found;
-        if (!volume.mount() || !lookup_path_entry(volume, path, links, found)) return "none";
-        return std::to_string(found.entry) + " in " + std::to_string(static_cast<std::int64_t>(found.parent)) + " " +
-               std::string(found.normalised.begin(), found.normalised.end());
-    }
-};
 
 TEST(PathLookup, FindsByEveryWayToWriteAPathAndFollowsLinksWhenAsked) {
-    tree made;
+    // \Docs (30) with "Long name.txt" (40), "in extension" (41), $UsnJrnl (42); \$Extend (31) with $UsnJrnl; links.
+    ntfs_image_builder made;
+    made.build();
+    const auto put = [&made](std::uint64_t entry, const std::vector<made_attribute>& attributes) {
+        made.put(entry, {.attributes = attributes, .flags = 3});
+    };
+    put(5, {index_root({5, 30, 31, 34, 35, 36, 37, 38, 60})});  // 60 has no record
+    put(30, {name_attribute(u"Docs"), index_root({40, 41, 42})});
+    put(31, {name_attribute(u"$Extend"), index_root({42})});
+    put(40, {name_attribute(u"LONGNA~1.TXT", 0, name_space::dos), name_attribute(u"Long name.txt")});
+    put(41, {attribute_list({list_entry(attribute_type::file_name, 43, 0)})});
+    put(42, {name_attribute(u"$UsnJrnl", 0, name_space::posix)});
+    made.put(43, {.attributes = {name_attribute(u"in extension")}, .base = 41});
+    put(34, {name_attribute(u"junction"), reparse_point(0xA0000003, u"C:\\Docs")});
+    put(35, {name_attribute(u"absolute"), reparse_point(0xA000000C, u"\\docs")});
+    put(36, {name_attribute(u"relative"), reparse_point(0xA000000C, u"docs", true)});
+    put(37, {name_attribute(u"loop"), reparse_point(0xA0000003, u"\\loop")});
+    put(38, {name_attribute(u"tagged"), reparse_point(0x80000013, u"\\docs")});
+    opened_volume opened(made.image);
+    ASSERT_TRUE(opened.volume.mount());
+    const auto find = [&opened](std::u16string_view path, link_mode links) -> std::string {
+        found_path found;
+        if (!lookup_path_entry(opened.volume, path, links, found)) return "none";
+        return std::to_string(found.entry) + " in " + std::to_string(static_cast<std::int64_t>(found.parent)) + " " +
+               to_utf8(found.normalised);
+    };
     const struct {
         std::u16string_view path;
         const char *found, *followed = found;
@@ -120,11 +94,11 @@ TEST(PathLookup, FindsByEveryWayToWriteAPathAndFollowsLinksWhenAsked) {
         {u"\\loop\\x", "none"},
     };
     for (const auto& [path, found, followed] : cases) {
-        EXPECT_EQ(made.find(path), found);
-        EXPECT_EQ(made.find(path, link_mode::follow), followed);
+        EXPECT_EQ(find(path, link_mode::stay), found);
+        EXPECT_EQ(find(path, link_mode::follow), followed);
     }
-    EXPECT_NE(made.said.find("err: too many links\ninode not found for \\loop\\x\n"), std::string::npos);
-    EXPECT_LT(made.said.size(), 20'000U);
+    EXPECT_NE(opened.said.find("err: too many links\ninode not found for \\loop\\x\n"), std::string::npos);
+    EXPECT_LT(opened.said.size(), 20'000U);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "platform/platform.h"
 #include "platform/windows_text.h"
-#include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -13,9 +12,8 @@ using platform::write_result;
 
 // Only the long form of a path leads into it, whatever the system's limit is: one folder's name ends with a dot.
 TEST(WindowsFile, LongFormOfAPathIsTriedToo) {
-    const temporary_folder root;
     std::vector<std::wstring> made;
-    std::string path = root / "";
+    std::string path = testing::TempDir();
     for (const std::string& name : {std::string(120, 'd'), std::string(120, 'e') + '.', std::string(120, 'f')}) {
         path += (made.empty() ? "" : "\\") + name;
         made.push_back(wide(R"(\\?\)" + path));

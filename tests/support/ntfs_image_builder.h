@@ -154,6 +154,19 @@ inline made_attribute name_attribute(std::u16string_view name, std::uint64_t par
     return made;
 }
 
+// A junction or symbolic link, or with any other tag what is none.
+inline made_attribute reparse_point(std::uint32_t tag, std::u16string_view target, bool relative = false) {
+    made_attribute made{.type = attribute_type::reparse_point, .value = bytes(tag == 0xA000000C ? 20 : 16)};
+    if (relative) made.value[16] = 1;
+    const auto names = made.value.size() + 8;  // behind a substitute name of 8 bytes
+    made.value.resize(names + target.size() * 2);
+    std::memcpy(made.value.data() + names, target.data(), target.size() * 2);
+    poke<std::uint32_t>(made.value, 0, tag);
+    for (const std::size_t field : {4U, 10U, 12U}) poke<std::uint16_t>(made.value, field, 8);
+    poke<std::uint16_t>(made.value, 14, static_cast<std::uint16_t>(target.size() * 2));
+    return made;
+}
+
 inline bytes index_entry_of(std::uint64_t entry, std::uint64_t parent, std::u16string_view name) {
     const bytes key = name_attribute(name, parent).value;
     bytes out(index_entry::key);
