@@ -63,17 +63,11 @@ void make(const std::filesystem::path& to) {
     for (int i = 0; i < 4; ++i) append(chain, record);
     add(to / "journal", {behind({0}, seed::journal()), behind({1}, seed::journal()), behind({0}, record)});
     add(to / "carving_scan", {chain, behind(poked<std::uint64_t>(bytes(9), 1, 0x1000), seed::journal())});
-    ntfs_image_builder tiny{.cluster_size = 512, .clusters = 16, .mft_clusters = 12};
-    tiny.build();
-    for (std::uint32_t entry = 1; entry < 6; ++entry) {
-        tiny.put(entry, {.attributes = {attribute_list({list_entry(0x80, 2, 0)})}});
-    }
-    add(to / "mount", {behind({0}, tiny.image), behind({2}, tiny.image), behind({0}, part_of(made.image, 0, 6144))});
+    add(to / "mount", {behind({0}, part_of(made.image, 0, 20480)), behind({2}, part_of(made.image, 0, 6144))});
     std::vector<bytes> records;
     for (const std::uint64_t entry : {5U, 13U, 14U, 16U, 24U}) {
         records.push_back(behind({0}, part_of(made.image, made.offset_of_record(entry), 3072)));
     }
-    records.push_back(behind({1}, part_of(tiny.image, tiny.offset_of_record(0), 4096)));
     records.push_back(behind({1}, junction_records()));
     add(to / "mft_record", records);
     add(to / "directory_index",

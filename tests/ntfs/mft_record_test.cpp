@@ -30,23 +30,6 @@ TEST(BootSector, GivesSizesOrTheReasonForRefusingThem) {
     expect(oem_identifier + 7, 0, "boot sector is not NTFS");
 }
 
-bytes numbered(bytes begin, std::size_t size) {
-    begin.resize(size);
-    for (std::size_t i = 72; i < size; i += 2) poke<std::uint16_t>(begin, i, static_cast<std::uint16_t>(i + 1));
-    return begin;
-}
-
-TEST(Fixup, PutsBackEveryStride) {
-    for (const auto& [array, size] : {std::pair<std::uint16_t, std::size_t>{48, 1024}, {42, 1024}, {48, 4096}}) {
-        const bytes content = numbered(made_record{}.build(1024), size);
-        bytes block = content;
-        protect(block, array);
-        poke<std::uint16_t>(block, size - 2, 0x2222);  // a torn write is not told apart
-        EXPECT_EQ(apply_fixup(block), record_kind::file_record);
-        EXPECT_TRUE(std::equal(block.begin() + 72, block.end(), content.begin() + 72)) << array << " " << size;
-    }
-}
-
 TEST(Fixup, RefusesRecordsThatAreNotWellFormed) {
     // At its edge and one step outside: the array's place, its count, the first attribute.
     for (const auto& [at, inside, outside] :
