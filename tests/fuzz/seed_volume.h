@@ -36,22 +36,6 @@ inline bytes journal() {
     return out;
 }
 
-inline bytes catalog() {
-    constexpr std::uint8_t id[] = {0x6B, 0x87, 0x08, 0x38, 0x76, 0xC1, 0x48, 0x4E,
-                                   0xB7, 0xAE, 0x04, 0x04, 0x6E, 0x6C, 0xC7, 0x52};
-    bytes out(1024);
-    std::ranges::copy(id, out.data());
-    poke<std::uint32_t>(out, 20, 2);
-    for (std::uint8_t store = 1; store <= 3; ++store) {
-        const std::size_t slot = store * std::size_t{128};
-        poke<std::uint64_t>(out, slot, store == 2 ? 2 : 3);
-        poke<std::uint8_t>(out, slot + 16, store);
-        poke<std::uint64_t>(out, slot + 32, 220 * 512);
-        poke<std::uint64_t>(out, slot + 56, reference(13 + store, 1));
-    }
-    return out;
-}
-
 inline constexpr std::size_t catalog_lcn = 200;
 inline constexpr std::size_t catalog_space = 8192;
 
@@ -71,12 +55,7 @@ inline void put_directories(ntfs_image_builder& made) {
     root.value.resize(index_root_value::node);
     append(root.value, node_with_remnant());
     directory(home, 25, u"home", {root, {.type = 0xA0, .name = u"$I30", .runs = run_list({{310, 8}})}});
-    bytes block(index_block::node);
-    append(block, node_with_remnant(64));
-    block.resize(index_block::size);
-    poke<std::uint32_t>(block, multi_sector_header::signature, signature_indx);
-    protect(block, 40);
-    made.write(std::size_t{310} * 512, block);
+    made.write(std::size_t{310} * 512, index_block_with(node_with_remnant(64)));
     directory(25, 5, u"above", {index_root({home})});
     directory(26, 27, u"loop", {index_root({27})});
     directory(27, 26, u"loops", {index_root({26})});
@@ -93,7 +72,10 @@ inline ntfs_image_builder volume() {
     put_directories(made);
     made.put(13, {.attributes = {name_attribute(u"{3808876b-c176-4e48-b7ae-04046e6cc752}", reference(12, 1)),
                                  {.runs = run_list({{catalog_lcn, 16}}), .real_size = 1024}}});
-    made.write(catalog_lcn * 512, catalog());
+    const std::uint64_t header = 220 * 512;
+    made.write(
+        catalog_lcn * 512,
+        shadow_catalog({{3, 1, header, reference(14, 1)}, {2, 2, header, 0}, {3, 3, header, reference(16, 1)}}, 1024));
     made.put(14, {.attributes = {{.runs = run_list({{400, 8}, {hole, 2}, {430, 8}}), .real_size = 4096}}});
     made.put(16, {.attributes = {name_attribute(u"$UsnJrnl", reference(11, 1)),
                                  attribute_list({list_entry(0x80, 17, 3)}),

@@ -138,21 +138,19 @@ TEST(carve_slack, looks_behind_each_stream_once) {
 }
 
 TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
-    const bytes id{0x6B, 0x87, 0x08, 0x38, 0x76, 0xC1, 0x48, 0x4E, 0xB7, 0xAE, 0x04, 0x04, 0x6E, 0x6C, 0xC7, 0x52};
-    const bytes block = laid_out(128, {{0, id}, {20, {2}}});
-    bytes catalog = laid_out(2048, {{0, block}});
-    const struct {
-        std::uint8_t type, store;
-        std::uint64_t header, file;
-    } slots[] = {{3, 2, 1000 * 512, 10}, {2, 2, 0, 0},  {2, 3, 0, 0},           {3, 4, 1000 * 512, 0}, {4, 1, 0, 13},
-                 {3, 1, 1ULL << 40U, 9}, {1, 5, 0, 99}, {3, 5, 2047 * 512, 11}, {3, 6, 0, 40},         {3, 7, 0, 13}};
-    for (std::size_t slot_at = 128; const auto& [type, store, header, file] : slots) {  // in text store 1 comes first
-        std::ranges::copy(laid_out(20, {{0, {type}}, {16, {static_cast<std::uint8_t>(0xA0 - store)}}, {19, {store}}}),
-                          catalog.data() + slot_at);
-        poke<std::uint64_t>(catalog, slot_at + 32, header);
-        poke<std::uint64_t>(catalog, slot_at + 56, reference(file, 7));
-        slot_at += 128;
-    }
+    const bytes& id = shadow_copy_id;
+    const auto file = [](std::uint64_t entry) { return reference(entry, 7); };
+    const bytes catalog = shadow_catalog({{3, 2, 1000 * 512, file(10)},
+                                          {2, 2, 0, 0},
+                                          {2, 3, 0, 0},
+                                          {3, 4, 1000 * 512, file(0)},
+                                          {4, 1, 0, file(13)},
+                                          {3, 1, 1ULL << 40U, file(9)},
+                                          {1, 5, 0, file(99)},
+                                          {3, 5, 2047 * 512, file(11)},
+                                          {3, 6, 0, file(40)},
+                                          {3, 7, 0, file(13)}},
+                                         2048);
     ntfs_image_builder made{.cluster_size = 512, .clusters = 2048, .mft_clusters = 128};
     made.build();
     made.put(5, {.attributes = {index_root({7})}});

@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <random>
 
-namespace {
-
 // Keys spread over all 64 bits, in a narrow band with many equal keys and zeros, ascending with zeros between.
 TEST(JournalCollection, KeepsKeyOrderAndArrivalAmongEquals) {
     std::mt19937_64 random(7);
@@ -67,5 +65,3 @@ TEST(JournalCollection, GivesBackWhatWasPutIn) {
         ASSERT_TRUE(fields(got) == fields(want)) << i;
     }
 }
-
-}  // namespace

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
 constexpr std::uint64_t root = reference(5, 5);
 
 TEST(DirectoryPath, UpToTheRootOrToWhereTheChainIsBroken) {
@@ -68,5 +66,3 @@ TEST(DirectoryPath, UpToTheRootOrToWhereTheChainIsBroken) {
     }
     EXPECT_FALSE(paths.build_directory_path(~std::uint64_t{0}, found));
 }
-
-}  // namespace

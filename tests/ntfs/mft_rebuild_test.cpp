@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
 // Records stand in clusters of their own on a volume whose $MFT is gone.
 TEST(MftRebuild, TheBestCopyOfEachRecordWins) {
     ntfs_image_builder made;
@@ -51,5 +49,3 @@ TEST(MftRebuild, TheBestCopyOfEachRecordWins) {
     EXPECT_EQ(names, "none; new; in use; none; behind it; last that the volume could hold; none; ");
     EXPECT_NE(opened.said.find("path of inode: 0x34 : [root]\\folder\n"), std::string::npos);
 }
-
-}  // namespace

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
 TEST(BootSector, GivesSizesOrTheReasonForRefusingThem) {
     using namespace boot_sector;
     const auto expect = [](std::size_t at, unsigned value, const char* expected) {
@@ -40,5 +38,3 @@ TEST(Fixup, RefusesRecordsThatAreNotWellFormed) {
         }
     }
 }
-
-}  // namespace

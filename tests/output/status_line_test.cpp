@@ -5,8 +5,6 @@
 #include <string>
 #include <utility>
 
-namespace {
-
 const std::string clear_line = "\x1b[2K\r    \r";
 
 TEST(StatusLine, ShowsOneLineAndEveryTwentiethOnce) {
@@ -27,5 +25,3 @@ TEST(StatusLine, ShowsOneLineAndEveryTwentiethOnce) {
         EXPECT_EQ(std::exchange(shown, ""), clear_line + printed);
     }
 }
-
-}  // namespace

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
 TEST(Timelines, EveryReasonFallsIntoItsSlots) {
     // clang-format off
     const std::tuple<std::uint32_t, std::string, std::string> cases[] = {
@@ -75,5 +73,3 @@ TEST(L2tWriter, NamesAndPaths) {
     entry.parent_path = {};
     expect_path("");
 }
-
-}  // namespace

@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-namespace {
-
 using platform::path_kind;
 using platform::wide;
 using platform::write_result;
@@ -41,5 +39,3 @@ TEST(WindowsPath, DeviceNamesAreNoFiles) {
     EXPECT_EQ(platform::identity_of(R"(\\.\C:)"), platform::identity_of(R"(\\?\c:)"));
     EXPECT_EQ(platform::identity_of("NUL"), platform::identity_of(R"(\\.\nul)"));
 }
-
-}  // namespace

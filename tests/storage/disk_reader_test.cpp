@@ -6,8 +6,6 @@
 
 #include <limits>
 
-namespace {
-
 TEST(DiskReader, ReadsWholeSectorsOfADevice) {
     std::vector<std::uint8_t> content(4096);
     for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
@@ -34,5 +32,3 @@ TEST(DiskReader, ReadsWholeSectorsOfADevice) {
     for (const std::uint64_t nowhere : {std::uint64_t{4096}, far, far / 2 - 100}) expect(nowhere, 512, -1, 0, 0);
     expect(0, 0, -1, 0, 0);
 }
-
-}  // namespace

@@ -207,12 +207,42 @@ inline made_attribute index_root(const std::vector<std::uint64_t>& children) {
     return root;
 }
 
-inline bytes index_block_of(const std::vector<std::uint64_t>& children) {
+// `node`: its entries begin at 64, behind the update sequence.
+inline bytes index_block_with(const bytes& node) {
     bytes out(index_block::node);
-    append(out, index_node(children, 64));  // the update sequence lies between header and entries
+    append(out, node);
     out.resize(index_block::size);
     poke<std::uint32_t>(out, multi_sector_header::signature, signature_indx);
     protect(out, 40);
+    return out;
+}
+
+inline bytes index_block_of(const std::vector<std::uint64_t>& children) {
+    return index_block_with(index_node(children, 64));
+}
+
+// What begins every block of a shadow copy's files.
+inline const bytes shadow_copy_id{0x6B, 0x87, 0x08, 0x38, 0x76, 0xC1, 0x48, 0x4E,
+                                  0xB7, 0xAE, 0x04, 0x04, 0x6E, 0x6C, 0xC7, 0x52};
+
+// A slot of the catalog. Two bytes of the store's identifier are set: store 1 comes first as text and last as bytes.
+struct made_slot {
+    std::uint8_t type, store;
+    std::uint64_t header, file;
+};
+
+inline bytes shadow_catalog(const std::vector<made_slot>& slots, std::size_t size) {
+    bytes out = shadow_copy_id;
+    out.resize(size);
+    out[20] = 2;
+    for (std::size_t at = 128; const made_slot& slot : slots) {
+        out[at] = slot.type;
+        out[at + 16] = static_cast<std::uint8_t>(0xA0 - slot.store);
+        out[at + 19] = slot.store;
+        poke<std::uint64_t>(out, at + 32, slot.header);
+        poke<std::uint64_t>(out, at + 56, slot.file);
+        at += 128;
+    }
     return out;
 }
 
