@@ -79,7 +79,9 @@ private:
 
 bool carve_shadow_stores(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress) {
     if (!volume.mount()) return false;
-    const std::vector<shadow_store> stores = find_shadow_stores(volume, run.lost_bytes);
+    std::uint64_t lost_bytes = 0;
+    const std::vector<shadow_store> stores = find_shadow_stores(volume, lost_bytes);
+    count_lost(run, 1, lost_bytes);
     const active_pass active(run, carving_pass::shadow_copies);
     store_reader reader(volume, run, progress);
     for (const shadow_store& store : stores) {

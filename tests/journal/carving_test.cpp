@@ -137,8 +137,43 @@ TEST(carve_slack, looks_behind_each_stream_once) {
     EXPECT_EQ(on.shown, "analyzing entry 0 of 64\nanalyzing entry 53 of 64\nanalyzing results - formatting output\n");
 }
 
+TEST(carve_slack, counts_what_too_many_claim) {
+    ntfs_image_builder made{.clusters = 18};
+    made.build();
+    made.put(0, {.attributes = {{.runs = run_list({{2, 16}}), .real_size = 65536}}});
+    made_record claims;
+    for (const char16_t name : {u'a', u'b', u'c', u'd', u'e', u'f', u'g', u'h'}) {
+        claims.attributes.push_back({.name = {name}, .runs = run_list({{1, 1}}), .real_size = 8});
+    }
+    for (std::uint64_t entry = 24; entry < 64; ++entry) made.put(entry, claims);
+    carving on(made.image);
+    ASSERT_TRUE(on.disk.volume.mount());
+    EXPECT_FALSE(carve_slack(on.disk.volume, on.run, on.progress));
+    EXPECT_EQ(on.run.lost_bytes, (40 * 8 - 16 * 18) * 4096U);  // 16 readings of each cluster, on the average
+}
+
+// With the path to the catalog, which is at LCN 200, and the header of a store at 1000.
+ntfs_image_builder volume_with_copies(const bytes& catalog) {
+    ntfs_image_builder made{.cluster_size = 512, .clusters = 2048, .mft_clusters = 128};
+    made.build();
+    made.put(5, {.attributes = {index_root({7})}});
+    made.put(7, {.attributes = {name_attribute(u"system VOLUME Information"), index_root({8})}});
+    made.put(8, {.attributes = {name_attribute(u"{3808876B-C176-4e48-b7ae-04046e6cc752}"),
+                                {.runs = run_list({{200, 4}}), .real_size = 2048}}});
+    made.write(200 * 512, catalog);
+    made.write(1000 * 512, laid_out(256, {{0x90, shadow_copy_id}, {0xC0, {4, 0, 'a', 0, 'b', 0, 2, 0, 'c', 0}}}));
+    return made;
+}
+
+TEST(carve_shadow_stores, counts_what_a_volume_cannot_hold) {
+    ntfs_image_builder made = volume_with_copies(shadow_catalog({{3, 1, 1000 * 512, reference(9, 7)}}, 2048));
+    made.put(9, {.attributes = {{.runs = run_list({{1100, 900}, {1101, 900}, {1100, 900}}), .real_size = 512}}});
+    carving on(made.image);
+    EXPECT_FALSE(carve_shadow_stores(on.disk.volume, on.run, {}));
+    EXPECT_EQ(on.run.lost_bytes, (2700 - 2048) * 512U);
+}
+
 TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
-    const bytes& id = shadow_copy_id;
     const auto file = [](std::uint64_t entry) { return reference(entry, 7); };
     const bytes catalog = shadow_catalog({{3, 2, 1000 * 512, file(10)},
                                           {2, 2, 0, 0},
@@ -151,13 +186,7 @@ TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
                                           {3, 6, 0, file(40)},
                                           {3, 7, 0, file(13)}},
                                          2048);
-    ntfs_image_builder made{.cluster_size = 512, .clusters = 2048, .mft_clusters = 128};
-    made.build();
-    made.put(5, {.attributes = {index_root({7})}});
-    made.put(7, {.attributes = {name_attribute(u"system VOLUME Information"), index_root({8})}});
-    made.put(8, {.attributes = {name_attribute(u"{3808876B-C176-4e48-b7ae-04046e6cc752}"),
-                                {.runs = run_list({{200, 4}}), .real_size = 2048}}});
-    made.write(200 * 512, catalog);
+    ntfs_image_builder made = volume_with_copies(catalog);
     for (const std::uint64_t n : {9U, 10U, 11U, 13U}) {
         const std::size_t lcn = 300 + 10 * n;
         made.put(n, {.attributes = {{.runs = run_list({{lcn, 2}, {hole, 1}, {lcn + 5, 1}}), .real_size = 2048}}});
@@ -167,8 +196,7 @@ TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
     // A volume and a run without end.
     poke<std::uint64_t>(made.image, boot_sector::total_sectors, 1ULL << 60U);
     made.put(11, {.attributes = {{.runs = run_list({{410, 2}, {415, 1}, {2040, 1ULL << 50U}}), .real_size = 2048}}});
-    made.write(1000 * 512, laid_out(256, {{0x90, id}, {0xC0, {4, 0, 'a', 0, 'b', 0, 2, 0, 'c', 0}}}));
-    made.write(2047 * 512, laid_out(512, {{0x90, id}, {0xC0, {0xFF, 0xFF, 'a', 0}}}));
+    made.write(2047 * 512, laid_out(512, {{0x90, shadow_copy_id}, {0xC0, {0xFF, 0xFF, 'a', 0}}}));
     carving on(made.image);
     ASSERT_TRUE(on.disk.volume.mount());
     on.disk.faults.bad = {{403 * 512, 404 * 512}};  // of no store, though the pieces before it reach over it
