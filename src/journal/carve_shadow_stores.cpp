@@ -46,10 +46,10 @@ private:
         if (part.lcn >= total) return;
         const std::uint64_t claimed = std::min(part.length, total - part.lcn);
         const std::uint64_t there = part.lcn < held ? std::min(claimed, held - part.lcn) : 0;
-        const std::uint64_t read = std::min(there, clusters_left_);
-        read_held(part.lcn, read);
-        clusters_left_ -= read;
-        count_lost(run_, claimed - read, std::min(piece_size, volume_.cluster_size()));
+        const std::uint64_t taken = std::min(there, clusters_left_);
+        read_held(part.lcn, taken);
+        clusters_left_ -= taken;
+        count_lost(run_, claimed - taken, std::min(piece_size, volume_.cluster_size()));
     }
 
     void read_held(std::uint64_t lcn, std::uint64_t left) {
