@@ -1,9 +1,6 @@
 #include "bench/journal_maker.h"
 
-#include "journal/usn_record.h"
-
 #include <algorithm>
-#include <concepts>
 #include <string_view>
 
 namespace {
@@ -35,28 +32,23 @@ constexpr std::array<std::u16string_view, 24> words{
 constexpr std::array<std::u16string_view, 12> extensions{u".docx", u".xlsx", u".pdf", u".tmp", u".log",  u".dll",
                                                          u".jpg",  u".pf",   u".dat", u".lnk", u".json", u".etl"};
 
-template <std::unsigned_integral T>
-void put(std::span<std::uint8_t> record, std::size_t at, T value) {
-    for (std::size_t i = 0; i < sizeof(T); ++i) record[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
-}
-
-std::size_t fixed_size_of(unsigned version) {
-    return version == 2 ? usn_v2::fixed_size : version == 3 ? usn_v3::fixed_size : usn_v4::fixed_size;
-}
-
 }  // namespace
 
 journal_maker::journal_maker(const journal_plan& plan)
-    : plan_(plan), random_(plan.seed), files_(population), offset_(plan.sparse_lead), now_(first_moment) {}
+    : plan_(plan), random_(plan.seed), files_(population), offset_(plan.sparse_lead), now_(first_moment) {
+    next_.source_info = 0;
+}
 
 bool journal_maker::next_page(page& into) {
     std::size_t used = 0;
     while (waiting_ || drawn_ < plan_.records) {
         if (!waiting_) draw_record();
-        waiting_ = used + record_size() > page_size;
+        const std::size_t size = next_.size();
+        waiting_ = used + size > page_size;
         if (waiting_) break;
-        write_record(std::span(into).subspan(used, record_size()), offset_ + used);
-        used += record_size();
+        next_.usn = offset_ + used;
+        next_.write(std::span(into).subspan(used, size));
+        used += size;
     }
     if (used == 0) return false;
     std::fill(into.begin() + static_cast<std::ptrdiff_t>(used), into.end(), std::uint8_t{0});
@@ -85,9 +77,9 @@ void journal_maker::draw_record() {
 
     // Several records of one moment are common.
     if (below(4) != 0) now_ += below(2 * ticks_per_second);
-    next_.time = plan_.shuffled ? first_moment + below(ticks_per_second * 86400 * 30) : now_;
-    next_.reference = file->reference;
-    next_.parent = file->parent;
+    next_.timestamp = plan_.shuffled ? first_moment + below(ticks_per_second * 86400 * 30) : now_;
+    next_.file_ref = file->reference;
+    next_.parent_ref = file->parent;
     next_.attributes = file->attributes;
     next_.reason = closed ? file->reason | reason::close : file->reason;
     next_.name = step == reason::rename_old_name ? file->old_name : file->name;
@@ -145,41 +137,6 @@ void journal_maker::make_name(std::u16string& name, std::u16string_view extensio
     name.resize(stem);
     if (name.back() >= 0xD800 && name.back() < 0xDC00) name.back() = u'x';  // half of a pair was cut off
     if (stem != length) name += extension;
-}
-
-std::size_t journal_maker::record_size() const {
-    if (next_.version == 4) return usn_v4::fixed_size + 16;  // one extent
-    return (fixed_size_of(next_.version) + 2 * next_.name.size() + 7) / 8 * 8;
-}
-
-void journal_maker::write_record(std::span<std::uint8_t> at, std::uint64_t usn) const {
-    std::fill(at.begin(), at.end(), std::uint8_t{0});
-    put(at, usn_header::record_length, static_cast<std::uint32_t>(at.size()));
-    put(at, usn_header::major_version, static_cast<std::uint16_t>(next_.version));
-    if (next_.version == 4) {
-        put(at, usn_v4::file_reference, next_.reference);
-        put(at, usn_v4::parent_reference, next_.parent);
-        put(at, usn_v4::usn, usn);
-        put(at, usn_v4::reason, next_.reason);
-        put(at, usn_v4::fixed_size - 4, std::uint16_t{1});   // one extent
-        put(at, usn_v4::fixed_size - 2, std::uint16_t{16});  // of this size: offset and length, a page here
-        put(at, usn_v4::fixed_size + 8, std::uint64_t{4096});
-        return;
-    }
-    const bool v2 = next_.version == 2;
-    const auto name_bytes = static_cast<std::uint16_t>(2 * next_.name.size());
-    put(at, v2 ? usn_v2::file_reference : usn_v3::file_reference, next_.reference);
-    put(at, v2 ? usn_v2::parent_reference : usn_v3::parent_reference, next_.parent);
-    put(at, v2 ? usn_v2::usn : usn_v3::usn, usn);
-    put(at, v2 ? usn_v2::timestamp : usn_v3::timestamp, next_.time);
-    put(at, v2 ? usn_v2::reason : usn_v3::reason, next_.reason);
-    put(at, v2 ? usn_v2::security_id : usn_v3::security_id, std::uint32_t{0x107});
-    put(at, v2 ? usn_v2::file_attributes : usn_v3::file_attributes, next_.attributes);
-    put(at, v2 ? usn_v2::name_length : usn_v3::name_length, name_bytes);
-    put(at, v2 ? usn_v2::name_offset : usn_v3::name_offset, static_cast<std::uint16_t>(fixed_size_of(next_.version)));
-    for (std::size_t i = 0; i < next_.name.size(); ++i) {
-        put(at, fixed_size_of(next_.version) + 2 * i, static_cast<std::uint16_t>(next_.name[i]));
-    }
 }
 
 void journal_maker::damage(page& in) {

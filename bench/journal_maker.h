@@ -3,11 +3,12 @@
 // volume in use.
 #pragma once
 
+#include "bench/usn_record_builder.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <random>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -50,8 +51,6 @@ private:
     void begin_action(made_file& file);
     void make_name(std::u16string& name, std::u16string_view extension);
     void draw_record();
-    [[nodiscard]] std::size_t record_size() const;
-    void write_record(std::span<std::uint8_t> at, std::uint64_t usn) const;
     void damage(page& in);
 
     journal_plan plan_;
@@ -63,15 +62,7 @@ private:
     std::uint64_t next_entry_ = 64;
 
     // The record that is written next; it may have to wait for the next page.
-    struct {
-        unsigned version = 2;
-        std::uint64_t reference = 0;
-        std::uint64_t parent = 0;
-        std::uint64_t time = 0;
-        std::uint32_t reason = 0;
-        std::uint32_t attributes = 0;
-        std::u16string name;
-    } next_;
+    usn_record_builder next_;
     bool waiting_ = false;
     std::size_t working_on_ = 0;  // index of the file whose action goes on
 };

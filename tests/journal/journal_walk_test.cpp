@@ -1,7 +1,8 @@
 #include "journal/journal_walk.h"
 
 #include "journal/journal_collection.h"
-#include "support/usn_record_builder.h"
+#include "journal/usn_record.h"
+#include "support/bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -58,7 +59,7 @@ TEST(WalkChunk, SkipsZerosAndDamageByThePageAndEndsAtARecordPastTheEnd) {
     EXPECT_EQ(walked(joined({record_named(u"late", 2000), record_named(u"early", 1000), record_named(u"", 0, 4), failed,
                              record_named(u"early again", 1000, 3)}),
                      100),
-              "v4@244 -@0 early@172 early again@372 late@100 ");
+              "v4@244 -@0 early@172 early again@388 late@100 ");
 }
 
 }  // namespace

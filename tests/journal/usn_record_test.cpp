@@ -1,7 +1,7 @@
 #include "journal/usn_record.h"
 
 #include "journal/usn_text.h"
-#include "support/usn_record_builder.h"
+#include "support/bytes.h"
 
 #include <gtest/gtest.h>
 

@@ -9,9 +9,10 @@
 #include "ntfs/fixup.h"
 #include "ntfs/index_node.h"
 #include "ntfs/mft_record.h"
-#include "support/usn_record_builder.h"
+#include "support/bytes.h"
 
 #include <bit>
+#include <cstring>
 #include <stdexcept>
 
 template <std::unsigned_integral T>
