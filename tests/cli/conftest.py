@@ -88,7 +88,8 @@ class Lorq:
 def run(command, **options):
     """Again when Wine ends with 1 and without a word, as it does once in thousands of times; lorq never does."""
     done = subprocess.run(command, check=False, **options)
-    return subprocess.run(command, check=False, **options) if WINDOWS and done.returncode == 1 else done
+    unstarted = WINDOWS and done.returncode == 1 and not done.stdout and not done.stderr
+    return subprocess.run(command, check=False, **options) if unstarted else done
 
 
 def text_of(output):
