@@ -171,6 +171,9 @@ TEST(carve_shadow_stores, counts_what_a_volume_cannot_hold) {
     carving on(made.image);
     EXPECT_FALSE(carve_shadow_stores(on.disk.volume, on.run, {}));
     EXPECT_EQ(on.run.lost_bytes, (2700 - 2048) * 512U);
+    on.run.lost_bytes = ~std::uint64_t{0} - 1;
+    EXPECT_FALSE(carve_shadow_stores(on.disk.volume, on.run, {}));
+    EXPECT_EQ(on.run.lost_bytes, ~std::uint64_t{0});
 }
 
 TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {

@@ -48,6 +48,7 @@ TEST(DirectoryPath, UpToTheRootOrToWhereTheChainIsBroken) {
                                           {reference(42, 1), "a\\b\\\u4E2D\\"},
                                           {reference(42, 2), "<path corrupted>\\"},
                                           {reference(50, 1), "<path corrupted>\\own parent\\"},
+                                          {reference(50, 0), "<path corrupted>\\own parent\\"},
                                           {reference(51, 1), "<path corrupted>\\other\\one\\"},
                                           {reference(52, 1), "<path corrupted>\\one\\other\\"},
                                           // Met again without its sequence number before the chain is seen to loop.
