@@ -1,9 +1,9 @@
 #include "app/evidence_guard.h"
 
+#include "app/journal_source.h"
 #include "app/option_table.h"
 #include "base/text.h"
 #include "platform/platform.h"
-#include "storage/volume_names.h"
 
 #include <algorithm>
 #include <optional>
@@ -16,7 +16,7 @@ class answered_effects final : public option_effects {
 public:
     answered_effects(bool log_opens, bool results_open) : log_opens_(log_opens), results_open_(results_open) {}
 
-    bool open_log(const std::string&, const std::string&) override { return log_opens_; }
+    bool open_log(const std::string&) override { return log_opens_; }
     bool can_create_results(const std::string&) override { return results_open_; }
     void say(std::string_view) override {}
     [[nodiscard]] bool stops_at_failure() const override { return false; }
@@ -35,8 +35,8 @@ evidence_guard::evidence_guard(const argument_list& arguments) {
             usnjrnl_context settings;
             answered_effects effects(log_opens, results_open);
             (void)take_options(left, settings, effects);  // with these effects it never gives up
-            add(settings.mft_file_path);
-            for (const char* option : {"-file", "-image", "-partition", "-vss"}) add_values(option, left);
+            add(settings.reading.mft_file_path);
+            for (const std::string_view option : source_options) add_values(option, left);
         }
     }
 }
@@ -57,23 +57,10 @@ void evidence_guard::add(const std::string& path) {
     }
 }
 
-// Every place counts, also where the value of one is the next option's name. Volumes are read through their device
-// nodes; an image may be a device too.
+// Every place counts, also where the value of one is the next option's name.
 void evidence_guard::add_values(std::string_view option, const argument_list& arguments) {
     for (std::size_t i = 0; i + 1 < arguments.size(); ++i) {
         if (!equal_ignoring_case(arguments[i], option)) continue;
-        const std::string& value = arguments[i + 1];
-        if (option == "-vss") {
-            add(platform::device_node(shadow_copy_path(value)));
-        } else if (option == "-partition") {
-            add(platform::device_node(is_drive_letter_form(value) ? live_volume_path(value.front()) : value));
-        } else if (option == "-image") {
-            add(value);
-            add(platform::device_node(value));
-        } else {
-            const std::string path = expand_env_path(value);
-            add(path);
-            if (is_volume_journal_path(path)) add(platform::device_node(live_volume_path(path.front())));
-        }
+        for (const std::string& node : nodes_of(source_named(option, arguments[i + 1]))) add(node);
     }
 }

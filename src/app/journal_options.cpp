@@ -14,9 +14,9 @@ namespace {
 class real_effects final : public option_effects {
 public:
     real_effects(const argument_list& arguments, uni::status_line& status, diagnostic_log& log)
-        : guard_(arguments), status_(status), log_(log) {}
+        : guard_(arguments), command_line_(join_arguments(arguments, '"')), status_(status), log_(log) {}
 
-    bool open_log(const std::string& path, const std::string& first_line) override {
+    bool open_log(const std::string& path) override {
         if (guard_.is_source(path)) {
             status_.report_problem("prob opening file %s for output, log is off\n", path.c_str());
             return false;
@@ -29,7 +29,7 @@ public:
             if (file->failed() || file->append_text("->" + std::string(text) + "\n")) return;
             status.report_problem("prob writing file %s, log is off\n", path.c_str());
         });
-        log_.line(first_line);
+        log_.line(command_line_);
         return true;
     }
 
@@ -57,20 +57,15 @@ public:
 
 private:
     evidence_guard guard_;
+    std::string command_line_;
     uni::status_line& status_;
     diagnostic_log& log_;
 };
 
 }  // namespace
 
-bool parse_journal_options(argument_list& arguments, const std::string& version_text, usnjrnl_context& settings,
-                           uni::status_line& status, diagnostic_log& log) {
-    settings = usnjrnl_context{};
+bool parse_journal_options(argument_list& arguments, usnjrnl_context& settings, uni::status_line& status,
+                           diagnostic_log& log) {
     real_effects effects(arguments, status, log);
-    if (!take_options(arguments, settings, effects)) return false;
-
-    settings.tool_tag = "USNJRNL";
-    settings.version_text = version_text;
-    if (settings.csv && !settings.xml) settings.write_header = true;
-    return true;
+    return take_options(arguments, settings, effects);
 }

@@ -4,15 +4,13 @@
 #include "app/argument_list.h"
 #include "app/usnjrnl_context.h"
 
-#include <string>
-
 class diagnostic_log;
 namespace uni {
 class status_line;
 }
 
-// Resets the settings and takes the options out of the list (option_table.h says what stays). -diags opens the log;
-// -out is tried, neither ever on a file that the run reads. False when an option was malformed or the results file
-// cannot be written; the reason was then given on standard error, where there is one to give.
-[[nodiscard]] bool parse_journal_options(argument_list& arguments, const std::string& version_text,
-                                         usnjrnl_context& settings, uni::status_line& status, diagnostic_log& log);
+// Takes the options out of the list (option_table.h says what stays). -diags opens the log; -out is tried, neither ever
+// on a file that the run reads. False when an option was malformed or the results file cannot be written; the reason
+// was then given on standard error, where there is one to give.
+[[nodiscard]] bool parse_journal_options(argument_list& arguments, usnjrnl_context& settings, uni::status_line& status,
+                                         diagnostic_log& log);

@@ -9,16 +9,19 @@
 #include "app/usage.h"
 #include "app/usnjrnl_context.h"
 #include "base/diagnostic_log.h"
+#include "output/layouts.h"
 #include "output/output_file.h"
 #include "output/output_stream.h"
 #include "output/status_line.h"
-#include "output/xml_document.h"
 #include "platform/platform.h"
 
 #include <chrono>
 #include <cstdint>
 #include <new>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace {
 
@@ -33,7 +36,7 @@ std::uint64_t filetime_now() {
                                       filetime_of_1970);
 }
 
-bool open_results(uni::output_file& results, const cmd_params& settings, uni::status_line& status) {
+bool open_results(uni::output_file& results, const usnjrnl_context& settings, uni::status_line& status) {
     if (settings.results_path.empty()) {
         results.use_standard_output();
     } else if (!results.open(platform::native_results_path(settings.results_path), false, true)) {
@@ -44,14 +47,14 @@ bool open_results(uni::output_file& results, const cmd_params& settings, uni::st
 }
 
 // A file whose folder was removed takes every byte and is gone when it is closed.
-bool is_still_there(const cmd_params& settings) {
+bool is_still_there(const usnjrnl_context& settings) {
     const std::string path = platform::native_results_path(settings.results_path);
     return path.empty() || platform::kind_of_target(path) != platform::path_kind::absent;
 }
 
 // Closes the results and tells when a byte of them was not taken. A reader that closes its pipe has seen enough: no
 // message.
-bool results_are_whole(uni::output_file& results, const cmd_params& settings, uni::status_line& status) {
+bool results_are_whole(uni::output_file& results, const usnjrnl_context& settings, uni::status_line& status) {
     results.close();
     if (!results.failed() && is_still_there(settings)) return true;
     if (results.reader_closed()) return false;
@@ -63,22 +66,30 @@ bool results_are_whole(uni::output_file& results, const cmd_params& settings, un
     return false;
 }
 
-bool write_header(uni::output_file& results, const std::string& header) {
+bool hand_on(uni::output_file& results, std::string_view text) {
     std::ostream& out = *results.stream();
-    out.write(header.data(), static_cast<std::streamsize>(header.size()));
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
     out.flush();
     return !results.failed();
 }
 
-// An XML document is begun only when there is a source to read; its frame takes the header in.
+// The frame of the layout around the records. It ends also where there are none, or not all.
 bool write_run(argument_list& arguments, const std::string& header, uni::output_file& results,
-               usnjrnl_context& settings, uni::status_line& status, const diagnostic_log& log) {
-    const auto drive = [&] { return run_driver(*results.stream(), settings, status, log); };
-    if (!settings.xml) {
-        return write_header(results, header) && choose_source(arguments, settings, status, log) && drive();
-    }
-    return choose_source(arguments, settings, status, log) &&
-           uni::write_xml_document(*results.stream(), settings, header, drive);
+               const usnjrnl_context& settings, const run_console& console) {
+    const uni::layout_row& layout = uni::row_of(settings.layout.chosen);
+    const auto begin = [&](const journal_source& source) {
+        const std::string program = banner();
+        const std::string_view image = source.kind == source_kind::image ? std::string_view(source.path) : "";
+        return hand_on(results, layout.beginning(settings.layout, {.run_header = header,
+                                                                   .banner = program,
+                                                                   .image_path = image,
+                                                                   .journal_path = source.journal_path}));
+    };
+    if (layout.begins_at_once && !begin({})) return false;
+    std::optional<opened_source> opened = choose_source(arguments, settings, console);
+    if (!opened || (!layout.begins_at_once && !begin(opened->source))) return false;
+    const bool done = run_driver(*results.stream(), settings, std::move(*opened), console);
+    return hand_on(results, layout.end) && done;
 }
 
 int run(argument_list& arguments, uni::status_line& status) {
@@ -87,17 +98,16 @@ int run(argument_list& arguments, uni::status_line& status) {
     run_guard guard(status, log);
     usnjrnl_context settings;
     uni::output_file results;
-    if (!parse_journal_options(arguments, std::string(version_text), settings, status, log)) {
+    if (!parse_journal_options(arguments, settings, status, log)) {
         results.use_standard_output();
-        if (results.make_stream() != nullptr) (void)write_header(results, header);
-        (void)results_are_whole(results, cmd_params{}, status);
+        if (results.make_stream() != nullptr) (void)hand_on(results, header);
+        (void)results_are_whole(results, usnjrnl_context{}, status);
         return exit_failed;
     }
-    settings.banner = banner();
     guard.follow(settings);
     if (!open_results(results, settings, status)) return exit_failed;
 
-    const bool done = write_run(arguments, header, results, settings, status, log);
+    const bool done = write_run(arguments, header, results, settings, guard.console());
     return results_are_whole(results, settings, status) && done ? exit_ok : exit_failed;
 }
 

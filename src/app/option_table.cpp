@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <span>
+#include <type_traits>
 
 namespace {
 
@@ -14,6 +15,7 @@ struct option_run {
     argument_list& arguments;
     usnjrnl_context& settings;
     option_effects& effects;
+    time_window start_time = {};  // of -cmd_start_time, for the one that ends it
 };
 
 using option_action = bool (*)(option_run&, const std::string& value);  // false: the option is malformed
@@ -35,41 +37,60 @@ constexpr option valued(std::string_view name, option_action apply, std::string_
 
 // ---- What options do ---------------------------------------------------------------------------------------------
 
+// Of the settings, the part that a member is in.
+template <typename part, typename value>
+part& part_with(usnjrnl_context& settings, value part::* /*member*/) {
+    if constexpr (std::is_same_v<part, uni::layout_settings>) {
+        return settings.layout;
+    } else if constexpr (std::is_same_v<part, reading_settings>) {
+        return settings.reading;
+    } else {
+        return settings;
+    }
+}
+
 template <auto member, bool to = true>
 bool switch_to(option_run& run, const std::string&) {
-    run.settings.*member = to;
+    part_with(run.settings, member).*member = to;
     return true;
 }
 
 template <auto member>
 bool store(option_run& run, const std::string& value) {
-    run.settings.*member = value;
+    part_with(run.settings, member).*member = value;
     return true;
 }
 
-template <void (*change)(cmd_params&)>
+template <void (*change)(uni::layout_settings&)>
 bool change_style(option_run& run, const std::string&) {
-    change(run.settings);
+    change(run.settings.layout);
     return true;
 }
 
-template <auto area>
+template <uni::layout chosen>
+bool choose(option_run& run, const std::string&) {
+    choose_layout(run.settings.layout, chosen);
+    return true;
+}
+
+bool pull_times(option_run& run, const std::string&) {
+    run.settings.layout.pull_times = run.settings.reading.pull_times = true;
+    return true;
+}
+
+template <bool reading_settings::*area>
 bool include(option_run& run, const std::string&) {
-    run.settings.*area = true;
-    run.settings.extra_scan = true;
+    run.settings.reading.*area = true;
+    run.settings.layout.show_type = true;
     return true;
 }
 
 bool no_effect(option_run&, const std::string&) { return true; }
 
 bool open_log(option_run& run, const std::string& path) {
-    if (!run.effects.open_log(path, run.settings.command_line)) return true;
+    if (!run.effects.open_log(path)) return true;
     run.settings.log_path = path;
-    if (option_flag("-l2", run.arguments)) {
-        run.settings.log_level = 2;
-    } else if (option_flag("-l3", run.arguments)) {
-        run.settings.log_level = 3;
-    }
+    if (!option_flag("-l2", run.arguments)) (void)option_flag("-l3", run.arguments);
     return true;
 }
 
@@ -84,33 +105,31 @@ bool set_results_path(option_run& run, const std::string& value) {
 }
 
 bool set_start_time(option_run& run, const std::string& value) {
-    const window_text read = read_time_window(value, "00:00:00", run.settings.start_time);
+    const window_text read = read_time_window(value, "00:00:00", run.start_time);
     if (read == window_text::invalid) run.effects.say("invalid start time, ignoring\n");
     return read != window_text::malformed;
 }
 
 bool set_stop_time(option_run& run, const std::string& value) {
-    const time_window& start = run.settings.start_time;
+    const time_window& start = run.start_time;
     time_window stop;
     const window_text read = read_time_window(value, "23:59:59", stop);
     if (read == window_text::malformed) return false;
     if (read == window_text::invalid || (start.valid && stop.filetime < start.filetime)) {
         run.effects.say("invalid stop time, ignoring\n");
-    } else {
-        run.settings.stop_time = stop;
     }
     return true;
 }
 
 bool change_separator(option_run& run, const std::string& value) {
-    set_separator(run.settings, value);
+    set_separator(run.settings.layout, value);
     return true;
 }
 
 template <bool (*accepts)(std::string_view), auto format>
 bool set_format(option_run& run, const std::string& value) {
     if (accepts(value)) {
-        run.settings.*format = lower_case(value);
+        part_with(run.settings, format).*format = lower_case(value);
     } else {
         run.effects.say("invalid " + value + ", using default format\n");
     }
@@ -129,41 +148,41 @@ bool refuse(option_run& run, const std::string&) {
 }
 
 bool set_mft_file(option_run& run, const std::string& value) {
-    run.settings.mft_file_path = expand_env_path(value);
-    run.settings.show_dir_path = true;
+    run.settings.reading.mft_file_path = expand_env_path(value);
+    run.settings.reading.show_dir_path = true;
     return true;
 }
 
 // ---- The options, in the order of their taking -------------------------------------------------------------------
 
 constexpr option general_options[] = {
-    flag("-pair_datetime", switch_to<&cmd_params::pair_date_time>),
+    flag("-pair_datetime", switch_to<&uni::layout_settings::pair_date_time>),
     valued("-diags", open_log),  // with -l2, -l3
 
     // Of several styles the last one here wins.
     flag("-csv", change_style<choose_csv>),
     flag("-csvgen", change_style<choose_csvgen>),
-    flag("-csvl2t", change_style<choose_csvl2t>),
-    flag("-bodyfile", change_style<choose_bodyfile>),
-    flag("-xml", change_style<choose_xml>),
-    flag("-multiline", change_style<choose_multiline>),
+    flag("-csvl2t", choose<uni::layout::csvl2t>),
+    flag("-bodyfile", choose<uni::layout::bodyfile>),
+    flag("-xml", choose<uni::layout::xml>),
+    flag("-multiline", choose<uni::layout::multiline>),
 
     valued("-out", set_results_path, "-outfile"),  // with -append
-    flag("-profile", switch_to<&cmd_params::profile>),
-    flag("-pipe", switch_to<&cmd_params::pipe>),
-    valued("-signal", store<&cmd_params::signal_name>),
-    valued("-hostname", store<&cmd_params::host_name>),
-    valued("-username", store<&cmd_params::user_name>),
+    flag("-profile", switch_to<&usnjrnl_context::profile>),
+    flag("-pipe", no_effect),
+    valued("-signal", store<&usnjrnl_context::signal_name>),
+    valued("-hostname", store<&uni::layout_settings::host_name>),
+    valued("-username", store<&uni::layout_settings::user_name>),
     valued("-cmd_start_time", set_start_time),
     valued("-cmd_stop_time", set_stop_time),
-    flag("-base10", switch_to<&cmd_params::hexadecimal, false>),
-    flag("-base16", switch_to<&cmd_params::hexadecimal>),
+    flag("-base10", switch_to<&uni::layout_settings::hexadecimal, false>),
+    flag("-base16", switch_to<&uni::layout_settings::hexadecimal>),
     valued("-csv_separator", change_separator),
     flag("-no_whitespace", change_style<remove_whitespace>),
-    valued("-dateformat", set_format<is_date_format, &cmd_params::date_format>),
-    valued("-timeformat", set_format<is_time_format, &cmd_params::time_format>),
-    flag("-verbose", switch_to<&cmd_params::verbose>, "-v"),
-    flag("-quiet", switch_to<&cmd_params::progress, false>),
+    valued("-dateformat", set_format<is_date_format, &uni::layout_settings::date_format>),
+    valued("-timeformat", set_format<is_time_format, &uni::layout_settings::time_format>),
+    flag("-verbose", no_effect, "-v"),
+    flag("-quiet", switch_to<&usnjrnl_context::progress, false>),
 
     // Known to sister programs; here they are only kept from being mistaken for something else.
     flag("-gzip", no_effect),
@@ -188,16 +207,16 @@ constexpr option general_options[] = {
 };
 
 constexpr option journal_options[] = {
-    flag("-pulltimes", switch_to<&usnjrnl_context::pull_times>),
-    flag("-a", switch_to<&usnjrnl_context::closed_only, false>),
-    flag("-show_dir_path", switch_to<&usnjrnl_context::show_dir_path>),
+    flag("-pulltimes", pull_times),
+    flag("-a", switch_to<&uni::layout_settings::closed_only, false>),
+    flag("-show_dir_path", switch_to<&reading_settings::show_dir_path>),
     valued("-mftfile", set_mft_file),
-    flag("-show_offset", switch_to<&usnjrnl_context::show_offset>),
-    flag("-include_slack_space", include<&usnjrnl_context::include_slack>),
-    flag("-include_unalloc_clusters", include<&usnjrnl_context::include_unalloc>),
-    flag("-include_vss_clusters", include<&usnjrnl_context::include_vss>),
-    flag("-xml_escape", switch_to<&usnjrnl_context::xml_escape>),
-    flag("-rebuild_mft", switch_to<&usnjrnl_context::rebuild_mft>),
+    flag("-show_offset", switch_to<&uni::layout_settings::show_offset>),
+    flag("-include_slack_space", include<&reading_settings::include_slack>),
+    flag("-include_unalloc_clusters", include<&reading_settings::include_unalloc>),
+    flag("-include_vss_clusters", include<&reading_settings::include_vss>),
+    flag("-xml_escape", switch_to<&uni::layout_settings::xml_escape>),
+    flag("-rebuild_mft", switch_to<&reading_settings::rebuild_mft>),
 };
 
 bool take(const option& wanted, std::string_view spelling, std::string& value, argument_list& arguments) {
@@ -219,11 +238,11 @@ bool take_in_order(std::span<const option> options, option_run& run) {
 
 bool take_options(argument_list& arguments, usnjrnl_context& settings, option_effects& effects) {
     option_run run{arguments, settings, effects};
-    if (settings.command_line.empty()) settings.command_line = join_arguments(arguments, '"');
     if (!take_in_order(general_options, run)) return false;
 
     // Nothing is left to refuse: both patterns are the defaults or were accepted.
-    (void)uni::parse_time_formats(settings.time_format_flags, settings.date_format, settings.time_format,
-                                  settings.pair_date_time);
+    uni::layout_settings& layout = settings.layout;
+    (void)uni::parse_time_formats(layout.time_format_flags, layout.date_format, layout.time_format,
+                                  layout.pair_date_time);
     return take_in_order(journal_options, run);
 }

@@ -13,8 +13,8 @@ class option_effects {
 public:
     virtual ~option_effects() = default;
 
-    // -diags: opens the diagnostic log; `first_line` is its first line. Answering true makes -l2 or -l3 be taken.
-    [[nodiscard]] virtual bool open_log(const std::string& path, const std::string& first_line) = 0;
+    // -diags: opens the diagnostic log. Answering true makes -l2 or -l3 be taken.
+    [[nodiscard]] virtual bool open_log(const std::string& path) = 0;
 
     // -out: whether the results file could be created. After a first false the question is put again when -append is
     // there to be taken.

@@ -1,23 +1,21 @@
 #include "app/run_driver.h"
 
 #include "app/source_pull.h"
-#include "journal/journal_collection.h"
-#include "output/record_writer.h"
+#include "output/layouts.h"
 #include "platform/platform.h"
 
-#include <ostream>
+#include <utility>
 
-bool run_driver(std::ostream& out, usnjrnl_context& settings, uni::status_line& status, const diagnostic_log& log) {
-    journal_collection journal;
-    settings.journal = &journal;
-    settings.write_header = true;
-    const bool found = pull_source(settings, status, log);
-    settings.meter->wipe();
+bool run_driver(std::ostream& out, const usnjrnl_context& settings, opened_source source, const run_console& console) {
+    journal_intake intake(console.meter);
+    pull_source(std::move(source), settings.reading, intake, console);
+    console.shown.wipe();
+    if (intake.records().size() == 0) return false;
     // Between the rows of a table on the same terminal, a line about progress would only disturb.
     if (settings.results_path.empty() && platform::is_terminal(platform::standard_stream::output)) {
-        settings.meter->redraw_with(nullptr);
+        console.shown.say_no_more_words();
     }
-    const bool written = found && uni::write_records(out, settings, status);
-    settings.journal = nullptr;
+    const bool written = uni::write_records(out, settings.layout, intake.records(), console.meter, console.shown);
+    if (console.shown.wanted()) console.status.clear_status();
     return written;
 }

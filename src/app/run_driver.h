@@ -1,13 +1,12 @@
 // app/run_driver.h: one run from the chosen source to the written records.
 #pragma once
 
+#include "app/run_console.h"
+#include "app/source_choice.h"
 #include "app/usnjrnl_context.h"
-#include "base/diagnostic_log.h"
-#include "output/status_line.h"
 
 #include <iosfwd>
 
-// Pulls the source into a collection of its own, then writes that to `out`. True when records were found and `out` took
-// them.
-[[nodiscard]] bool run_driver(std::ostream& out, usnjrnl_context& settings, uni::status_line& status,
-                              const diagnostic_log& log);
+// Pulls the source, then writes its records to `out`. True when there were any and `out` took them.
+[[nodiscard]] bool run_driver(std::ostream& out, const usnjrnl_context& settings, opened_source source,
+                              const run_console& console);

@@ -9,22 +9,20 @@ run_guard::run_guard(uni::status_line& status, const diagnostic_log& log)
 
 run_guard::~run_guard() {
     platform::restore_console(console_mode_);
-    if (progress_) status_.clear_status();
+    if (shown_.wanted()) status_.clear_status();
     if (timing_) tell_time();
     if (!signal_name_.empty()) platform::set_end_event(signal_name_);
 }
 
 void run_guard::follow(const usnjrnl_context& settings) {
-    progress_ = settings.progress;
     profile_ = settings.profile;
     timing_ = settings.profile || log_.enabled();
     signal_name_ = settings.signal_name;
-    meter_ = settings.meter;
-    if (profile_) meter_->measure();
-    if (progress_ && platform::is_terminal(platform::standard_stream::error)) {
-        meter_->redraw_with([&status = status_](std::string_view line) {
-            status.show_status("%.*s", static_cast<int>(line.size()), line.data());
-        });
+    if (profile_) meter_.measure();
+    if (settings.progress) {
+        const auto show = [&status = status_](std::string_view line) { status.show_status(line); };
+        const bool watched = platform::is_terminal(platform::standard_stream::error);
+        shown_.show_with(show, watched ? progress::sink(show) : nullptr);
     }
     start_ = std::chrono::steady_clock::now();
 }
@@ -34,7 +32,7 @@ void run_guard::tell_time() const {
     char text[64];
     (void)std::snprintf(text, sizeof text, "%g secs", elapsed.count());
     tell(text);
-    for (const std::string& line : meter_->lines()) tell(line);
+    for (const std::string& line : meter_.lines()) tell(line);
 }
 
 // The log adds the arrow to every line.

@@ -2,9 +2,8 @@
 // the status line is cleared, the time is told, the end-of-run event is set.
 #pragma once
 
+#include "app/run_console.h"
 #include "app/usnjrnl_context.h"
-#include "base/diagnostic_log.h"
-#include "output/status_line.h"
 
 #include <chrono>
 #include <cstdint>
@@ -21,17 +20,20 @@ public:
     // From here on the guard acts as the options say; a run whose options were refused ends without a word.
     void follow(const usnjrnl_context& settings);
 
+    // Holds as long as the guard.
+    [[nodiscard]] run_console console() { return {status_, log_, meter_, shown_}; }
+
 private:
     void tell_time() const;
     void tell(const std::string& line) const;
 
     uni::status_line& status_;
     const diagnostic_log& log_;
+    run_meter meter_;
+    progress shown_;
     std::uint32_t console_mode_;
     std::chrono::steady_clock::time_point start_;
     bool timing_ = false;
-    bool progress_ = false;
     bool profile_ = false;
     std::string signal_name_;
-    std::shared_ptr<run_meter> meter_;
 };

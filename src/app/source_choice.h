@@ -2,11 +2,19 @@
 #pragma once
 
 #include "app/argument_list.h"
+#include "app/journal_source.h"
+#include "app/run_console.h"
 #include "app/usnjrnl_context.h"
-#include "base/diagnostic_log.h"
-#include "output/status_line.h"
+#include "ntfs/ntfs_volume.h"
 
-// Takes the source options; the first present of -partition, -vss, -file and -image wins and fills the paths and the
-// kind of source. False when the run must end; the reason was told.
-[[nodiscard]] bool choose_source(argument_list& arguments, usnjrnl_context& settings, uni::status_line& status,
-                                 const diagnostic_log& log);
+#include <memory>
+#include <optional>
+
+struct opened_source {
+    journal_source source;
+    std::unique_ptr<ntfs_volume> volume;  // mounted, where the choice had to see it; else null
+};
+
+// Takes the source options; the first present of them wins. Empty when the run must end; the reason was told.
+[[nodiscard]] std::optional<opened_source> choose_source(argument_list& arguments, const usnjrnl_context& settings,
+                                                         const run_console& console);

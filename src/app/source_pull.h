@@ -1,9 +1,11 @@
-// app/source_pull.h: the chosen source read into the run's collection, and what the user is told when that fails.
+// app/source_pull.h: the chosen source read, and what the user is told when that fails.
 #pragma once
 
-#include "app/usnjrnl_context.h"
-#include "base/diagnostic_log.h"
-#include "output/status_line.h"
+#include "app/run_console.h"
+#include "app/source_choice.h"
+#include "journal/journal_intake.h"
+#include "journal/reading_settings.h"
 
-// True when the collection holds records at the end. Every failure was told; whatever could be read was read.
-[[nodiscard]] bool pull_source(usnjrnl_context& run, uni::status_line& status, const diagnostic_log& log);
+// Hands all that could be read to `intake` and resolves its paths when that is asked for. Every failure was told.
+void pull_source(opened_source opened, const reading_settings& asked, journal_intake& intake,
+                 const run_console& console);

@@ -1,24 +1,27 @@
 #include "app/style_options.h"
 
 #include "base/text.h"
+#include "output/layouts.h"
+
+using uni::layout;
+using uni::layout_settings;
 
 namespace {
 
-void choose(cmd_params& settings, bool cmd_params::*style, std::string_view separator) {
-    settings.xml = settings.csv = settings.csvl2t = settings.bodyfile = settings.multiline = false;
-    settings.*style = true;
-    settings.mark_line_breaks = settings.csv || settings.csvgen;
-    set_separator(settings, separator);
-}
-
-void set_replacement(cmd_params& settings, char replaced, char replacement) {
+void set_replacement(layout_settings& settings, char replaced, char replacement) {
     settings.replaced_character = replaced;
     settings.replacement = replacement;
 }
 
+void choose_plain_table(layout_settings& settings) {
+    settings.chosen = layout::table;
+    settings.mark_line_breaks = true;
+    set_separator(settings, ",");
+}
+
 }  // namespace
 
-void set_separator(cmd_params& settings, std::string_view separator) {
+void set_separator(layout_settings& settings, std::string_view separator) {
     settings.separator = separator;
     if (separator.find('|') != std::string_view::npos) {
         set_replacement(settings, '|', ';');
@@ -30,37 +33,24 @@ void set_separator(cmd_params& settings, std::string_view separator) {
     }
 }
 
-void choose_csv(cmd_params& settings) {
-    choose(settings, &cmd_params::csv, ",");
+void choose_csv(layout_settings& settings) {
+    choose_plain_table(settings);
     settings.no_whitespace = !settings.pair_date_time;
 }
 
-void choose_csvgen(cmd_params& settings) {
-    choose(settings, &cmd_params::csvgen, ",");
+void choose_csvgen(layout_settings& settings) {
+    choose_plain_table(settings);
+    settings.generic_csv = true;
     settings.no_whitespace = true;
 }
 
-void choose_csvl2t(cmd_params& settings) {
-    choose(settings, &cmd_params::csvl2t, ",");
-    settings.write_header = true;
+void choose_layout(layout_settings& settings, layout chosen) {
+    settings.chosen = chosen;
+    settings.mark_line_breaks = settings.generic_csv;
+    set_separator(settings, uni::row_of(chosen).separator);
 }
 
-void choose_bodyfile(cmd_params& settings) {
-    choose(settings, &cmd_params::bodyfile, "|");
-    settings.write_header = true;
-}
-
-void choose_xml(cmd_params& settings) {
-    choose(settings, &cmd_params::xml, "");
-    settings.write_header = false;
-}
-
-void choose_multiline(cmd_params& settings) {
-    choose(settings, &cmd_params::multiline, "");
-    settings.write_header = true;
-}
-
-void remove_whitespace(cmd_params& settings) {
+void remove_whitespace(layout_settings& settings) {
     settings.no_whitespace = true;
     settings.leading_space = false;
     std::erase(settings.separator, ' ');

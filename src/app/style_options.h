@@ -3,18 +3,18 @@
 // stays as the one before left it.
 #pragma once
 
-#include "app/cmd_params.h"
+#include "output/layout_settings.h"
 
 #include <string_view>
 
 // Also chooses which character gives way to which in texts, so that a text cannot hold the separator.
-void set_separator(cmd_params& settings, std::string_view separator);
+void set_separator(uni::layout_settings& settings, std::string_view separator);
 
-void choose_csv(cmd_params& settings);
-void choose_csvgen(cmd_params& settings);
-void choose_csvl2t(cmd_params& settings);
-void choose_bodyfile(cmd_params& settings);
-void choose_xml(cmd_params& settings);
-void choose_multiline(cmd_params& settings);
+// The table without padding.
+void choose_csv(uni::layout_settings& settings);
+void choose_csvgen(uni::layout_settings& settings);
 
-void remove_whitespace(cmd_params& settings);
+// A layout that has an option of its own.
+void choose_layout(uni::layout_settings& settings, uni::layout chosen);
+
+void remove_whitespace(uni::layout_settings& settings);

@@ -69,6 +69,6 @@ window_text read_time_window(std::string_view value, std::string_view default_ti
     constexpr std::uint64_t units_per_second = 10'000'000;
     const std::uint64_t minutes = (days * 24 + time[0]) * 60 + time[1];
     const std::uint64_t seconds = minutes * 60 + time[2];
-    window = {.valid = true, .filetime = seconds * units_per_second, .day_count = days};
+    window = {.valid = true, .filetime = seconds * units_per_second};
     return window_text::valid;
 }

@@ -1,14 +1,19 @@
 // app/time_options.h: the values of the options about times: the two patterns, and the two limits of a time window.
 #pragma once
 
-#include "app/cmd_params.h"
-
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 // Whether a value may replace the default pattern.
 [[nodiscard]] bool is_date_format(std::string_view value);
 [[nodiscard]] bool is_time_format(std::string_view value);
+
+// A limit of -cmd_start_time or -cmd_stop_time. Nothing acts on these windows.
+struct time_window {
+    bool valid = false;
+    std::uint64_t filetime = 0;
+};
 
 enum class window_text { valid, invalid, malformed };
 

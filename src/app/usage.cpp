@@ -1,5 +1,6 @@
 #include "app/usage.h"
 
+#include "base/program.h"
 #include "base/text.h"
 #include "output/status_line.h"
 
@@ -7,7 +8,7 @@
 
 namespace {
 
-// As users know it, with its small irregularities: one line is indented less, one ends in a blank.
+// One line is indented less than the others and one ends in a blank.
 constexpr std::string_view text_below_banner = R"(usage:
 
  lorq -image <dd image> [-offset <offset>]

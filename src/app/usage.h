@@ -4,14 +4,10 @@
 #include "app/argument_list.h"
 
 #include <string>
-#include <string_view>
 
 namespace uni {
 class status_line;
 }
-
-inline constexpr std::string_view program_name = "lorq";  // whatever the program's file is called
-inline constexpr std::string_view version_text = "ver: 1.49";
 
 [[nodiscard]] std::string banner();
 

@@ -4,12 +4,6 @@
 
 #include <utility>
 
-namespace {
-
-constexpr std::chrono::milliseconds between_lines{200};
-
-}  // namespace
-
 void run_meter::measure() {
     measuring_ = true;
     since_ = clock::now();
@@ -25,25 +19,6 @@ void run_meter::count(phase in, std::uint64_t records, std::uint64_t bytes) {
     tally& of = tallies_[static_cast<std::size_t>(in)];
     of.records += records;
     of.bytes += bytes;
-}
-
-void run_meter::redraw_with(redraw_sink sink) {
-    redraw_ = std::move(sink);
-    redraw_at_ = clock::now() + between_lines;
-}
-
-void run_meter::tell(const char* what, std::uint64_t done, std::uint64_t total, const char* unit) {
-    if (redraw_ == nullptr) return;
-    const clock::time_point now = clock::now();
-    if (now < redraw_at_) return;
-    redraw_at_ = now + between_lines;
-    line_shown_ = true;
-    redraw_(format_text("%s: %llu of %llu %s", what, static_cast<unsigned long long>(done),
-                        static_cast<unsigned long long>(total), unit));
-}
-
-void run_meter::wipe() {
-    if (std::exchange(line_shown_, false)) redraw_("");
 }
 
 std::vector<std::string> run_meter::lines() const {

@@ -1,8 +1,8 @@
 #include "base/file_reference.h"
 #include "base/format_text.h"
 #include "base/utf.h"
-#include "journal/carving_pass.h"
-#include "journal/cluster_reading.h"
+#include "journal/carving.h"
+#include "journal/piece_reader.h"
 #include "journal/shadow_stores.h"
 
 #include <algorithm>
@@ -14,15 +14,19 @@ constexpr std::uint32_t piece_size = 4096;  // read at every cluster, whatever i
 
 class store_reader {
 public:
-    store_reader(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress)
-        : volume_(volume),
-          run_(run),
-          reader_(volume, run),
-          progress_(progress),
-          clusters_left_(std::min(volume.geometry().total_clusters, volume.clusters_in_source())) {}
+    explicit store_reader(carving_run& run)
+        : volume_(run.volume),
+          intake_(run.intake),
+          shown_(run.shown),
+          reader_(run.volume, run.intake),
+          pass_{.origin = record_origin::shadow_copy, .entry_bound = run.entry_bound, .label = {}},
+          clusters_left_(std::min(volume_.geometry().total_clusters, volume_.clusters_in_source())) {}
 
     // False when the rest of the stores must be left: the file cannot be loaded or its first data attribute is empty.
     [[nodiscard]] bool read(const shadow_store& store) {
+        pass_.label = "SnapID: " + guid_text(store.copy_id);
+        volume_.log().line("info: shadow-copy store " + guid_text(store.store_id) + ", " + pass_.label + ", " +
+                           to_utf8(store.operating_machine) + ", " + to_utf8(store.service_machine));
         mft_entry entry;
         if (!volume_.load_entry(entry_number(store.file_reference), entry)) return false;
         const auto is_data = [](const attribute& one) { return one.type == attribute_type::data; };
@@ -49,18 +53,19 @@ private:
         const std::uint64_t taken = std::min(there, clusters_left_);
         read_held(part.lcn, taken);
         clusters_left_ -= taken;
-        count_lost(run_, claimed - taken, std::min(piece_size, volume_.cluster_size()));
+        intake_.lose(claimed - taken, std::min(piece_size, volume_.cluster_size()));
     }
 
     void read_held(std::uint64_t lcn, std::uint64_t left) {
         while (left != 0) {
-            if (progress_ && counter_ % clusters_between_texts == 0) {
-                progress_(format_text("analyzing entry %lld", static_cast<long long>(counter_)));
+            if (counter_ % clusters_between_texts == 0 && shown_.wanted()) {
+                shown_.show(format_text("analyzing entry %lld", static_cast<long long>(counter_)));
             }
             const std::uint64_t until_text = clusters_between_texts - counter_ % clusters_between_texts;
-            const std::uint64_t count = progress_ ? std::min(left, until_text) : left;
-            if (const auto at = volume_.cluster_offset(lcn))
-                reader_.read(*at, count, piece_size, volume_.cluster_size());
+            const std::uint64_t count = shown_.wanted() ? std::min(left, until_text) : left;
+            if (const auto at = volume_.cluster_offset(lcn)) {
+                reader_.read(*at, count, piece_size, volume_.cluster_size(), pass_);
+            }
             lcn += count;
             counter_ += count;
             left -= count;
@@ -68,27 +73,24 @@ private:
     }
 
     ntfs_volume& volume_;
-    usnjrnl_context& run_;
+    journal_intake& intake_;
+    progress& shown_;
     piece_reader reader_;
-    const progress_sink& progress_;
+    carving_pass pass_;
     std::uint64_t clusters_left_;
     std::uint64_t counter_ = 0;
 };
 
 }  // namespace
 
-bool carve_shadow_stores(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress) {
-    if (!volume.mount()) return false;
+void carve_shadow_stores(carving_run& run) {
+    if (!run.volume.mount()) return;
+    const in_phase carving(run.intake.meter(), phase::carve);
     std::uint64_t lost_bytes = 0;
-    const std::vector<shadow_store> stores = find_shadow_stores(volume, lost_bytes);
-    count_lost(run, 1, lost_bytes);
-    const active_pass active(run, carving_pass::shadow_copies);
-    store_reader reader(volume, run, progress);
+    const std::vector<shadow_store> stores = find_shadow_stores(run.volume, lost_bytes);
+    run.intake.lose(1, lost_bytes);
+    store_reader reader(run);
     for (const shadow_store& store : stores) {
-        run.snapshot_label = "SnapID: " + guid_text(store.copy_id);
-        volume.log().line("info: shadow-copy store " + guid_text(store.store_id) + ", " + run.snapshot_label + ", " +
-                          to_utf8(store.operating_machine) + ", " + to_utf8(store.service_machine));
         if (!reader.read(store)) break;
     }
-    return conclude_pass(run);
 }

@@ -1,6 +1,5 @@
 #include "base/format_text.h"
-#include "journal/carving_pass.h"
-#include "journal/chunk_receiver.h"
+#include "journal/carving.h"
 
 #include <algorithm>
 #include <set>
@@ -26,12 +25,12 @@ bool has_slack(const attribute& piece) {
 
 class slack_reader {
 public:
-    slack_reader(ntfs_volume& volume, usnjrnl_context& run)
-        : volume_(volume),
-          run_(run),
-          receiver_(run),
-          cluster_(volume.cluster_size()),
-          clusters_left_(readings_of_a_cluster * volume.clusters_in_source()) {}
+    explicit slack_reader(carving_run& run)
+        : volume_(run.volume),
+          intake_(run.intake),
+          pass_{.origin = record_origin::slack, .entry_bound = run.entry_bound, .label = {}},
+          cluster_(volume_.cluster_size()),
+          clusters_left_(readings_of_a_cluster * volume_.clusters_in_source()) {}
 
     void read(std::uint64_t entry_number) {
         if (!volume_.load_entry(entry_number, entry_)) return count_if_unreadable(entry_number);
@@ -52,7 +51,7 @@ private:
         std::vector<std::uint8_t> record;
         if (volume_.read_record(entry_number, record) == record_state::unreadable &&
             volume_.record_offset(entry_number)) {
-            count_lost(run_, 1, volume_.record_size());
+            intake_.lose(1, volume_.record_size());
         }
     }
 
@@ -75,19 +74,19 @@ private:
         if (start >= cluster_.size() || cluster >= volume_.geometry().total_clusters || !at) return;
         if (done_.contains(*at + start)) return;
         // A cluster is claimed by the file that has it and by those that had it before it, not by any number.
-        if (*at >= volume_.source_limit() || clusters_left_ == 0) return count_lost(run_, 1, cluster_.size());
+        if (*at >= volume_.source_limit() || clusters_left_ == 0) return intake_.lose(1, cluster_.size());
         --clusters_left_;
         std::size_t got = 0;
         if (!volume_.reader().read_at(*at, cluster_, got)) got = 0;
-        count_lost(run_, 1, cluster_.size() - got);
+        intake_.lose(1, cluster_.size() - got);
         const bool found =
-            got > start && receiver_.on_journal_chunk(byte_view(std::span(cluster_).first(got), *at).from(start));
+            got > start && intake_.carve(byte_view(std::span(cluster_).first(got), *at).from(start), pass_);
         if (found || got < cluster_.size()) done_.insert(*at + start);
     }
 
     ntfs_volume& volume_;
-    usnjrnl_context& run_;
-    chunk_receiver receiver_;
+    journal_intake& intake_;
+    carving_pass pass_;
     std::vector<std::uint8_t> cluster_;
     mft_entry entry_;
     std::uint64_t clusters_left_;  // that may still be read
@@ -110,19 +109,18 @@ std::uint64_t count_entries(ntfs_volume& volume) {
 
 }  // namespace
 
-bool carve_slack(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress) {
-    if (!volume.mount()) return false;
-    run.mft_entry_count = entry_number_bound(volume);
-    const active_pass active(run, carving_pass::slack);
-    const std::uint64_t entries = count_entries(volume);
-    slack_reader reader(volume, run);
+void carve_slack(carving_run& run) {
+    if (!run.volume.mount()) return;
+    run.entry_bound = entry_number_bound(run.volume);
+    const in_phase carving(run.intake.meter(), phase::carve);
+    const std::uint64_t entries = count_entries(run.volume);
+    slack_reader reader(run);
     for (std::uint64_t e = 0; e < entries; ++e) {
-        if (progress && e % entries_between_texts == 0) {
-            progress(format_text("analyzing entry %lld of %lld", static_cast<long long>(e),
-                                 static_cast<long long>(entries)));
+        if (e % entries_between_texts == 0 && run.shown.wanted()) {
+            run.shown.show(format_text("analyzing entry %lld of %lld", static_cast<long long>(e),
+                                       static_cast<long long>(entries)));
         }
         reader.read(e);
     }
-    show_results_text(progress);
-    return conclude_pass(run);
+    run.shown.show(carving_results_text);
 }

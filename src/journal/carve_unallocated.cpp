@@ -1,6 +1,6 @@
 #include "base/format_text.h"
-#include "journal/carving_pass.h"
-#include "journal/cluster_reading.h"
+#include "journal/carving.h"
+#include "journal/piece_reader.h"
 
 #include <algorithm>
 #include <bit>
@@ -15,12 +15,13 @@ constexpr std::uint64_t clusters_between_texts = 753;
 // Goes over the bits of $Bitmap in order and reads what is free, a run of free clusters at a time.
 class free_cluster_walk {
 public:
-    free_cluster_walk(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress, std::uint64_t clusters)
-        : volume_(volume),
-          reader_(volume, run),
-          progress_(progress),
+    free_cluster_walk(carving_run& run, std::uint64_t clusters)
+        : volume_(run.volume),
+          reader_(run.volume, run.intake),
+          pass_{.origin = record_origin::unallocated, .entry_bound = run.entry_bound, .label = {}},
+          shown_(run.shown),
           shown_clusters_(clusters),
-          clusters_(std::min(clusters, volume.geometry().total_clusters)) {}
+          clusters_(std::min(clusters, volume_.geometry().total_clusters)) {}
 
     // The next bytes of the bitmap.
     void take(std::span<const std::uint8_t> bits) {
@@ -55,7 +56,7 @@ private:
         } else {
             if (free_to_ != free_from_ || next_ == 0) {
                 read_free_run();
-                if (progress_) progress_("looking for unalloc cluster");
+                shown_.show("looking for unalloc cluster");
             }
         }
         next_ += count;
@@ -67,27 +68,30 @@ private:
         while (free_from_ < held) {
             // As far as the next text, which comes before its cluster is read.
             const std::uint64_t until_text = clusters_between_texts - free_seen_ % clusters_between_texts;
-            if (progress_ && until_text == 1) {
-                progress_(format_text("analyzing cluster %lld of %lld", static_cast<long long>(free_from_),
-                                      static_cast<long long>(shown_clusters_)));
+            if (until_text == 1 && shown_.wanted()) {
+                shown_.show(format_text("analyzing cluster %lld of %lld", static_cast<long long>(free_from_),
+                                        static_cast<long long>(shown_clusters_)));
             }
             const std::uint64_t left = held - free_from_;
             const std::uint64_t count =
-                !progress_ ? left : std::min(left, until_text == 1 ? clusters_between_texts : until_text - 1);
+                !shown_.wanted() ? left : std::min(left, until_text == 1 ? clusters_between_texts : until_text - 1);
             const auto at = volume_.cluster_offset(free_from_);
-            if (at) reader_.read(*at, count, cluster_size, cluster_size);
+            if (at) reader_.read(*at, count, cluster_size, cluster_size, pass_);
             free_from_ += count;
             free_seen_ += count;
         }
         // What a truncated image lacks is lost, all at once, however many clusters the volume claims.
         const auto behind = volume_.cluster_offset(free_from_);
-        if (free_from_ != free_to_ && behind) reader_.read(*behind, free_to_ - free_from_, cluster_size, cluster_size);
+        if (free_from_ != free_to_ && behind) {
+            reader_.read(*behind, free_to_ - free_from_, cluster_size, cluster_size, pass_);
+        }
         free_from_ = free_to_;
     }
 
     ntfs_volume& volume_;
     piece_reader reader_;
-    const progress_sink& progress_;
+    carving_pass pass_;
+    progress& shown_;
     std::uint64_t shown_clusters_;  // the bitmap's padding included
     std::uint64_t clusters_;
     std::uint64_t next_ = 0;
@@ -131,26 +135,26 @@ std::uint64_t walk_bitmap(ntfs_volume& volume, const ntfs_stream& bitmap, std::u
 
 }  // namespace
 
-bool carve_unallocated(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress) {
-    if (!volume.mount()) return false;
-    run.mft_entry_count = entry_number_bound(volume);
+void carve_unallocated(carving_run& run) {
+    if (!run.volume.mount()) return;
+    ntfs_volume& volume = run.volume;
+    run.entry_bound = entry_number_bound(volume);
     mft_entry entry;
     ntfs_stream bitmap;
     if (!volume.load_entry(bitmap_entry_number, entry) ||
         !collect_stream(entry, attribute_type::data, u"", volume.cluster_size(), bitmap)) {
-        return conclude_pass(run);
+        return;
     }
-    const active_pass active(run, carving_pass::unallocated);
+    const in_phase carving(run.intake.meter(), phase::carve);
     const std::uint64_t promised = bitmap.resident ? bitmap.content.size() : bitmap.real_size;
     const std::uint64_t bytes = std::min(promised, largest_bitmap);
-    free_cluster_walk walk(volume, run, progress, bytes * 8);
+    free_cluster_walk walk(run, bytes * 8);
     if (bitmap.resident) {
         walk.take(bitmap.content.bytes());
     } else {
-        count_lost(run, 1,
-                   walk_bitmap(volume, bitmap, std::min(bytes, volume.geometry().total_clusters / 8 + 1), walk));
+        const std::uint64_t length = std::min(bytes, volume.geometry().total_clusters / 8 + 1);
+        run.intake.lose(1, walk_bitmap(volume, bitmap, length, walk));
     }
     walk.finish();
-    show_results_text(progress);
-    return conclude_pass(run);
+    run.shown.show(carving_results_text);
 }

@@ -3,19 +3,31 @@
 // files.
 #pragma once
 
-#include "app/usnjrnl_context.h"
+#include "base/progress.h"
+#include "journal/journal_intake.h"
+#include "ntfs/ntfs_volume.h"
 
-#include <functional>
-#include <string_view>
+#include <cstdint>
 
-class ntfs_volume;
+// The passes of one run over one volume, in the order of their functions here.
+struct carving_run {
+    ntfs_volume& volume;
+    journal_intake& intake;
+    progress& shown;
 
-// Shows a text on the status line; empty when the user wants no progress.
-using progress_sink = std::function<void(std::string_view text)>;
+    // Entry numbers of carved records are below it. Set by the first and the last pass from what $MFT has room for.
+    // kept: the one between takes it as it finds it, so that without the first pass any number will do.
+    std::uint64_t entry_bound = 0x3FFFFFFFFFFFFF;
+};
 
-// Each adds what it finds to the run's collection and is true when that holds entries afterwards, its own or earlier
-// ones. What a pass needs and cannot have (the bitmap, the catalog, a store file) ends it quietly; clusters that cannot
-// be read are skipped and counted in the run's lost bytes.
-bool carve_unallocated(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress);
-bool carve_shadow_stores(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress);
-bool carve_slack(ntfs_volume& volume, usnjrnl_context& run, const progress_sink& progress);
+// Each adds what it finds. What a pass needs and cannot have (the bitmap, the catalog, a store file) ends it quietly;
+// clusters that cannot be read are skipped and counted as lost.
+void carve_unallocated(carving_run& run);
+void carve_shadow_stores(carving_run& run);
+void carve_slack(carving_run& run);
+
+// How many records the clusters of $MFT hold.
+[[nodiscard]] std::uint64_t entry_number_bound(ntfs_volume& volume);
+
+// The line that ends the first and the last pass.
+inline constexpr std::string_view carving_results_text = "analyzing results - formatting output";

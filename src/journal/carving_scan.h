@@ -2,10 +2,20 @@
 // 4096-byte block, and in unbroken chains behind such a start.
 #pragma once
 
-#include "app/usnjrnl_context.h"
 #include "base/byte_view.h"
+#include "journal/journal_collection.h"
 #include "journal/journal_entry.h"
 
-// Adds what passes every check under the run's entry bound to the run's collection, with the mark of the active pass.
-// `chunk`: its image_offset is the place on the source. True when the collection grew. `scratch` is overwritten.
-bool carve_chunk(usnjrnl_context& run, byte_view chunk, journal_entry& scratch);
+#include <cstdint>
+#include <string>
+
+// The pass that carves, and what it puts on its records.
+struct carving_pass {
+    record_origin origin = record_origin::unallocated;
+    std::uint64_t entry_bound = 0;  // entry numbers of its records are below it
+    std::string label;              // of the shadow copy
+};
+
+// Adds what passes every check under the pass's entry bound, with the marks of the pass. `chunk`: its image_offset is
+// the place on the source. `scratch` is overwritten.
+void carve_chunk(journal_collection& records, byte_view chunk, const carving_pass& pass, journal_entry& scratch);

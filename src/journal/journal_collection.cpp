@@ -15,12 +15,9 @@ constexpr std::size_t record_lead = 8;
 constexpr std::size_t text_lead = 8;
 constexpr std::size_t cache_line = 64;
 
-namespace mark {
-constexpr std::uint8_t valid = 0x01;
-constexpr std::uint8_t from_unalloc = 0x02;
-constexpr std::uint8_t from_vss = 0x04;
-constexpr std::uint8_t from_slack = 0x08;
-}  // namespace mark
+// The marks of a packed record: whether it is valid, and behind that bit its origin.
+constexpr std::uint8_t valid_mark = 1;
+constexpr unsigned origin_shift = 1;
 
 }  // namespace
 
@@ -44,23 +41,21 @@ void journal_collection::add(const journal_entry& entry) {
     into->arrival_low = static_cast<std::uint32_t>(count_);
     into->arrival_high = static_cast<std::uint16_t>(std::uint64_t{count_} >> 32U);
     into->name_units = static_cast<std::uint8_t>(units);
-    into->marks = static_cast<std::uint8_t>(
-        (entry.valid != 0 ? mark::valid : 0) | (entry.from_unalloc != 0 ? mark::from_unalloc : 0) |
-        (entry.from_vss != 0 ? mark::from_vss : 0) | (entry.from_slack != 0 ? mark::from_slack : 0));
+    into->marks = static_cast<std::uint8_t>((entry.valid != 0 ? valid_mark : 0U) | static_cast<unsigned>(entry.origin)
+                                                                                       << origin_shift);
     std::copy_n(entry.name.data(), units, into->name());
     if (!entry.snapshot_label.empty() || !labels_.empty()) note_label(entry.snapshot_label);
     if (pairs_ != nullptr) pairs_->add({entry.parent_ref, entry.file_ref});
     ++count_;
 }
 
-void journal_collection::note_label(const std::string& label) {
-    if (labels_.empty() || labels_.back().label != label) labels_.push_back({count_, label});
+void journal_collection::note_label(std::string_view label) {
+    if (labels_.empty() || labels_.back().label != label) labels_.push_back({count_, std::string(label)});
 }
 
-const std::string& journal_collection::label_of(std::uint64_t arrival) const {
-    static const std::string none;
+std::string_view journal_collection::label_of(std::uint64_t arrival) const {
     const auto behind = std::ranges::upper_bound(labels_, arrival, {}, &labelled_stretch::first_arrival);
-    return behind == labels_.begin() ? none : std::prev(behind)->label;
+    return behind == labels_.begin() ? std::string_view{} : std::prev(behind)->label;
 }
 
 void journal_collection::keep_paths(std::unique_ptr<const resolved_paths> paths) { paths_ = std::move(paths); }
@@ -157,7 +152,7 @@ void ordered_reader::put_in_order(const record_run& run) {
 
 void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) const {
     const packed_record& from = *next.record;
-    entry.valid = (from.marks & mark::valid) != 0 ? 1 : 0;
+    entry.valid = (from.marks & valid_mark) != 0 ? 1 : 0;
     entry.file_ref = from.file_ref;
     entry.parent_ref = from.parent_ref;
     entry.usn = from.usn;
@@ -168,9 +163,7 @@ void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) c
     entry.file_attributes = from.file_attributes;
     entry.name.assign(from.name(), from.name_units);
     entry.record_offset = from.record_offset;
-    entry.from_unalloc = (from.marks & mark::from_unalloc) != 0 ? 1 : 0;
-    entry.from_vss = (from.marks & mark::from_vss) != 0 ? 1 : 0;
-    entry.from_slack = (from.marks & mark::from_slack) != 0 ? 1 : 0;
+    entry.origin = static_cast<record_origin>(from.marks >> origin_shift);
     entry.snapshot_label = from_.label_of(from.arrival());
     if (from_.paths_ != nullptr) from_.paths_->fill(next.pair, entry);
 }

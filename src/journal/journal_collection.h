@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class resolved_paths;
@@ -40,6 +41,7 @@ public:
     // What path resolution found out about the records that are here; readers hand it on. Adding afterwards makes it
     // stale.
     void keep_paths(std::unique_ptr<const resolved_paths> paths);
+    [[nodiscard]] bool has_paths() const { return paths_ != nullptr; }
 
 private:
     friend class ordered_reader;
@@ -49,8 +51,8 @@ private:
         std::string label;
     };
 
-    void note_label(const std::string& label);
-    [[nodiscard]] const std::string& label_of(std::uint64_t arrival) const;
+    void note_label(std::string_view label);
+    [[nodiscard]] std::string_view label_of(std::uint64_t arrival) const;
 
     chunk_pool pool_;
     record_run in_order_;

@@ -1,6 +1,6 @@
 // journal/journal_entry.h: one decoded change record and what the run adds to it. Decoders fill it, the collection
-// packs and unpacks it, writers read it. A plain value that is reused for a whole run; it owns its texts, the path
-// apart.
+// packs and unpacks it, writers read it. A plain value that is reused for a whole run; it owns its name, the other
+// texts belong to the collection.
 #pragma once
 
 #include "base/file_reference.h"
@@ -8,6 +8,13 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+
+// Where a record was found.
+enum class record_origin : std::uint8_t { journal, unallocated, shadow_copy, slack };
+
+// What the MFT says of a record's file: its parent directory is gone, does not name it, names it only in what is left
+// of an index entry, or names it.
+enum class mft_status : std::uint8_t { parent_gone, entry_gone, remnant, valid };
 
 struct journal_entry {
     std::uint8_t valid = 0;  // 0: a field check failed; every decoded field is zero and the name is empty
@@ -22,20 +29,15 @@ struct journal_entry {
     std::u16string name;
     std::uint64_t record_offset = 0;  // bytes, in the source
 
-    std::string_view
-        parent_path;  // UTF-8, ends with "\"; belongs to the collection, holds until the next entry is read
+    // Of the run. The views hold until the next entry is read.
+    record_origin origin = record_origin::journal;
+    std::string_view snapshot_label;  // of the shadow copy that it was carved from
+    mft_status status = mft_status::entry_gone;
+    std::string_view parent_path;  // UTF-8, ends with "\"
     std::uint32_t path_number =
         0;  // which of the run's paths that is, 0 for none: what is found out of one serves again
-    std::uint8_t mft_entry_missing = 0;   // "del/entry"
-    std::uint8_t mft_parent_missing = 0;  // "del/parent"
-    std::uint8_t mft_entry_current = 0;   // "valid"
-    std::uint64_t si_created = 0;         // FILETIMEs of the parent's index entry, 0 when not pulled
-    std::uint64_t si_modified = 0;
-    std::uint64_t si_mft_changed = 0;
-    std::uint64_t si_accessed = 0;
-    std::uint8_t mft_entry_remnant = 0;  // "del/wisp"
-    std::uint8_t from_unalloc = 0;       // carved from free clusters
-    std::uint8_t from_vss = 0;           // carved from a shadow-copy store
-    std::uint8_t from_slack = 0;         // carved from slack space
-    std::string snapshot_label;
+    std::uint64_t index_created = 0;  // FILETIMEs of the parent's index entry, 0 when not pulled
+    std::uint64_t index_modified = 0;
+    std::uint64_t index_mft_changed = 0;
+    std::uint64_t index_accessed = 0;
 };

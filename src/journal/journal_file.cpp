@@ -1,7 +1,5 @@
 #include "journal/journal_file.h"
 
-#include "journal/chunk_receiver.h"
-#include "journal/journal_collection.h"
 #include "journal/journal_walk.h"
 #include "platform/platform.h"
 
@@ -27,22 +25,19 @@ std::size_t read_fully(const platform::file& source, std::int64_t offset, std::s
 
 class page_reader {
 public:
-    page_reader(const platform::file& source, chunk_receiver& receiver, run_meter& meter)
-        : source_(source), receiver_(receiver), meter_(meter), buffer_(piece_size) {}
+    page_reader(const platform::file& source, journal_intake& intake, progress& shown)
+        : source_(source), intake_(intake), shown_(shown), buffer_(piece_size) {}
 
     // [begin, end) in bytes; begin stands on a page boundary.
     void read(std::int64_t begin, std::int64_t end) {
         while (begin < end) {
             const auto wanted = static_cast<std::size_t>(std::min<std::int64_t>(piece_size, end - begin));
             read_piece(begin, std::span(buffer_).first(wanted));
-            meter_.count(phase::read, 0, wanted);
-            meter_.tell_bytes("reading", static_cast<std::uint64_t>(begin), static_cast<std::uint64_t>(source_.size()));
+            intake_.meter().count(phase::read, 0, wanted);
+            shown_.tell_bytes("reading", static_cast<std::uint64_t>(begin), static_cast<std::uint64_t>(source_.size()));
             begin += static_cast<std::int64_t>(wanted);
         }
     }
-
-    // Bytes that could not be read.
-    [[nodiscard]] std::uint64_t lost() const { return lost_; }
 
 private:
     void read_piece(std::int64_t offset, std::span<std::uint8_t> piece) {
@@ -55,33 +50,31 @@ private:
             const auto page = piece.subspan(at, std::min(journal_page_size, piece.size() - at));
             const std::size_t got = read_fully(source_, offset + static_cast<std::int64_t>(at), page);
             hand_on(offset, piece.first(at + got), at);
-            lost_ += page.size() - got;
+            intake_.lose(1, page.size() - got);
         }
     }
 
     void hand_on(std::int64_t offset, std::span<const std::uint8_t> piece, std::size_t at) {
         const auto page = piece.subspan(at, std::min(journal_page_size, piece.size() - at));
-        receiver_.on_journal_chunk(byte_view(page, static_cast<std::uint64_t>(offset) + at));
+        intake_.walk(byte_view(page, static_cast<std::uint64_t>(offset) + at));
     }
 
     const platform::file& source_;
-    chunk_receiver& receiver_;
-    run_meter& meter_;
+    journal_intake& intake_;
+    progress& shown_;
     std::vector<std::uint8_t> buffer_;
-    std::uint64_t lost_ = 0;
 };
 
 }  // namespace
 
-bool read_extracted_journal(usnjrnl_context& run) {
+bool read_extracted_journal(const std::string& path, journal_intake& intake, progress& shown) {
     platform::file source;
-    if (!source.open_for_reading(run.journal_path)) return false;
+    if (!source.open_for_reading(path)) return false;
 
-    const in_phase reading(*run.meter, phase::read);
+    const in_phase reading(intake.meter(), phase::read);
     constexpr auto page = static_cast<std::int64_t>(journal_page_size);
     const std::int64_t size = source.size();
-    chunk_receiver receiver(run);
-    page_reader reader(source, receiver, *run.meter);
+    page_reader reader(source, intake, shown);
     std::int64_t begin = 0;
     std::int64_t end = 0;
     for (std::int64_t at = 0; at < size && source.next_data(at, begin, end); at = end) {
@@ -90,7 +83,6 @@ bool read_extracted_journal(usnjrnl_context& run) {
         if (begin >= end) break;
         reader.read(begin, end);
     }
-    run.lost_bytes += reader.lost();
-    run.meter->count(phase::read, run.journal->size(), 0);
+    intake.meter().count(phase::read, intake.records().size(), 0);
     return true;
 }

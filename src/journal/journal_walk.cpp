@@ -13,8 +13,7 @@ void decode_record(journal_entry& entry, byte_view record) {
     clear_run_fields(entry);
 }
 
-bool walk_chunk(journal_collection& journal, byte_view chunk, journal_entry& scratch) {
-    const std::size_t before = journal.size();
+void walk_chunk(journal_collection& journal, byte_view chunk, journal_entry& scratch) {
     std::size_t at = 0;
     while (at < chunk.size()) {
         const byte_view rest = chunk.from(at);
@@ -28,5 +27,4 @@ bool walk_chunk(journal_collection& journal, byte_view chunk, journal_entry& scr
         journal.add(scratch);
         at += length;
     }
-    return journal.size() > before;
 }

@@ -12,9 +12,9 @@
 inline constexpr std::size_t journal_page_size = 4096;
 
 // Walks the records of one chunk, whose image_offset is the offset to report for its first byte, and adds every one to
-// the collection, those that fail a field check too (valid 0). Zero pages and damage are skipped page by page. True
-// when the collection grew. `scratch` is overwritten; handing in the same one saves its name buffer.
-bool walk_chunk(journal_collection& journal, byte_view chunk, journal_entry& scratch);
+// the collection, those that fail a field check too (valid 0). Zero pages and damage are skipped page by page.
+// `scratch` is overwritten; handing in the same one saves its name buffer.
+void walk_chunk(journal_collection& journal, byte_view chunk, journal_entry& scratch);
 
 // Decodes a record by its major version; the header is plausible. The fields of the run are cleared.
 void decode_record(journal_entry& entry, byte_view record);

@@ -28,11 +28,8 @@ struct unread_group {
 
 class path_resolution {
 public:
-    path_resolution(usnjrnl_context& run, ntfs_volume& mft_source)
-        : context_(mft_source, run.pull_times),
-          journal_(*run.journal),
-          meter_(*run.meter),
-          with_times_(run.pull_times) {}
+    path_resolution(journal_collection& records, ntfs_volume& mft_source, bool pull_times, progress& shown)
+        : context_(mft_source, pull_times), records_(records), shown_(shown), with_times_(pull_times) {}
 
     void run(reference_pairs& pairs) {
         take(pairs);
@@ -40,7 +37,7 @@ public:
         resolve_unread();
         context_.paths->release_source();
         found_->keep_directories(std::move(context_.paths));
-        journal_.keep_paths(std::move(found_));
+        records_.keep_paths(std::move(found_));
     }
 
 private:
@@ -58,7 +55,7 @@ private:
                 std::ranges::find_if(rest, [&](const numbered_pair& one) { return one.pair.parent != parent; });
             const group files(rest.begin(), end);
             resolve_group(parent, files, listing);
-            meter_.tell("resolving paths", pairs_.size() - rest.size(), pairs_.size(), "files");
+            shown_.tell("resolving paths", pairs_.size() - rest.size(), pairs_.size(), "files");
             rest = rest.subspan(files.size());
         }
     }
@@ -81,9 +78,9 @@ private:
     void note_listed(group files, std::uint32_t path, const directory_listing& listing) {
         for (std::size_t i = 0; i < files.size(); ++i) {
             const wanted_file& file = listing.files()[i];
-            const file_status status = file.where == listed_in::index   ? file_status::current
-                                       : file.where == listed_in::slack ? file_status::remnant
-                                                                        : file_status::entry_missing;
+            const mft_status status = file.where == listed_in::index   ? mft_status::valid
+                                      : file.where == listed_in::slack ? mft_status::remnant
+                                                                       : mft_status::entry_gone;
             found_->note(files[i].number, path, status, file.times);
         }
     }
@@ -95,7 +92,7 @@ private:
         const auto meet = [this](std::uint64_t directory, std::uint64_t file, const file_times& times) {
             for (unread_group& one : unread_at(directory)) note_child(one, file, times);
         };
-        visit_mft_children(context_.source, wanted, meet, meter_);
+        visit_mft_children(context_.source, wanted, meet, shown_);
     }
 
     // A directory that was met by its reference and without a sequence number has two groups.
@@ -112,19 +109,19 @@ private:
 
     void note_child(unread_group& in, std::uint64_t file, const file_times& times) {
         if (!in.any) {
-            for (const numbered_pair& one : in.files) found_->note(one.number, in.path, file_status::entry_missing, {});
+            for (const numbered_pair& one : in.files) found_->note(one.number, in.path, mft_status::entry_gone, {});
         }
         in.any = true;
         const auto order_of = [](const numbered_pair& one) { return reference_order(one.pair.file); };
         const auto found = std::ranges::lower_bound(in.files, reference_order(file), {}, order_of);
         if (found == in.files.end() || found->pair.file != file) return;
-        if (found_->status_of(found->number) == file_status::current) return;  // the first entry counts
-        found_->note(found->number, in.path, file_status::current, times);
+        if (found_->status_of(found->number) == mft_status::valid) return;  // the first entry counts
+        found_->note(found->number, in.path, mft_status::valid, times);
     }
 
     mft_entries_ctx context_;
-    journal_collection& journal_;
-    run_meter& meter_;
+    journal_collection& records_;
+    progress& shown_;
     bool with_times_;
     std::vector<numbered_pair> pairs_;
     std::unique_ptr<resolved_paths> found_;
@@ -135,10 +132,10 @@ private:
 
 }  // namespace
 
-bool resolve_journal_paths(usnjrnl_context& run, ntfs_volume& mft_source) {
-    if (!run.show_dir_path || run.journal == nullptr || !mft_source.mount()) return false;
-    const std::unique_ptr<reference_pairs> pairs = run.journal->take_pairs();
+bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source, bool pull_times, progress& shown) {
+    if (!mft_source.mount()) return false;
+    const std::unique_ptr<reference_pairs> pairs = records.take_pairs();
     if (pairs == nullptr) return false;
-    path_resolution(run, mft_source).run(*pairs);
+    path_resolution(records, mft_source, pull_times, shown).run(*pairs);
     return true;
 }

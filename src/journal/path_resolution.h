@@ -2,12 +2,13 @@
 // directory still names it. One pass over the collection, between the passes that fill it and the writers.
 #pragma once
 
-#include "app/usnjrnl_context.h"
+#include "base/progress.h"
 
+class journal_collection;
 class ntfs_volume;
 
-// Gives every record of the run's collection a path and a status from the MFT of `mft_source`, with -pulltimes the four
-// times of the index entry too. The volume may be closed afterwards. False, and nothing is given, when paths are off,
-// the collection did not number its pairs, or the volume does not mount. Work is done per distinct parent, never per
-// record beyond a look-up.
-[[nodiscard]] bool resolve_journal_paths(usnjrnl_context& run, ntfs_volume& mft_source);
+// Gives every record a path and a status from the MFT of `mft_source`, with `pull_times` the four times of the index
+// entry too. The volume may be closed afterwards. False, and nothing is given, when the collection did not number its
+// pairs or the volume does not mount. Work is done per distinct parent, never per record beyond a look-up.
+[[nodiscard]] bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source, bool pull_times,
+                                         progress& shown);

@@ -18,7 +18,7 @@ std::uint32_t resolved_paths::add_path(const directory_path& path) {
     return static_cast<std::uint32_t>(paths_.size() - 1);
 }
 
-void resolved_paths::note(std::uint32_t pair, std::uint32_t path, file_status status, const file_times& times) {
+void resolved_paths::note(std::uint32_t pair, std::uint32_t path, mft_status status, const file_times& times) {
     outcomes_[pair] = {0, path << 2U | static_cast<std::uint32_t>(status)};
     if (!times_.empty()) times_[pair] = times;
 }
@@ -57,17 +57,13 @@ std::string_view resolved_paths::kept_text(std::uint32_t place) const {
 
 void resolved_paths::fill(std::uint32_t pair, journal_entry& entry) const {
     const outcome found = outcomes_[pair];
-    const file_status status = found.status();
-    entry.mft_parent_missing = status == file_status::parent_missing ? 1 : 0;
-    entry.mft_entry_missing = status <= file_status::entry_missing ? 1 : 0;
-    entry.mft_entry_remnant = status == file_status::remnant ? 1 : 0;
-    entry.mft_entry_current = status == file_status::current ? 1 : 0;
+    entry.status = found.status();
     if (!times_.empty()) {
         const file_times& times = times_[pair];
-        entry.si_created = times.created;
-        entry.si_modified = times.modified;
-        entry.si_mft_changed = times.mft_changed;
-        entry.si_accessed = times.accessed;
+        entry.index_created = times.created;
+        entry.index_modified = times.modified;
+        entry.index_mft_changed = times.mft_changed;
+        entry.index_accessed = times.accessed;
     }
     entry.path_number = found.path();
     const bool kept = found.text != 0 || found.path() == 0;

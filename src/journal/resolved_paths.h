@@ -14,8 +14,6 @@
 #include <string_view>
 #include <vector>
 
-enum class file_status : std::uint8_t { parent_missing, entry_missing, remnant, current };
-
 class resolved_paths {
 public:
     // `pairs`: how many there are; all have lost their parent until something else is noted. Times only when asked for.
@@ -25,9 +23,9 @@ public:
     // A number for a path, which many pairs share.
     [[nodiscard]] std::uint32_t add_path(const directory_path& path);
 
-    void note(std::uint32_t pair, std::uint32_t path, file_status status, const file_times& times);
+    void note(std::uint32_t pair, std::uint32_t path, mft_status status, const file_times& times);
 
-    [[nodiscard]] file_status status_of(std::uint32_t pair) const { return outcomes_[pair].status(); }
+    [[nodiscard]] mft_status status_of(std::uint32_t pair) const { return outcomes_[pair].status(); }
 
     // What composes the paths; the last thing to be given.
     void keep_directories(std::unique_ptr<const directory_path_cache> directories);
@@ -52,7 +50,7 @@ private:
         std::uint32_t path_and_status = 0;
 
         [[nodiscard]] std::uint32_t path() const { return path_and_status >> 2U; }
-        [[nodiscard]] file_status status() const { return static_cast<file_status>(path_and_status & 3U); }
+        [[nodiscard]] mft_status status() const { return static_cast<mft_status>(path_and_status & 3U); }
     };
 
     [[nodiscard]] std::string_view kept_text(std::uint32_t place) const;

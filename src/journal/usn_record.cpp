@@ -146,26 +146,13 @@ void decode_record_v4(journal_entry& entry, byte_view record) {
 }
 
 void clear_run_fields(journal_entry& entry) {
+    entry.origin = record_origin::journal;
+    entry.snapshot_label = {};
+    entry.status = mft_status::entry_gone;
     entry.parent_path = {};
     entry.path_number = 0;
-    entry.mft_entry_missing = 0;
-    entry.mft_parent_missing = 0;
-    entry.mft_entry_current = 0;
-    entry.si_created = 0;
-    entry.si_modified = 0;
-    entry.si_mft_changed = 0;
-    entry.si_accessed = 0;
-    entry.mft_entry_remnant = 0;
-    entry.from_unalloc = 0;
-    entry.from_vss = 0;
-    entry.from_slack = 0;
-    entry.snapshot_label.clear();
-}
-
-void clear_run_fields(journal_entry& entry, const usnjrnl_context& run) {
-    clear_run_fields(entry);
-    entry.from_unalloc = run.active_pass == carving_pass::unallocated ? 1 : 0;
-    entry.from_vss = run.active_pass == carving_pass::shadow_copies ? 1 : 0;
-    entry.from_slack = run.active_pass == carving_pass::slack ? 1 : 0;
-    entry.snapshot_label = run.snapshot_label;
+    entry.index_created = 0;
+    entry.index_modified = 0;
+    entry.index_mft_changed = 0;
+    entry.index_accessed = 0;
 }

@@ -4,7 +4,6 @@
 // record's offset in the source. Decoded entries own their names, nothing points back into the chunk.
 #pragma once
 
-#include "app/usnjrnl_context.h"
 #include "base/byte_view.h"
 #include "journal/journal_entry.h"
 
@@ -79,7 +78,5 @@ void decode_record_v2(journal_entry& entry, byte_view record);
 void decode_record_v3(journal_entry& entry, byte_view record);
 void decode_record_v4(journal_entry& entry, byte_view record);
 
-// Clears what the run, not the record, gives an entry: path, status, pulled times, pass marks and label. With the run
-// at hand the mark of its active pass and its label are set.
+// Clears what the run, not the record, gives an entry: origin and label, status, path and pulled times.
 void clear_run_fields(journal_entry& entry);
-void clear_run_fields(journal_entry& entry, const usnjrnl_context& run);

@@ -1,7 +1,6 @@
 #include "journal/volume_journal.h"
 
-#include "journal/chunk_receiver.h"
-#include "journal/journal_collection.h"
+#include "base/format_text.h"
 #include "ntfs/ntfs_volume.h"
 #include "ntfs/path_lookup.h"
 #include "ntfs/stream_pull.h"
@@ -24,28 +23,49 @@ bool find_journal_stream(const ntfs_volume& volume, const mft_entry& entry, ntfs
            collect_stream(entry, first->type, journal_stream, volume.cluster_size(), stream);
 }
 
+// The place on the source of a chunk's first byte. Records further in are reported at their distance from it, even
+// where the chunk crosses into another run.
+std::uint64_t place_on_source(const ntfs_volume& volume, const extent_list& journal_runs, std::uint64_t stream_offset) {
+    const std::uint64_t cluster_size = volume.cluster_size();
+    std::uint64_t offset = stream_offset;
+    std::size_t index = 0;
+    if (find_extent(journal_runs, stream_offset / cluster_size, index)) {
+        const extent& part = journal_runs[index];
+        const std::uint64_t lcn = part.sparse ? 0 : part.lcn + (stream_offset / cluster_size - part.vcn);
+        offset = lcn * cluster_size + stream_offset % cluster_size;
+    }
+    if (volume.volume_offset() == 0) return offset;
+    offset += volume.volume_offset();
+    if (volume.log().enabled()) {
+        volume.log().line(format_text("adjusted offset w/ volume: %08llx", static_cast<unsigned long long>(offset)));
+    }
+    return offset;
+}
+
 }  // namespace
 
-bool read_volume_journal(ntfs_volume& volume, usnjrnl_context& run, const std::function<void()>& found) {
-    const in_phase reading(*run.meter, phase::read);
+journal_found read_volume_journal(ntfs_volume& volume, journal_intake& intake, progress& shown,
+                                  const std::function<void()>& found) {
+    run_meter& meter = intake.meter();
+    const in_phase reading(meter, phase::read);
     found_path path;
     mft_entry entry;
-    if (!lookup_path_entry(volume, journal_path, link_mode::stay, path) || !volume.load_entry(path.entry, entry)) {
-        return false;
-    }
+    if (!lookup_path_entry(volume, journal_path, link_mode::stay, path)) return journal_found::no;
+    if (!volume.load_entry(path.entry, entry)) return journal_found::unreadable;
     found();
     ntfs_stream stream;
     if (!find_journal_stream(volume, entry, stream)) {
         volume.log().line("err: no $J stream");
-        return true;
+        return journal_found::yes;
     }
-    chunk_receiver receiver(run, volume, stream.extents);
     const auto hand_on = [&](byte_view chunk) {
-        receiver.on_journal_chunk(chunk);
-        run.meter->count(phase::read, 0, chunk.size());
-        run.meter->tell_bytes("reading", chunk.image_offset(), stream.real_size);
+        intake.walk(byte_view(chunk.bytes(), place_on_source(volume, stream.extents, chunk.image_offset())));
+        meter.count(phase::read, 0, chunk.size());
+        shown.tell_bytes("reading", chunk.image_offset(), stream.real_size);
     };
-    if (!pull_stream(volume, stream, hand_on, run.lost_bytes)) volume.log().line("err: nothing to pull from $J");
-    run.meter->count(phase::read, run.journal->size(), 0);
-    return true;
+    std::uint64_t lost_bytes = 0;
+    if (!pull_stream(volume, stream, hand_on, lost_bytes)) volume.log().line("err: nothing to pull from $J");
+    intake.lose(1, lost_bytes);
+    meter.count(phase::read, intake.records().size(), 0);
+    return journal_found::yes;
 }

@@ -1,13 +1,17 @@
 // journal/volume_journal.h: the change journal of an NTFS volume as a source.
 #pragma once
 
-#include "app/usnjrnl_context.h"
+#include "base/progress.h"
+#include "journal/journal_intake.h"
 
+#include <cstdint>
 #include <functional>
 
 class ntfs_volume;
 
-// Finds $Extend\$UsnJrnl on a mounted volume and hands its $J stream to the collection. `found` is called once, when
-// the journal was found and before it is read. Bytes that cannot be read are added to the run's lost bytes. False when
-// the volume has no journal or its entry cannot be read; a journal without a $J stream collects nothing.
-[[nodiscard]] bool read_volume_journal(ntfs_volume& volume, usnjrnl_context& run, const std::function<void()>& found);
+enum class journal_found : std::uint8_t { no, unreadable, yes };
+
+// Finds $Extend\$UsnJrnl on a mounted volume and hands its $J stream on. `found` is called once, when the journal was
+// found and before it is read. Bytes that cannot be read are lost. A journal without a $J stream yields nothing.
+[[nodiscard]] journal_found read_volume_journal(ntfs_volume& volume, journal_intake& intake, progress& shown,
+                                                const std::function<void()>& found);

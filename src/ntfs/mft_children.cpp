@@ -46,11 +46,11 @@ public:
     mft_scan(ntfs_volume& source, const directory_test& wanted, const child_visitor& visit)
         : source_(source), wanted_(wanted), visit_(visit) {}
 
-    void run(run_meter& meter) {
+    void run(progress& shown) {
         constexpr std::uint64_t between_words = 1024;  // records
         attribute name;
         for (std::uint64_t entry = 0; entry < source_.record_count(); ++entry) {
-            if (entry % between_words == 0) meter.tell("resolving paths", entry, source_.record_count(), "MFT records");
+            if (entry % between_words == 0) shown.tell("resolving paths", entry, source_.record_count(), "MFT records");
             if (source_.view_record(entry, record_) != record_state::good || !in_use(record_)) continue;
             if (record_.value<std::uint64_t>(mft_record::base_reference) != 0) keep_record();  // the base is read too
             entry_ = entry;
@@ -108,6 +108,6 @@ private:
 }  // namespace
 
 void visit_mft_children(ntfs_volume& source, const directory_test& wanted, const child_visitor& visit,
-                        run_meter& meter) {
-    mft_scan(source, wanted, visit).run(meter);
+                        progress& shown) {
+    mft_scan(source, wanted, visit).run(shown);
 }

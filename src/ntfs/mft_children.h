@@ -2,7 +2,7 @@
 // For an exported $MFT, which has no clusters: one scan of it serves all such directories.
 #pragma once
 
-#include "base/run_meter.h"
+#include "base/progress.h"
 #include "ntfs/directory_listing.h"
 #include "ntfs/ntfs_volume.h"
 
@@ -15,5 +15,4 @@ using child_visitor = std::function<void(std::uint64_t directory, std::uint64_t 
 // Visits every file in use that has a name in a directory that is wanted, once for each such name, with the times of
 // its $STANDARD_INFORMATION. A name in an extension record counts for the base record. All are references. Neither
 // function may read from `source`.
-void visit_mft_children(ntfs_volume& source, const directory_test& wanted, const child_visitor& visit,
-                        run_meter& meter);
+void visit_mft_children(ntfs_volume& source, const directory_test& wanted, const child_visitor& visit, progress& shown);

@@ -31,9 +31,9 @@ using record_store = std::map<std::uint32_t, stored_record>;  // by entry number
 
 class volume_scan {
 public:
-    volume_scan(ntfs_volume& volume, const rebuild_progress& progress)
+    volume_scan(ntfs_volume& volume, progress& shown)
         : volume_(volume),
-          progress_(progress),
+          shown_(shown),
           record_size_(volume.record_size()),
           // Where clusters are smaller than records, records begin on any cluster.
           stride_(std::min(volume.record_size(), volume.cluster_size())),
@@ -50,7 +50,7 @@ public:
                 const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), size_ - at));
                 if (!scan_piece(at, std::span(buffer).first(wanted))) return;
                 at += wanted;
-                if (progress_.scanned) progress_.scanned(std::min(at, size_), size_);
+                shown_.show_percent(std::min(at, size_), size_);
             }
         }
     }
@@ -88,7 +88,10 @@ private:
                 }
             }
         }
-        if (store_.size() != before && progress_.grown) progress_.grown(store_.size(), at);
+        if (store_.size() != before && shown_.wanted()) {
+            shown_.show(
+                format_text("inode count %lld, offset 0x%0llx", static_cast<long long>(store_.size()), ull{at}));
+        }
         return true;
     }
 
@@ -135,7 +138,7 @@ private:
     }
 
     ntfs_volume& volume_;
-    const rebuild_progress& progress_;
+    progress& shown_;
     std::uint64_t record_size_;
     std::uint64_t stride_;
     std::uint64_t size_;
@@ -217,12 +220,12 @@ private:
 
 }  // namespace
 
-rebuild_result rebuild_mft(ntfs_volume& volume, const rebuild_progress& progress) {
+rebuild_result rebuild_mft(ntfs_volume& volume, progress& shown) {
     std::vector<std::uint8_t> sector(boot_sector::size);
     std::size_t got = 0;
     if (!volume.read_volume(0, sector, got)) return rebuild_result::unreadable;
     if (!volume.read_geometry()) return rebuild_result::failed;
-    volume_scan scan(volume, progress);
+    volume_scan scan(volume, shown);
     scan.run();
     if (!volume.use_memory_mft(readable_places(volume, scan.store()))) return rebuild_result::failed;
     if (volume.log().enabled()) store_paths(volume, scan.store()).log();

@@ -2,17 +2,10 @@
 // whose $MFT is lost. Asked for by app with -rebuild_mft; the volume serves the records afterwards.
 #pragma once
 
+#include "base/progress.h"
 #include "ntfs/ntfs_volume.h"
 
 #include <cstdint>
-#include <functional>
-
-// Called after each read.
-struct rebuild_progress {
-    std::function<void(std::uint64_t offset, std::uint64_t size)> scanned;  // bytes of the volume
-    std::function<void(std::uint64_t records, std::uint64_t offset)>
-        grown;  // only when there are more records than before
-};
 
 enum class rebuild_result : std::uint8_t {
     rebuilt,
@@ -23,4 +16,4 @@ enum class rebuild_result : std::uint8_t {
 // Scans the volume from end to end, holes left out. Of several copies of a record the one with the highest sequence
 // number wins, of equal ones the one in use, else the first. Numbers that a volume of that size cannot have are left
 // out, so memory is bounded by the volume. Mounts the volume.
-[[nodiscard]] rebuild_result rebuild_mft(ntfs_volume& volume, const rebuild_progress& progress);
+[[nodiscard]] rebuild_result rebuild_mft(ntfs_volume& volume, progress& shown);

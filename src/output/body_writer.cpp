@@ -18,7 +18,7 @@ constexpr std::uint64_t unix_seconds(std::uint64_t filetime) {
 
 }  // namespace
 
-void body_writer::write_body_record(const journal_entry& entry, text_buffer& out) {
+void body_writer::write_record(const journal_entry& entry, text_buffer& out) {
     const std::string_view name = names_.of(entry.name);
     const slot_times times = slot_times_of(entry);
     char* to = out.room(name.size() + fixed_room);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "journal/journal_entry.h"
+#include "output/layout_settings.h"
 #include "output/name_text.h"
 #include "output/text_buffer.h"
 
@@ -11,8 +12,12 @@ namespace uni {
 
 class body_writer {
 public:
+    body_writer(const layout_settings& /*settings*/, bool /*with_paths*/) {}
+
+    void write_header(text_buffer& /*out*/) {}
+
     // Appends the line of any record, closed or not, with a time or without.
-    void write_body_record(const journal_entry& entry, text_buffer& out);
+    void write_record(const journal_entry& entry, text_buffer& out);
 
 private:
     name_text names_{'|', ';'};  // whatever the run's separator is

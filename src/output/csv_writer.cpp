@@ -1,7 +1,7 @@
 #include "output/csv_writer.h"
 
 #include "journal/usn_text.h"
-#include "output/mft_status.h"
+#include "output/entry_text.h"
 #include "output/number_text.h"
 #include "output/text_marks.h"
 
@@ -27,17 +27,13 @@ char* put_padded(char* to, std::string_view text, std::size_t width) {
     return put_padding(put_text(to, text), text.size(), width);
 }
 
-std::string_view type_text(const journal_entry& entry) {
-    if (entry.from_unalloc != 0) return "unalloc";
-    if (entry.from_vss != 0) return entry.snapshot_label;
-    return entry.from_slack != 0 ? "slack" : "$J";
-}
-
 }  // namespace
 
-csv_writer::csv_writer(usnjrnl_context& settings)
+csv_writer::csv_writer(const layout_settings& settings, bool with_paths)
     : settings_(settings),
-      padding_(!settings.no_whitespace && !settings.csvgen),
+      with_paths_(with_paths),
+      multiline_(settings.chosen == layout::multiline),
+      padding_(!settings.no_whitespace),
       blank_(padding_ ? " " : ""),
       separator_length_(settings.separator.size()),
       time_kind_(settings.pair_date_time ? cell_kind::paired_time : cell_kind::split_time),
@@ -46,21 +42,18 @@ csv_writer::csv_writer(usnjrnl_context& settings)
       attributes_(attribute_tokens) {
     std::copy_n(settings.separator.data(), std::min(separator_length_, short_separator_.size()),
                 short_separator_.data());
+    make_column_list();
 }
 
-void csv_writer::write_csv_record(const journal_entry& entry, text_buffer& out) {
-    if (column_list_.empty()) make_column_list();
-    if (settings_.write_header) write_csv_header(out);
+void csv_writer::write_record(const journal_entry& entry, text_buffer& out) {
     if (settings_.closed_only && (entry.reason & usn_reason::close) == 0) return;
     if (!times_.format(entry.timestamp)) return;
     fill_row(entry);
-    write_csv_row(row_, out);
+    write_row(row_, out);
 }
 
-// Under -multiline the names stand in front of the cells and there is no header, but it is no longer pending either.
-void csv_writer::write_csv_header(text_buffer& out) {
-    settings_.write_header = false;
-    if (settings_.multiline) return;
+void csv_writer::write_header(text_buffer& out) {
+    if (multiline_) return;
     char* to = out.room(fixed_room_);
     for (std::size_t i = 0; i < column_list_.size(); ++i) {
         const table_column& column = column_list_[i];
@@ -95,12 +88,12 @@ void csv_writer::make_column_list() {
     add_column("parent MFT", number_width);
     add_column("par seqnum", sequence_width);
     add_column("usn#", number_width);
-    if (settings_.extra_scan) add_column("type", 7);
+    if (settings_.show_type) add_column("type", 7);
     if (settings_.show_offset) add_column("offset", number_width);
     add_column("attributes", 29);
     add_column("filename", 45);
     add_column("type change", 35);
-    if (settings_.show_dir_path) {
+    if (with_paths_) {
         add_column("MFT status", 10);
         if (settings_.pull_times) {
             add_time_columns("modify date [UTC]", "mdate");
@@ -112,7 +105,7 @@ void csv_writer::make_column_list() {
     }
     if (!settings_.user_name.empty()) add_column("user acct", 9);
     if (!settings_.host_name.empty()) add_column("host name", 9);
-    if (settings_.multiline) set_multiline_widths();
+    if (multiline_) set_multiline_widths();
     row_.resize(column_list_.size());
     for (const table_column& column : column_list_) {
         fixed_room_ += settings_.separator.size() + name_width_ + column.name.size() + longest_value + column.width;
@@ -136,27 +129,26 @@ void csv_writer::fill_row(const journal_entry& entry) {
     at += row_.set_value(at, entry_number(entry.parent_ref), cell_kind::number);
     at += row_.set_value(at, sequence_number(entry.parent_ref), cell_kind::number);  // so eight digits when unpadded
     at += row_.set_value(at, static_cast<std::uint64_t>(entry.usn), cell_kind::number);
-    if (settings_.extra_scan) at += row_.set_token(at, type_text(entry));
+    if (settings_.show_type) at += row_.set_token(at, origin_text(entry));
     if (settings_.show_offset) at += row_.set_value(at, entry.record_offset, cell_kind::number);
     at += row_.set_token(at, attributes_.text_of(entry.file_attributes));
     at += row_.set_wide_text(at, entry.name);
     at += row_.set_token(at, reasons_.text_of(entry.reason));
-    if (settings_.show_dir_path) at = fill_path_cells(entry, at);
+    if (with_paths_) at = fill_path_cells(entry, at);
     if (!settings_.user_name.empty()) at += row_.set_text(at, settings_.user_name);
     if (!settings_.host_name.empty()) row_.set_text(at, settings_.host_name);
 }
 
 std::size_t csv_writer::fill_path_cells(const journal_entry& entry, std::size_t at) {
-    const mft_status status = mft_status_of(entry);
-    at += row_.set_token(at, status_word(status));
+    at += row_.set_token(at, status_word(entry.status));
     if (settings_.pull_times) {
-        const bool known = status == mft_status::valid || status == mft_status::wisp;
+        const bool known = entry.status == mft_status::valid || entry.status == mft_status::remnant;
         for (const std::uint64_t time :
-             {entry.si_modified, entry.si_accessed, entry.si_mft_changed, entry.si_created}) {
+             {entry.index_modified, entry.index_accessed, entry.index_mft_changed, entry.index_created}) {
             at += row_.set_value(at, known ? time : 0, time_kind_);
         }
     }
-    if (status == mft_status::parent_gone) return at + row_.set_token(at, parent_gone_text);
+    if (entry.status == mft_status::parent_gone) return at + row_.set_token(at, parent_gone_text);
     return at + row_.set_wide_text(at, entry.name, entry.parent_path, is_plain_path(entry));
 }
 
@@ -174,21 +166,21 @@ bool csv_writer::is_plain_path(const journal_entry& entry) {
     return known == plain;
 }
 
-void csv_writer::write_csv_row(const table_row& row, text_buffer& out) {
+void csv_writer::write_row(const table_row& row, text_buffer& out) {
     if (!row.ready()) return;
     const std::size_t count = std::min(row.cells().size(), column_list_.size());
     char* to = out.room(fixed_room_);
     put_name_ = {};
     for (std::size_t i = 0; i < count; ++i) {
         const table_cell& cell = row.cells()[i];
-        if (settings_.multiline) {
+        if (multiline_) {
             to = put_padded(to, column_list_[i].name, name_width_);
         } else if (i != 0) {
             to = put_separator(to);
         }
         to = put_cell(out, to, cell, i);
         if (cell.kind == cell_kind::split_time) ++i;
-        if (settings_.multiline) *to++ = '\n';
+        if (multiline_) *to++ = '\n';
     }
     *to++ = '\n';
     out.end_at(to);
@@ -254,7 +246,7 @@ char* csv_writer::put_number(char* to, const table_cell& cell, std::size_t width
 char* csv_writer::put_split_time(char* to, std::uint64_t filetime, std::size_t index) {
     const bool valid = times_.format(filetime);
     to = put_padded(to, valid ? times_.date() : blank_, column_list_[index].width);
-    if (!settings_.multiline) to = put_separator(to);
+    if (!multiline_) to = put_separator(to);
     if (settings_.leading_space) *to++ = ' ';
     return put_padded(to, valid ? times_.time() : blank_, column_list_[index + 1].width);
 }

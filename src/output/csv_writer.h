@@ -3,9 +3,9 @@
 // to record.
 #pragma once
 
-#include "app/usnjrnl_context.h"
 #include "journal/journal_entry.h"
 #include "output/date_time.h"
+#include "output/layout_settings.h"
 #include "output/table_row.h"
 #include "output/text_buffer.h"
 #include "output/token_cache.h"
@@ -21,15 +21,17 @@ namespace uni {
 
 class csv_writer {
 public:
-    // The settings outlive the writer; it clears their `write_header`.
-    explicit csv_writer(usnjrnl_context& settings);
+    // The settings outlive the writer. `with_paths`: where files were is known and has its columns.
+    csv_writer(const layout_settings& settings, bool with_paths);
 
-    // Appends the header when it is pending, then the record's line: none for a record without the close flag (unless
-    // all are asked for), none for one without a valid time.
-    void write_csv_record(const journal_entry& entry, text_buffer& out);
+    // Under -multiline the names stand in front of the cells, and there is no header.
+    void write_header(text_buffer& out);
 
-    void write_csv_header(text_buffer& out);
-    void write_csv_row(const table_row& row, text_buffer& out);
+    // Appends the record's line: none for a record without the close flag (unless all are asked for), none for one
+    // without a valid time.
+    void write_record(const journal_entry& entry, text_buffer& out);
+
+    void write_row(const table_row& row, text_buffer& out);
 
 private:
     void make_column_list();
@@ -49,7 +51,9 @@ private:
     char* put_split_time(char* to, std::uint64_t filetime, std::size_t index);
     char* put_paired_time(char* to, std::uint64_t filetime, std::size_t width);
 
-    usnjrnl_context& settings_;
+    const layout_settings& settings_;
+    bool with_paths_;
+    bool multiline_;
     bool padding_;
     std::string_view blank_;  // stands for a date or a time that is not valid
     std::size_t separator_length_;

@@ -154,17 +154,7 @@ bool set_filetime(date_time_parts& parts, std::uint64_t filetime) {
     parts.filetime = filetime;
     const std::uint64_t seconds = filetime / units_per_second;
     if (!representable(seconds)) return false;
-    parts.unix_seconds = static_cast<std::int64_t>(seconds - unix_epoch);
-
-    const std::uint64_t second_of_day = seconds % seconds_per_day;
     set_date(parts, seconds / seconds_per_day);
-    parts.day_of_week = static_cast<std::uint16_t>((seconds / seconds_per_day + 1) % 7);
-    parts.hour = static_cast<std::uint16_t>(second_of_day / 3600);
-    parts.minute = static_cast<std::uint16_t>(second_of_day / 60 % 60);
-    parts.second = static_cast<std::uint16_t>(second_of_day % 60);
-    parts.nanosecond = filetime % units_per_second * 100;
-    parts.microsecond = parts.nanosecond / 1'000;
-    parts.millisecond = static_cast<std::uint16_t>(parts.nanosecond / 1'000'000);
     parts.valid = true;
     return true;
 }

@@ -29,18 +29,10 @@ inline constexpr std::uint32_t of_default_patterns =
 }  // namespace time_format
 
 struct date_time_parts {
-    std::int64_t unix_seconds = 0;
     std::uint64_t filetime = 0;
     std::uint16_t year = 0;
-    std::uint16_t month = 0;        // 1 to 12
-    std::uint16_t day_of_week = 0;  // 0 is Sunday
+    std::uint16_t month = 0;  // 1 to 12
     std::uint16_t day = 0;
-    std::uint16_t hour = 0;
-    std::uint16_t minute = 0;
-    std::uint16_t second = 0;
-    std::uint16_t millisecond = 0;
-    std::uint64_t microsecond = 0;
-    std::uint64_t nanosecond = 0;
     bool valid = false;
 };
 

@@ -1,8 +1,9 @@
 #include "output/l2t_writer.h"
 
+#include "base/program.h"
 #include "base/text.h"
+#include "output/entry_text.h"
 #include "output/macb.h"
-#include "output/mft_status.h"
 #include "output/number_text.h"
 #include "output/text_marks.h"
 
@@ -10,14 +11,15 @@ namespace uni {
 
 namespace {
 
-std::string between(const usnjrnl_context& settings, const std::string& text) {
+std::string between(const layout_settings& settings, const std::string& text) {
     return settings.separator + text + settings.separator;
 }
 
 }  // namespace
 
-l2t_writer::l2t_writer(usnjrnl_context& settings)
+l2t_writer::l2t_writer(const layout_settings& settings, bool with_paths)
     : settings_(settings),
+      with_paths_(with_paths),
       times_(settings.time_format_flags),
       types_(slot_descriptions),
       names_(settings.replaced_character, settings.replacement),
@@ -26,14 +28,13 @@ l2t_writer::l2t_writer(usnjrnl_context& settings)
       owner_(between(settings, settings.user_name + settings.separator + settings.host_name)),
       version_(between(settings, "2")),
       parent_(settings.separator + "parent inode: "),
-      format_(between(settings, settings.program_name + " (korvane)") + "seq num: ") {
+      format_(between(settings, std::string(program_name) + " (korvane)") + "seq num: ") {
     constexpr std::size_t longest_time = 40;
     fixed_room_ = 4 * settings.separator.size() + longest_time + zone_.size() + source_.size() + owner_.size() +
                   version_.size() + parent_.size() + format_.size() + 4 * number_room(0);
 }
 
-void l2t_writer::write_l2t_record(const journal_entry& entry, text_buffer& out) {
-    if (settings_.write_header) write_header(out);
+void l2t_writer::write_record(const journal_entry& entry, text_buffer& out) {
     const macb_letters letters = macb_text(entry.reason);
     if (letters == no_macb_letters || !times_.format(entry.timestamp)) return;
     const std::string_view type = types_.text_of(entry.reason);
@@ -63,7 +64,6 @@ void l2t_writer::write_l2t_record(const journal_entry& entry, text_buffer& out) 
 }
 
 void l2t_writer::write_header(text_buffer& out) {
-    settings_.write_header = false;
     out.append(settings_.pair_date_time ? "date/time" : "date");
     if (!settings_.pair_date_time) {
         out.append(settings_.separator);
@@ -79,9 +79,8 @@ void l2t_writer::write_header(text_buffer& out) {
 
 // Empty when nothing is known of the parent.
 std::string_view l2t_writer::full_path(const journal_entry& entry) {
-    const mft_status status = mft_status_of(entry);
-    if (!settings_.show_dir_path || entry.parent_path.empty() || status == mft_status::parent_gone) return {};
-    path_text(entry, status, path_);
+    if (!with_paths_ || entry.parent_path.empty() || entry.status == mft_status::parent_gone) return {};
+    path_text(entry, path_);
     if (settings_.replaced_character != 0) replace_all(path_, settings_.replaced_character, settings_.replacement);
     mark_line_breaks(path_);
     return path_;

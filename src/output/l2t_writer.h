@@ -3,9 +3,9 @@
 // is put together once.
 #pragma once
 
-#include "app/usnjrnl_context.h"
 #include "journal/journal_entry.h"
 #include "output/date_time.h"
+#include "output/layout_settings.h"
 #include "output/name_text.h"
 #include "output/text_buffer.h"
 #include "output/token_cache.h"
@@ -18,20 +18,22 @@ namespace uni {
 
 class l2t_writer {
 public:
-    // The settings outlive the writer; it clears their `write_header`.
-    explicit l2t_writer(usnjrnl_context& settings);
+    // The settings outlive the writer. `with_paths`: where files were is known and is told.
+    l2t_writer(const layout_settings& settings, bool with_paths);
 
-    // Appends the header when it is pending, then the record's line: closed or not, but none for a record whose reason
-    // touches no slot or whose time is not valid.
-    void write_l2t_record(const journal_entry& entry, text_buffer& out);
+    void write_header(text_buffer& out);
+
+    // Appends the record's line: closed or not, but none for a record whose reason touches no slot or whose time is not
+    // valid.
+    void write_record(const journal_entry& entry, text_buffer& out);
 
 private:
-    void write_header(text_buffer& out);
     [[nodiscard]] std::string_view full_path(const journal_entry& entry);
     char* put_time(char* to) const;
     char* put_number(char* to, std::uint64_t value, std::size_t digits) const;
 
-    usnjrnl_context& settings_;
+    const layout_settings& settings_;
+    bool with_paths_;
     time_formatter times_;
     token_cache types_;
     name_text names_;

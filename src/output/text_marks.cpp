@@ -63,7 +63,7 @@ void mark_line_breaks(std::string& text) {
     text = std::move(marked);
 }
 
-std::string_view table_text(std::string_view text, const cmd_params& settings, std::string& scratch) {
+std::string_view table_text(std::string_view text, const layout_settings& settings, std::string& scratch) {
     const char replaced = settings.replaced_character;
     const bool replace = replaced != 0 && text.find(replaced) != std::string_view::npos;
     const bool mark = settings.mark_line_breaks &&

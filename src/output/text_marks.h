@@ -2,7 +2,7 @@
 // is replaced, line breaks are marked.
 #pragma once
 
-#include "app/cmd_params.h"
+#include "output/layout_settings.h"
 
 #include <string>
 #include <string_view>
@@ -14,7 +14,7 @@ namespace uni {
 void mark_line_breaks(std::string& text);
 
 // Replacement, then marks, as the settings say. The result is `text` itself when nothing is to be done, else `scratch`.
-[[nodiscard]] std::string_view table_text(std::string_view text, const cmd_params& settings, std::string& scratch);
+[[nodiscard]] std::string_view table_text(std::string_view text, const layout_settings& settings, std::string& scratch);
 
 // Puts a name's characters at `to` as long as they are what nearly all are: ASCII, with nothing to replace or to mark.
 // False when one is not; what was put is then worthless.

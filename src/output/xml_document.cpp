@@ -2,9 +2,6 @@
 
 #include "output/xml_escape.h"
 
-#include <ostream>
-#include <string>
-
 namespace uni {
 namespace {
 
@@ -34,33 +31,20 @@ void append_attribute(std::string_view name, std::string_view value, bool escape
     out += '"';
 }
 
-std::string beginning_of_document(const usnjrnl_context& settings, std::string_view run_header) {
-    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n";
-    if (!run_header.empty()) append_comment(run_header, text);
-    text += "<logdata ";
-    if (!settings.image_path.empty()) {
-        append_attribute("umounted_image", settings.image_path, settings.xml_escape, text);
-        text += '\n';
-    }
-    append_attribute("filename", settings.journal_path, settings.xml_escape, text);
-    text += ' ';
-    append_attribute("version", settings.banner, settings.xml_escape, text);
-    return text += ">\n";
-}
-
-bool hand_on(std::ostream& out, std::string_view text) {
-    out.write(text.data(), static_cast<std::streamsize>(text.size()));
-    out.flush();
-    return out.good();
-}
-
 }  // namespace
 
-bool write_xml_document(std::ostream& out, const usnjrnl_context& settings, std::string_view run_header,
-                        const std::function<bool()>& run) {
-    if (settings.journal_path.empty() || !hand_on(out, beginning_of_document(settings, run_header))) return false;
-    const bool done = run();
-    return hand_on(out, "</logdata>\n") && done;
+std::string xml_beginning(const layout_settings& settings, const frame_facts& facts) {
+    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n";
+    if (!facts.run_header.empty()) append_comment(facts.run_header, text);
+    text += "<logdata ";
+    if (!facts.image_path.empty()) {
+        append_attribute("umounted_image", facts.image_path, settings.xml_escape, text);
+        text += '\n';
+    }
+    append_attribute("filename", facts.journal_path, settings.xml_escape, text);
+    text += ' ';
+    append_attribute("version", facts.banner, settings.xml_escape, text);
+    return text += ">\n";
 }
 
 }  // namespace uni

@@ -1,19 +1,16 @@
-// output/xml_document.h: -xml, the frame of the document: declaration, the run header as a comment, the root element
-// that names the source. The main flow writes a whole run through it; the records between the tags are xml_writer's.
+// output/xml_document.h: -xml, the frame of the document around the records, which are xml_writer's.
 #pragma once
 
-#include "app/usnjrnl_context.h"
+#include "output/layouts.h"
 
-#include <functional>
-#include <iosfwd>
+#include <string>
 #include <string_view>
 
 namespace uni {
 
-// False, and nothing written, when the settings name no journal. Otherwise the frame is written around `run`, which
-// reads the source and writes the records; the end tag also stands behind a run without any. The result is that of
-// `run`, or false when `out` did not take the frame. Without a run header there is no comment.
-[[nodiscard]] bool write_xml_document(std::ostream& out, const usnjrnl_context& settings, std::string_view run_header,
-                                      const std::function<bool()>& run);
+// Declaration, the run header as a comment (none when it is empty), the root element that names the source.
+[[nodiscard]] std::string xml_beginning(const layout_settings& settings, const frame_facts& facts);
+
+inline constexpr std::string_view xml_end = "</logdata>\n";
 
 }  // namespace uni

@@ -2,7 +2,7 @@
 
 #include "base/utf.h"
 #include "journal/usn_text.h"
-#include "output/mft_status.h"
+#include "output/entry_text.h"
 #include "output/number_text.h"
 #include "output/xml_escape.h"
 
@@ -72,14 +72,15 @@ constexpr bool is_plausible(std::uint64_t filetime) {
 
 }  // namespace
 
-xml_writer::xml_writer(const usnjrnl_context& settings)
+xml_writer::xml_writer(const layout_settings& settings, bool with_paths)
     : settings_(settings),
+      with_paths_(with_paths),
       times_(settings.time_format_flags),
       pulled_times_(settings.time_format_flags),
       reasons_(reason_tokens),
       attributes_(attribute_tokens) {}
 
-void xml_writer::write_xml_record(const journal_entry& entry, text_buffer& out) {
+void xml_writer::write_record(const journal_entry& entry, text_buffer& out) {
     if (settings_.closed_only && (entry.reason & usn_reason::close) == 0) return;
     if (!is_plausible(entry.timestamp) || !times_.format(entry.timestamp)) {
         out.append(corrupted_entry);
@@ -99,7 +100,7 @@ void xml_writer::write_xml_record(const journal_entry& entry, text_buffer& out) 
     to = put_long_field<attributes>(out, to, attributes_.text_of(entry.file_attributes));
     to = put_text(to, usn.opening);
     to = put_text(put_number(to, static_cast<std::uint64_t>(entry.usn), 12), usn.closing);
-    if (settings_.show_dir_path) to = put_path_fields(out, to, entry);
+    if (with_paths_) to = put_path_fields(out, to, entry);
     out.end_at(put_text(to, "</data_entry>\n"));
 }
 
@@ -119,15 +120,14 @@ char* xml_writer::put_name(text_buffer& out, char* to, std::u16string_view name)
 
 // The times stand there whatever the status.
 char* xml_writer::put_path_fields(text_buffer& out, char* to, const journal_entry& entry) {
-    const mft_status status = mft_status_of(entry);
-    to = put_field<status_field>(to, status_word(status));
-    path_text(entry, status, text_);
+    to = put_field<status_field>(to, status_word(entry.status));
+    path_text(entry, text_);
     to = put_long_field<path_field>(out, to, escaped(text_));
     if (!settings_.pull_times) return to;
-    to = put_time_fields<modify_date, modify_time>(to, pulled_times_, entry.si_modified);
-    to = put_time_fields<access_date, access_time>(to, pulled_times_, entry.si_accessed);
-    to = put_time_fields<mft_changed_date, mft_changed_time>(to, pulled_times_, entry.si_mft_changed);
-    return put_time_fields<created_date, created_time>(to, pulled_times_, entry.si_created);
+    to = put_time_fields<modify_date, modify_time>(to, pulled_times_, entry.index_modified);
+    to = put_time_fields<access_date, access_time>(to, pulled_times_, entry.index_accessed);
+    to = put_time_fields<mft_changed_date, mft_changed_time>(to, pulled_times_, entry.index_mft_changed);
+    return put_time_fields<created_date, created_time>(to, pulled_times_, entry.index_created);
 }
 
 char* xml_writer::put_number(char* to, std::uint64_t value, std::size_t digits) const {

@@ -2,9 +2,9 @@
 // xml_document's. Made by the dispatch for one run.
 #pragma once
 
-#include "app/usnjrnl_context.h"
 #include "journal/journal_entry.h"
 #include "output/date_time.h"
+#include "output/layout_settings.h"
 #include "output/text_buffer.h"
 #include "output/token_cache.h"
 
@@ -17,12 +17,14 @@ namespace uni {
 
 class xml_writer {
 public:
-    // The settings outlive the writer.
-    explicit xml_writer(const usnjrnl_context& settings);
+    // The settings outlive the writer. `with_paths`: where files were is known and is told.
+    xml_writer(const layout_settings& settings, bool with_paths);
+
+    void write_header(text_buffer& /*out*/) {}
 
     // Appends the record's element: none for a record without the close flag (unless all are asked for), one marked as
     // corrupted and without values for one whose time is not in 1990 to 2100.
-    void write_xml_record(const journal_entry& entry, text_buffer& out);
+    void write_record(const journal_entry& entry, text_buffer& out);
 
 private:
     char* put_name(text_buffer& out, char* to, std::u16string_view name);
@@ -30,7 +32,8 @@ private:
     char* put_number(char* to, std::uint64_t value, std::size_t digits) const;
     [[nodiscard]] std::string_view escaped(const std::string& text);
 
-    const usnjrnl_context& settings_;
+    const layout_settings& settings_;
+    bool with_paths_;
     time_formatter times_;
     time_formatter pulled_times_;  // of its own, so that the records' times stay in order for the other
     token_cache reasons_;

@@ -2,6 +2,7 @@
 // with the whole program.
 #include "app/evidence_guard.h"
 #include "app/run_header.h"
+#include "output/layouts.h"
 #include "platform/platform.h"
 #include "support/command_line.h"
 
@@ -15,21 +16,18 @@ namespace {
 std::map<std::string, std::string> texts_of(const usnjrnl_context& s) {
     std::map<std::string, std::string> all;
     const auto add = [&](const char* name, const auto& value) { all[name] = (std::ostringstream() << value).str(); };
-    add("all", !s.closed_only), add("offset", s.show_offset);
-    add("dir", s.show_dir_path), add("mft", s.mft_file_path), add("pull", s.pull_times), add("extra", s.extra_scan);
-    add("unalloc", s.include_unalloc), add("vss", s.include_vss), add("slack", s.include_slack);
-    add("escape", s.xml_escape), add("rebuild", s.rebuild_mft), add("banner", s.banner), add("out", s.results_path);
-    add("date", s.date_format), add("time", s.time_format), add("pair", s.pair_date_time);
-    add("swap", std::to_string(s.replaced_character) + ">" + std::to_string(s.replacement));
-    add("sep", "[" + s.separator + "]"), add("dense", s.no_whitespace), add("lead", s.leading_space);
-    add("marks", s.mark_line_breaks), add("hex", s.hexadecimal), add("header", s.write_header);
-    add("xml", s.xml), add("csv", s.csv), add("l2t", s.csvl2t), add("gen", s.csvgen), add("body", s.bodyfile);
-    add("multi", s.multiline), add("progress", s.progress), add("verbose", s.verbose), add("profile", s.profile);
-    add("pipe", s.pipe), add("signal", s.signal_name), add("host", s.host_name), add("user", s.user_name);
-    add("log", s.log_path), add("level", s.log_level), add("tag", s.tool_tag), add("version", s.version_text);
-    for (const auto& [name, window] : {std::pair{"start", s.start_time}, {"stop", s.stop_time}}) {
-        add(name, window.valid ? std::to_string(window.day_count) + "/" + std::to_string(window.filetime) : "");
-    }
+    const uni::layout_settings& l = s.layout;
+    const reading_settings& r = s.reading;
+    add("all", !l.closed_only), add("offset", l.show_offset), add("dir", r.show_dir_path), add("mft", r.mft_file_path);
+    add("pull", l.pull_times + r.pull_times), add("extra", l.show_type), add("unalloc", r.include_unalloc);
+    add("vss", r.include_vss), add("slack", r.include_slack), add("escape", l.xml_escape);
+    add("rebuild", r.rebuild_mft), add("out", s.results_path), add("date", l.date_format), add("time", l.time_format);
+    add("pair", l.pair_date_time),
+        add("swap", std::to_string(l.replaced_character) + ">" + std::to_string(l.replacement));
+    add("sep", "[" + l.separator + "]"), add("dense", l.no_whitespace), add("lead", l.leading_space);
+    add("marks", l.mark_line_breaks), add("gen", l.generic_csv), add("hex", l.hexadecimal);
+    add("layout", uni::row_of(l.chosen).option), add("progress", s.progress), add("profile", s.profile);
+    add("signal", s.signal_name), add("host", l.host_name), add("user", l.user_name), add("log", s.log_path);
     return all;
 }
 
@@ -50,15 +48,15 @@ TEST(Options, Effects) {
         const char *line, *changes = "", *said = "", *left = "";
     } cases[] = {
         {"-Csv", "dense=1 marks=1 sep=[,] swap=44>32 "},
-        {"-csvl2t", "csv=0 l2t=1 sep=[,] swap=44>32 "},
-        {"-bodyfile", "body=1 csv=0 sep=[|] "},
-        {"-xml", "csv=0 header=0 sep=[] swap=0>0 xml=1 "},
+        {"-csvl2t", "layout=-csvl2t sep=[,] swap=44>32 "},
+        {"-bodyfile", "layout=-bodyfile sep=[|] "},
+        {"-xml", "layout=-xml sep=[] swap=0>0 "},
         // The lowest style wins; what it does not touch stays as the losers left it.
-        {"-csvgen -csvl2t", "csv=0 dense=1 gen=1 l2t=1 marks=1 sep=[,] swap=44>32 "},
-        {"-multiline -csvgen -xml", "csv=0 dense=1 gen=1 marks=1 multi=1 sep=[] swap=0>0 "},
-        {"-xml -bodyfile", "csv=0 header=0 sep=[] swap=0>0 xml=1 "},
+        {"-csvgen -csvl2t", "dense=1 gen=1 layout=-csvl2t marks=1 sep=[,] swap=44>32 "},
+        {"-multiline -csvgen -xml", "dense=1 gen=1 layout=-multiline marks=1 sep=[] swap=0>0 "},
+        {"-xml -bodyfile", "layout=-xml sep=[] swap=0>0 "},
         {"-profile -pipe -base10 -xml_escape -rebuild_mft -show_dir_path -show_offset",
-         "dir=1 escape=1 hex=0 offset=1 pipe=1 profile=1 rebuild=1 "},
+         "dir=1 escape=1 hex=0 offset=1 profile=1 rebuild=1 "},
         {"-signal s -hostname h -username u~v -dateformat DD/mm/yy -timeformat hh:mm:ss.xxxxxxxxx",
          "date=dd/mm/yy host=h signal=s time=hh:mm:ss.xxxxxxxxx user=u v "},
         {"-csv_separator TAB", "sep=[\t] swap=0>0 "},
@@ -67,8 +65,8 @@ TEST(Options, Effects) {
         {"-dateformat MM/MM/yyyy", "", "invalid MM/MM/yyyy, using default format\n"},
         {"-timeformat hh:mm:ss.xx", "", "invalid hh:mm:ss.xx, using default format\n"},
         {"-timeformat hhmmssxx", "", "invalid hhmmssxx, using default format\n"},
-        {"-v -verbose", "verbose=1 ", "", "-v"},
-        {"-a -pulltimes", "all=1 pull=1 "},
+        {"-v -verbose", "", "", "-v"},
+        {"-a -pulltimes", "all=1 pull=2 "},
         {"-mftfile %no~such~name%/m", "dir=1 mft=%no such name%/m "},
         {"-include_slack_space", "extra=1 slack=1 "},
         {"-include_unalloc_clusters", "extra=1 unalloc=1 "},
@@ -81,11 +79,11 @@ TEST(Options, Effects) {
         // Who is asked first gets what two could take; sources, strangers and options without their value stay.
         {"-file -quiet x -partition c -offset 5 stray", "progress=0 ", "", "-file x -partition c -offset 5 stray"},
         {"-hostname -csv -a", "dense=1 host=-a marks=1 sep=[,] swap=44>32 "},
-        {"-cmd_stop_time 2024/02/29", "stop=154556/133537247990000000 "},
+        {"-cmd_stop_time 2024/02/29", ""},
         {"-cmd_start_time 2023-2-29 -cmd_stop_time 2024/02-01", "", both_invalid},
         {"-cmd_start_time 1600-12-31 -cmd_stop_time 2024-02-29~24:00:00", "", both_invalid},
-        {"-cmd_stop_time 1601-01-02~00:00:00 -cmd_start_time 1601-01-02~00:00:01", "start=1/864010000000 ",
-         "invalid stop time, ignoring\n"},
+        {"-cmd_stop_time 1601-01-02~00:00:00 -cmd_start_time 1601-01-02~00:00:01", "", "invalid stop time, ignoring\n"},
+        {"-cmd_stop_time 1601-01-02~00:00:01 -cmd_start_time 1601-01-02~00:00:01", ""},
     };
     for (const auto& c : cases) {
         const parsed_options p(words(c.line));
@@ -94,7 +92,8 @@ TEST(Options, Effects) {
         EXPECT_EQ(p.said, c.said) << c.line;
         EXPECT_EQ(p.left, words(c.left)) << c.line;
     }
-    EXPECT_EQ(parsed_options(words("-pair_datetime -timeformat hh:mm:ss")).settings.time_format_flags, 0x18600u + '-');
+    EXPECT_EQ(parsed_options(words("-pair_datetime -timeformat hh:mm:ss")).settings.layout.time_format_flags,
+              0x18600u + '-');
     EXPECT_EQ(changes(parsed_options({"-csv_separator", ""})), "sep=[] swap=0>0 ");
 }
 

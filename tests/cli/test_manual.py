@@ -7,9 +7,9 @@ ROOT = pathlib.Path(__file__).parents[2]
 
 def taken_options():
     """Every text of the parser's sources that is as a whole the name of an option, and those that take a value."""
-    lines = [line for source in (ROOT / "src/app").glob("*.cpp") for line in source.read_text().splitlines()]
+    lines = [line for source in (ROOT / "src/app").glob("*.*") for line in source.read_text().splitlines()]
     named = {line: re.findall(r'"(--?[a-z]\w*|/\?)"', line) for line in lines}
-    valued = {name for line in lines if re.search(r"\b(valued|option_value)\(", line) for name in named[line]}
+    valued = {name for line in lines if re.search(r"\b(valued|option_value)\(|> source_options{", line) for name in named[line]}
     # The last is no option: a message has that name for another.
     return {name for names in named.values() for name in names} - {"-include_mft_slack_space"}, valued
 

@@ -1,19 +1,16 @@
 // The scan for lost records in one cluster, under each pass and any bound for entry numbers.
 #include "fuzz_support.h"
 
-#include "journal/chunk_receiver.h"
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz_input in(data, size);
-    static usnjrnl_context run;
-    journal_collection journal;
-    run.journal = &journal;
-    run.active_pass = static_cast<carving_pass>(1 + in.number<std::uint8_t>() % 3);
-    run.mft_entry_count = in.number<std::uint64_t>();
+    static const usnjrnl_context layout = settings_from({"lorq", "-csv", "-a", "-show_offset"});
+    run_meter meter;
+    journal_intake intake(meter);
+    carving_pass pass{.label = "SnapID: 1"};
+    pass.origin = static_cast<record_origin>(1 + in.number<std::uint8_t>() % 3);
+    pass.entry_bound = in.number<std::uint64_t>();
     const bytes cluster = in.rest();
-    chunk_receiver(run).on_journal_chunk(byte_view(cluster, 0x10000));
-    static usnjrnl_context layout = settings_from({"lorq", "-csv", "-a", "-show_offset"});
-    layout.journal = &journal;
-    write_all(layout);
+    intake.carve(byte_view(cluster, 0x10000), pass);
+    write_all(layout, intake);
     return 0;
 }

@@ -3,10 +3,9 @@
 #pragma once
 
 #include "app/option_table.h"
-#include "journal/journal_collection.h"
+#include "journal/journal_intake.h"
 #include "ntfs/ntfs_volume.h"
-#include "output/null_stream.h"
-#include "output/record_writer.h"
+#include "output/layouts.h"
 #include "support/memory_source.h"
 #include "support/ntfs_image_builder.h"
 
@@ -74,7 +73,7 @@ inline const diagnostic_log& fuzz_log() {
 
 class no_effects : public option_effects {
 public:
-    bool open_log(const std::string&, const std::string&) override { return true; }
+    bool open_log(const std::string&) override { return true; }
     bool can_create_results(const std::string&) override { return true; }
     void say(std::string_view) override {}
     [[nodiscard]] bool stops_at_failure() const override { return false; }
@@ -84,7 +83,6 @@ inline usnjrnl_context settings_from(argument_list arguments) {
     usnjrnl_context settings;
     no_effects effects;
     (void)take_options(arguments, settings, effects);
-    settings.journal_path = "$J";
     return settings;
 }
 
@@ -100,8 +98,25 @@ inline usnjrnl_context settings_of(std::uint32_t bits) {
     return settings_from(std::move(arguments));
 }
 
-inline void write_all(usnjrnl_context& run) {
-    uni::null_out_stream out;
-    uni::status_line status([](std::string_view) {});
-    (void)uni::write_records(out, run, status);
+// Composes every line and shows it nowhere.
+inline progress shown_progress() {
+    progress shown;
+    shown.show_with([](std::string_view) {}, [](std::string_view) {});
+    return shown;
+}
+
+// Keeps no byte, and fails at none.
+inline std::ostream& nowhere() {
+    struct swallowing_buffer : std::streambuf {
+        int_type overflow(int_type c) override { return traits_type::not_eof(c); }
+        std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
+    };
+    static swallowing_buffer buffer;
+    static std::ostream out(&buffer);
+    return out;
+}
+
+inline void write_all(const usnjrnl_context& settings, const journal_intake& intake) {
+    progress shown = shown_progress();
+    (void)uni::write_records(nowhere(), settings.layout, intake.records(), intake.meter(), shown);
 }

@@ -1,13 +1,12 @@
 // The walk over a journal's bytes, the decoders, and every layout over what they yield.
 #include "fuzz_support.h"
 
-#include "journal/chunk_receiver.h"
 #include "journal/journal_walk.h"
 
 #include <array>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static std::array<usnjrnl_context, 8> layouts{
+    static const std::array<usnjrnl_context, 8> layouts{
         settings_from({"lorq", "-a"}),
         settings_from({"lorq", "-csv", "-show_offset"}),
         settings_from({"lorq", "-csvgen", "-base10", "-pair_datetime"}),
@@ -18,19 +17,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         settings_from({"lorq", "-multiline", "-no_whitespace"})};
     fuzz_input in(data, size);
     const bool by_pages = in.number<std::uint8_t>() % 2 == 0;  // as of a file; of a volume by larger chunks
-    usnjrnl_context run;
-    journal_collection journal;
-    run.journal = &journal;
-    chunk_receiver receiver(run);
+    run_meter meter;
+    journal_intake intake(meter);
     for (std::uint64_t at = 0; !in.empty();) {
         const auto piece = in.take(by_pages ? journal_page_size : 4 * journal_page_size);
         const bytes chunk(piece.begin(), piece.end());
-        receiver.on_journal_chunk(byte_view(chunk, at));
+        intake.walk(byte_view(chunk, at));
         at += chunk.size();
     }
-    for (usnjrnl_context& layout : layouts) {
-        layout.journal = &journal;
-        write_all(layout);
-    }
+    for (const usnjrnl_context& layout : layouts) write_all(layout, intake);
     return 0;
 }

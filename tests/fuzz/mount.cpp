@@ -11,10 +11,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     bytes image(volume_offset);
     append(image, in.rest());
     settle_sequences(image);
+    progress shown = shown_progress();
     for (const bool rebuilt : {false, true}) {
         ntfs_volume volume(fuzz_log());
         volume.open_volume(reader_over(image, alignment, (kind & 0x20U) == 0), volume_offset);
-        if (rebuilt ? rebuild_mft(volume, {}) != rebuild_result::rebuilt : !volume.mount()) continue;
+        if (rebuilt ? rebuild_mft(volume, shown) != rebuild_result::rebuilt : !volume.mount()) continue;
         mft_entry entry;
         for (const std::uint64_t number : {0ULL, 1ULL, 2ULL, 15ULL, 0xFFFFFFFFULL, 0xFFFFFFFFFFFFULL}) {
             (void)volume.record_offset(number);

@@ -17,15 +17,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     (void)join_arguments(arguments, '\'');
     for (const std::string& argument : arguments) (void)parse_number(argument);
     (void)evidence_guard(arguments).sources();
-    static journal_collection journal;
-    if (journal.size() == 0) {
+    static run_meter meter;
+    static journal_intake intake(meter);
+    if (intake.records().size() == 0) {
         journal_entry entry{.valid = 1, .file_ref = 40, .parent_ref = 5, .timestamp = 133'486'724'967'891'234};
         entry.reason = 0x80000100;
         entry.name = u"a|b,c\r\n<\u4E2D>";
-        journal.add(entry);
+        intake.records().add(entry);
     }
-    usnjrnl_context settings = settings_from(arguments);
-    settings.journal = &journal;
-    write_all(settings);
+    write_all(settings_from(arguments), intake);
     return 0;
 }

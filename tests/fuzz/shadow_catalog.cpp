@@ -11,9 +11,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::ranges::copy(in.take(2 * seed::catalog_space), image.data() + seed::catalog_lcn * made.cluster_size);
     ntfs_volume volume(fuzz_log());
     volume.open_volume(reader_over(std::move(image)), 0);
-    journal_collection journal;
-    usnjrnl_context run;
-    run.journal = &journal;
-    (void)carve_shadow_stores(volume, run, [](std::string_view) {});
+    run_meter meter;
+    journal_intake intake(meter);
+    progress shown = shown_progress();
+    carving_run run{.volume = volume, .intake = intake, .shown = shown};
+    carve_shadow_stores(run);
     return 0;
 }

@@ -44,20 +44,24 @@ bytes changed_image(fuzz_input& in) {
 std::unique_ptr<ntfs_volume> opened(const bytes& image, bool rebuilt) {
     auto volume = std::make_unique<ntfs_volume>(fuzz_log());
     volume->open_volume(reader_over(image), 0);
-    const bool mounted = rebuilt ? rebuild_mft(*volume, {}) == rebuild_result::rebuilt : volume->mount();
+    progress shown = shown_progress();
+    const bool mounted = rebuilt ? rebuild_mft(*volume, shown) == rebuild_result::rebuilt : volume->mount();
     return mounted ? std::move(volume) : nullptr;
 }
 
 // As a run with -mftfile does: paths from the records alone.
-void resolve_by_exported_mft(const bytes& image, ntfs_volume& source, usnjrnl_context& run) {
+void resolve_by_exported_mft(const bytes& image, ntfs_volume& source, const usnjrnl_context& settings) {
     const auto begin = image.begin() + static_cast<std::ptrdiff_t>(seed_volume().offset_of_record(0));
     ntfs_volume exported(fuzz_log());
-    journal_collection journal;
-    journal.number_pairs();
-    run.journal = &journal;
-    run.show_dir_path = exported.open_mft_file(reader_over({begin, begin + 48 * 1024})) &&
-                        read_volume_journal(source, run, [] {}) && resolve_journal_paths(run, exported);
-    write_all(run);
+    run_meter meter;
+    progress shown = shown_progress();
+    journal_intake intake(meter);
+    intake.records().number_pairs();
+    if (exported.open_mft_file(reader_over({begin, begin + 48 * 1024})) &&
+        read_volume_journal(source, intake, shown, [] {}) == journal_found::yes) {
+        (void)resolve_journal_paths(intake.records(), exported, settings.reading.pull_times, shown);
+    }
+    write_all(settings, intake);
 }
 
 }  // namespace
@@ -65,20 +69,20 @@ void resolve_by_exported_mft(const bytes& image, ntfs_volume& source, usnjrnl_co
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz_input in(data, size);
     const auto kind = in.number<std::uint32_t>();
-    usnjrnl_context run = settings_of(kind);
-    run.source = source_kind::image;
+    const usnjrnl_context settings = settings_of(kind);
     bytes image = changed_image(in);
     if ((kind & 1U << 31U) == 0) settle_sequences(image);
     const bool rebuilt = (kind & 1U << 30U) != 0;
-    std::shared_ptr<ntfs_volume> volume = opened(image, rebuilt);
+    std::unique_ptr<ntfs_volume> volume = opened(image, rebuilt);
     if (volume == nullptr) return 0;
     if ((kind & 1U << 29U) != 0) {
-        resolve_by_exported_mft(image, *volume, run);
+        resolve_by_exported_mft(image, *volume, settings);
         return 0;
     }
-    run.rebuilt_volume = std::move(volume);
-    uni::null_out_stream out;
     uni::status_line status([](std::string_view) {});
-    (void)run_driver(out, run, status, fuzz_log());
+    run_meter meter;
+    progress shown = shown_progress();
+    (void)run_driver(nowhere(), settings, {source_named("-image", ""), std::move(volume)},
+                     {status, fuzz_log(), meter, shown});
     return 0;
 }

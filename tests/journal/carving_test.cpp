@@ -1,7 +1,6 @@
 // The carving passes over volumes made byte by byte: damage, and what no formatter writes.
 #include "journal/carving.h"
 
-#include "journal/journal_collection.h"
 #include "journal/path_resolution.h"
 #include "ntfs/opened_volume.h"
 
@@ -20,12 +19,12 @@ bytes laid_out(std::size_t size, const std::vector<std::pair<std::size_t, bytes>
 
 struct carving {
     explicit carving(bytes image = {}, std::uint64_t volume_offset = 0) : disk(std::move(image), volume_offset) {
-        run.journal = &journal;
+        progress_shown.show_with([this](std::string_view text) { shown.append(text).append("\n"); }, nullptr);
     }
     // "name@cluster+byte", in order of arrival.
-    [[nodiscard]] std::string found(std::uint64_t unit) const {
+    [[nodiscard]] std::string found(std::uint64_t unit) {
         std::string text;
-        ordered_reader records(journal, *run.meter);
+        ordered_reader records(intake.records(), meter);
         journal_entry entry;
         while (records.next(entry)) {
             text += (text.empty() ? "" : " ") + std::string(entry.name.begin(), entry.name.end()) + "@" +
@@ -34,10 +33,11 @@ struct carving {
         return text;
     }
     opened_volume disk;
-    journal_collection journal;
-    usnjrnl_context run;
+    run_meter meter;
+    journal_intake intake{meter};
+    progress progress_shown;
+    carving_run run{.volume = disk.volume, .intake = intake, .shown = progress_shown};
     std::string shown;
-    progress_sink progress = [this](std::string_view text) { shown.append(text).append("\n"); };
 };
 
 TEST(carve_unallocated, survives_damage_cluster_by_cluster) {
@@ -61,9 +61,9 @@ TEST(carve_unallocated, survives_damage_cluster_by_cluster) {
         carving on({made.image.begin(), made.image.begin() + static_cast<std::ptrdiff_t>(clusters * 512)});
         ASSERT_TRUE(on.disk.volume.mount());
         if (bad != 0) on.disk.faults.bad = {{bad * 512, bad * 512 + 512}};
-        EXPECT_TRUE(carve_unallocated(on.disk.volume, on.run, on.progress));
+        carve_unallocated(on.run);
         EXPECT_EQ(on.found(512), found);
-        EXPECT_EQ(on.run.lost_bytes, lost);
+        EXPECT_EQ(on.intake.lost_bytes(), lost);
         if (lost != 0) continue;
         EXPECT_EQ(on.shown,
                   "looking for unalloc cluster\nanalyzing cluster 1752 of 8192\nlooking for unalloc cluster\n"
@@ -82,9 +82,9 @@ TEST(carve_unallocated, endless_volume_costs_what_is_there) {
         disk_reader reader;
         reader.open(std::make_unique<memory_source>(made.image, 1, tells_size));
         on.disk.volume.open_volume(std::move(reader), 0);
-        EXPECT_TRUE(carve_unallocated(on.disk.volume, on.run, on.progress));
+        carve_unallocated(on.run);
         EXPECT_EQ(on.found(4096), "r@200+0");
-        EXPECT_EQ(on.run.lost_bytes, ((1ULL << 32U) - 8 - 256) * 4096);
+        EXPECT_EQ(on.intake.lost_bytes(), ((1ULL << 32U) - 8 - 256) * 4096);
         EXPECT_EQ(on.shown, "analyzing results - formatting output\n");
     }
 }
@@ -92,10 +92,9 @@ TEST(carve_unallocated, endless_volume_costs_what_is_there) {
 TEST(resolve_journal_paths, gives_nothing_where_pairs_were_not_numbered) {
     ntfs_image_builder made{};
     carving on(made.build().image);
-    on.run.show_dir_path = true;
-    EXPECT_FALSE(resolve_journal_paths(on.run, on.disk.volume));
-    on.journal.number_pairs();
-    EXPECT_TRUE(resolve_journal_paths(on.run, on.disk.volume));
+    EXPECT_FALSE(resolve_journal_paths(on.intake.records(), on.disk.volume, false, on.progress_shown));
+    on.intake.records().number_pairs();
+    EXPECT_TRUE(resolve_journal_paths(on.intake.records(), on.disk.volume, false, on.progress_shown));
 }
 
 TEST(carve_slack, looks_behind_each_stream_once) {
@@ -131,9 +130,9 @@ TEST(carve_slack, looks_behind_each_stream_once) {
     ASSERT_TRUE(on.disk.volume.mount());
     on.disk.faults.bad = {{512 + 114 * 4096, 512 + 115 * 4096},
                           {512 + 2 * 4096 + 40 * 1024, 512 + 2 * 4096 + 40 * 1024 + 1}};
-    EXPECT_TRUE(carve_slack(on.disk.volume, on.run, on.progress));
+    carve_slack(on.run);
     EXPECT_EQ(on.found(4096), "r@101+528 r@102+520 r@104+520 r@105+520 r@111+520 r@112+520");
-    EXPECT_EQ(on.run.lost_bytes, 4096U + 1024);  // a cluster and a record of $MFT
+    EXPECT_EQ(on.intake.lost_bytes(), 4096U + 1024);  // a cluster and a record of $MFT
     EXPECT_EQ(on.shown, "analyzing entry 0 of 64\nanalyzing entry 53 of 64\nanalyzing results - formatting output\n");
 }
 
@@ -148,8 +147,8 @@ TEST(carve_slack, counts_what_too_many_claim) {
     for (std::uint64_t entry = 24; entry < 64; ++entry) made.put(entry, claims);
     carving on(made.image);
     ASSERT_TRUE(on.disk.volume.mount());
-    EXPECT_FALSE(carve_slack(on.disk.volume, on.run, on.progress));
-    EXPECT_EQ(on.run.lost_bytes, (40 * 8 - 16 * 18) * 4096U);  // 16 readings of each cluster, on the average
+    carve_slack(on.run);
+    EXPECT_EQ(on.intake.lost_bytes(), (40 * 8 - 16 * 18) * 4096U);  // 16 readings of each cluster, on the average
 }
 
 // With the path to the catalog, which is at LCN 200, and the header of a store at 1000.
@@ -169,11 +168,11 @@ TEST(carve_shadow_stores, counts_what_a_volume_cannot_hold) {
     ntfs_image_builder made = volume_with_copies(shadow_catalog({{3, 1, 1000 * 512, reference(9, 7)}}, 2048));
     made.put(9, {.attributes = {{.runs = run_list({{1100, 900}, {1101, 900}, {1100, 900}}), .real_size = 512}}});
     carving on(made.image);
-    EXPECT_FALSE(carve_shadow_stores(on.disk.volume, on.run, {}));
-    EXPECT_EQ(on.run.lost_bytes, (2700 - 2048) * 512U);
-    on.run.lost_bytes = ~std::uint64_t{0} - 1;
-    EXPECT_FALSE(carve_shadow_stores(on.disk.volume, on.run, {}));
-    EXPECT_EQ(on.run.lost_bytes, ~std::uint64_t{0});
+    carve_shadow_stores(on.run);
+    EXPECT_EQ(on.intake.lost_bytes(), (2700 - 2048) * 512U);
+    on.intake.lose(1, ~std::uint64_t{0} - 1 - on.intake.lost_bytes());
+    carve_shadow_stores(on.run);
+    EXPECT_EQ(on.intake.lost_bytes(), ~std::uint64_t{0});
 }
 
 TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
@@ -203,22 +202,22 @@ TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
     carving on(made.image);
     ASSERT_TRUE(on.disk.volume.mount());
     on.disk.faults.bad = {{403 * 512, 404 * 512}};  // of no store, though the pieces before it reach over it
-    EXPECT_TRUE(carve_shadow_stores(on.disk.volume, on.run, on.progress));
+    carve_shadow_stores(on.run);
     // Of each store eight in the first cluster; what begins the second is in two pieces.
-    EXPECT_EQ(on.journal.size(), 33U);
+    EXPECT_EQ(on.intake.records().size(), 33U);
     EXPECT_TRUE(on.found(512).ends_with("r@410+384 r@410+448 r@411+0 r@411+0 l@415+0")) << on.found(512);
     constexpr std::uint64_t endless = ((1ULL << 50U) - 8) * 512;
-    EXPECT_EQ(on.run.lost_bytes, endless);
+    EXPECT_EQ(on.intake.lost_bytes(), endless);
     EXPECT_EQ(on.shown, "analyzing entry 0\n");
 
     carving with_holes(made.image);
     ASSERT_TRUE(with_holes.disk.volume.mount());
     with_holes.disk.faults.bad = {{201 * 512, 202 * 512}};  // of the catalog: store 1, at 390, stands there
-    EXPECT_TRUE(carve_shadow_stores(with_holes.disk.volume, with_holes.run, with_holes.progress));
+    carve_shadow_stores(with_holes.run);
     EXPECT_TRUE(with_holes.found(512).starts_with("r@400+0 ") && with_holes.found(512).ends_with(" l@415+0"));
-    EXPECT_EQ(with_holes.run.lost_bytes, endless + 512);
+    EXPECT_EQ(with_holes.intake.lost_bytes(), endless + 512);
     const std::string none = "00000000-0000-0000-0000-000000000000", copy = "3808876b-c176-4e48-b7ae-04046e6cc752";
-    ordered_reader records(on.journal, *on.run.meter);
+    ordered_reader records(on.intake.records(), on.meter);
     journal_entry entry;
     ASSERT_TRUE(records.next(entry));
     EXPECT_EQ(entry.snapshot_label, "SnapID: " + none);

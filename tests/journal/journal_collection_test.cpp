@@ -44,14 +44,13 @@ TEST(JournalCollection, GivesBackWhatWasPutIn) {
         entry.reason = small * 3, entry.source_info = small * 5, entry.security_id = small * 7;
         entry.file_attributes = small * 11;
         entry.name.assign(i % 201, static_cast<char16_t>(i));
-        entry.from_unalloc = i % 5 == 1, entry.from_vss = i % 5 == 2, entry.from_slack = i % 5 == 3;
+        entry.origin = static_cast<record_origin>(i % 4);
         entry.snapshot_label = i < 100 || i > 9000 ? "" : i < 5000 ? "SnapID: a" : "SnapID: b";
         return entry;
     };
     const auto fields = [](const journal_entry& e) {
         return std::tie(e.valid, e.file_ref, e.parent_ref, e.usn, e.timestamp, e.reason, e.source_info, e.security_id,
-                        e.file_attributes, e.name, e.record_offset, e.snapshot_label, e.from_unalloc, e.from_vss,
-                        e.from_slack);
+                        e.file_attributes, e.name, e.record_offset, e.snapshot_label, e.origin);
     };
     constexpr std::size_t count = 20'000;  // several blocks of memory
     journal_collection journal;

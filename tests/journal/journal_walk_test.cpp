@@ -16,8 +16,7 @@ bytes record_named(const char16_t* name, std::uint64_t timestamp = 133'485'408'0
 std::string walked(const bytes& chunk, std::uint64_t offset = 0) {
     journal_collection journal;
     journal_entry entry;
-    const bool grew = walk_chunk(journal, byte_view(chunk, offset), entry);
-    EXPECT_EQ(grew, journal.size() != 0);
+    walk_chunk(journal, byte_view(chunk, offset), entry);
     std::string out;
     run_meter meter;
     ordered_reader records(journal, meter);

@@ -34,12 +34,10 @@ TEST(MftRebuild, TheBestCopyOfEachRecordWins) {
     EXPECT_TRUE(opened.volume.mft_damaged());
 
     std::string told;
-    const rebuild_progress progress{
-        .scanned = [&](std::uint64_t offset,
-                       std::uint64_t size) { told += std::to_string(offset * 100 / size) + "% "; },
-        .grown = [&](std::uint64_t records, std::uint64_t) { told += std::to_string(records) + " "; }};
-    ASSERT_EQ(rebuild_mft(opened.volume, progress), rebuild_result::rebuilt);
-    EXPECT_EQ(told, "5 100% ");  // one piece of a mebibyte: 50, 51, 52, 54, 1023
+    progress shown;
+    shown.show_with([&](std::string_view text) { told.append(text).append("; "); }, nullptr);
+    ASSERT_EQ(rebuild_mft(opened.volume, shown), rebuild_result::rebuilt);
+    EXPECT_EQ(told, "inode count 5, offset 0x0; percent done: 100; ");  // one piece of a mebibyte: 50, 51, 52, 54, 1023
     EXPECT_EQ(opened.volume.record_count(), 1024U);
     std::string names;
     for (const std::uint64_t entry : {0U, 50U, 51U, 53U, 54U, 1023U, 1024U}) {

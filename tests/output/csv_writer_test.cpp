@@ -23,7 +23,6 @@ TEST(CsvWriter, DefaultTable) {
     EXPECT_EQ(written(""), golden);
     EXPECT_EQ(written("", {timeless, open, sample_entry(), open}), golden);
     EXPECT_EQ(written("", {open}), golden.substr(0, golden.find('\n') + 1));
-    EXPECT_EQ(written("", {}), "");
 }
 
 TEST(CsvWriter, LayoutsWithoutPadding) {
@@ -53,9 +52,9 @@ TEST(CsvWriter, LayoutsWithoutPadding) {
         EXPECT_NE(written_line(more, entry).find("0x00001000\t" + type + "\t0x00007e00"), std::string::npos) << type;
     };
     expect_type("$J");
-    entry.from_slack = 1, expect_type("slack");
-    entry.from_vss = 1, expect_type("SnapID: 1");
-    entry.from_unalloc = 1, expect_type("unalloc");
+    entry.origin = record_origin::slack, expect_type("slack");
+    entry.origin = record_origin::shadow_copy, expect_type("SnapID: 1");
+    entry.origin = record_origin::unallocated, expect_type("unalloc");
 }
 
 TEST(CsvWriter, PaddedVariants) {
@@ -92,10 +91,10 @@ TEST(CsvWriter, PathColumnsAndPulledTimes) {
     journal_entry entry = sample_entry();
     entry.name = u"x";
     entry.parent_path = "\\\u00e9\\";
-    entry.si_modified = sample_time;
-    entry.si_accessed = sample_time + day;
-    entry.si_mft_changed = sample_time + 2 * day;
-    entry.si_created = sample_time + 3 * day;
+    entry.index_modified = sample_time;
+    entry.index_accessed = sample_time + day;
+    entry.index_mft_changed = sample_time + 2 * day;
+    entry.index_created = sample_time + 3 * day;
     // What stands behind "type change" in header and line.
     const auto expect = [&](const std::string& options, const std::string& line, const std::string& header = "") {
         const std::string text = written(options + " -show_dir_path", {entry});
@@ -114,13 +113,13 @@ TEST(CsvWriter, PathColumnsAndPulledTimes) {
     expect("-pulltimes", before + time + time + time + time + path);
     expect("-pulltimes -pair_datetime", before + pair + pair + pair + pair + path);
 
-    entry.mft_parent_missing = 1;
+    entry.status = mft_status::parent_gone;
     expect("-csv -pulltimes", ",del/parent,, ,, ,, ,, ,parent dir and file no longer referenced in $MFT");
-    entry.mft_entry_remnant = 1;
+    entry.status = mft_status::remnant;
     const std::string times =
         ",2024-01-02, 12:34:56.789,2024-01-03, 12:34:56.789,2024-01-04, 12:34:56.789,2024-01-05, 12:34:56.789,";
     expect("-csv -pulltimes", ",del/wisp" + times + "\\\u00e9\\x");
-    entry.mft_entry_current = 1;
+    entry.status = mft_status::valid;
     entry.parent_path = "\\a,b\n\\";
     expect("-csv -pulltimes", ",valid" + times + "\\a b[LF]\\x");
     expect("", blanks(10) + " | valid      | \\a,b\n\\x   ");

@@ -46,7 +46,7 @@ TEST(BodyWriter, SecondsOfAnyTimeAndNamesOfAnyKind) {
 TEST(L2tWriter, HeaderAndLayouts) {
     const std::string names =
         "timezone,MACB,source,sourcetype,type,user,host,short,desc,version,filename,inode,notes,format,extra\n";
-    EXPECT_EQ(written("-csvl2t", {}), "");
+    EXPECT_EQ(written("-csvl2t", {}), "date,time," + names);
     EXPECT_EQ(written("-csvl2t", {sample_entry(1, 0), journal_entry{}}), "date,time," + names);
     const std::string paired = "-csvl2t -pair_datetime -base10 -hostname lab -username a,b";  // as given
     const std::string line =
@@ -67,9 +67,9 @@ TEST(L2tWriter, NamesAndPaths) {
     };
     expect_path("", "");
     expect_path("[root]\\x [LF]\\a|b c<&\u00e9\U0001F600[CRLF]\ufffd");
-    entry.mft_parent_missing = 1;
+    entry.status = mft_status::parent_gone;
     expect_path("");
-    entry.mft_entry_current = 1;
+    entry.status = mft_status::valid;
     entry.parent_path = {};
     expect_path("");
 }

@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 namespace {
 
 using namespace std::string_literals;
@@ -39,9 +37,9 @@ TEST(XmlWriter, DecimalNumbersPathsAndPulledTimes) {
     std::string options = "-xml -show_dir_path -base10 -a";
     journal_entry entry = sample_entry(0);
     entry.parent_path = "[root]\\A & <\u00e9>\\";
-    entry.si_modified = sample_time;
-    entry.si_accessed = ~0ULL;  // no calendar has it
-    entry.si_mft_changed = sample_time + 864'000'000'000;
+    entry.index_modified = sample_time;
+    entry.index_accessed = ~0ULL;  // no calendar has it
+    entry.index_mft_changed = sample_time + 864'000'000'000;
     const auto expect_end = [&](const std::string& status, const std::string& path, const std::string& times) {
         EXPECT_EQ(written(options, {entry}),
                   "<data_entry>\n\t<USNDate>2024-01-02</USNDate>\n\t<USNTime>12:34:56.789</USNTime>\n"
@@ -56,13 +54,13 @@ TEST(XmlWriter, DecimalNumbersPathsAndPulledTimes) {
     const std::string times =
         "\t<SIModifyDate>2024-01-02</SIModifyDate>\n\t<SIModifyTime>12:34:56.789</SIModifyTime>\n"
         "\t<SIMFTChangedDate>2024-01-03</SIMFTChangedDate>\n\t<SIMFTChangedTime>12:34:56.789</SIMFTChangedTime>\n";
-    entry.mft_parent_missing = 1;
+    entry.status = mft_status::parent_gone;
     expect_end("del/parent", "parent dir and file no longer referenced in $MFT", times);
-    entry.mft_entry_remnant = 1;
+    entry.status = mft_status::remnant;
     expect_end("del/wisp", path, times);
-    entry.mft_entry_current = 1;
-    std::swap(entry.si_accessed, entry.si_modified);
-    std::swap(entry.si_created, entry.si_mft_changed);
+    entry.status = mft_status::valid;
+    std::swap(entry.index_accessed, entry.index_modified);
+    std::swap(entry.index_created, entry.index_mft_changed);
     options += " -xml_escape";
     expect_end("valid", "[root]\\A &amp; &lt;\u00e9&gt;\\report.docx",
                "\t<SIAccessDate>2024-01-02</SIAccessDate>\n\t<SIAccessTime>12:34:56.789</SIAccessTime>\n"
@@ -105,29 +103,25 @@ TEST(XmlEscape, OnlyWellFormedSequencesAreKept) {
     }
 }
 
-TEST(XmlDocument, FrameStandsAroundTheRun) {
-    usnjrnl_context settings;
-    settings.banner = "lorq ver: 1.49";
-    const auto document = [&](const std::string& header, bool outcome) {
-        std::ostringstream out;
-        EXPECT_EQ(uni::write_xml_document(out, settings, header, [&] { return out << "[run]\n", outcome; }),
-                  outcome && !settings.journal_path.empty());
-        return out.str();
+TEST(XmlDocument, FrameNamesTheSource) {
+    uni::layout_settings settings;
+    uni::frame_facts facts;
+    facts.banner = "lorq ver: 1.49", facts.journal_path = "C:\\a & b";
+    const auto beginning = [&](std::string_view header) {
+        facts.run_header = header;
+        return uni::xml_beginning(settings, facts);
     };
-    EXPECT_EQ(document("header\n", true), "");
-    settings.journal_path = "C:\\a & b";
     const std::string declaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n";
-    const std::string plain = "<logdata filename=\"C:\\a & b\" version=\"lorq ver: 1.49\">\n[run]\n</logdata>\n";
-    EXPECT_EQ(document("", true), declaration + plain);
-    EXPECT_EQ(document("one\ntwo\xff\n\"a --- b\n-->\x01\u0085\u00e9\uffff-\"\n", false),
+    const std::string plain = "<logdata filename=\"C:\\a & b\" version=\"lorq ver: 1.49\">\n";
+    EXPECT_EQ(beginning(""), declaration + plain);
+    EXPECT_EQ(beginning("one\ntwo\xff\n\"a --- b\n-->\x01\u0085\u00e9\uffff-\"\n"),
               declaration + "<!--\none\ntwo?\n\"a - - - b?- ->??\u00e9?-\"\n-->\n" + plain);
-    settings.image_path = "<\"A\" & 'B'\xff\n>";
-    EXPECT_EQ(document("", true), declaration + "<logdata umounted_image=\"<\"A\" & 'B'\xff\n>\"\n" + plain.substr(9));
+    facts.image_path = "<\"A\" & 'B'\xff\n>";
+    EXPECT_EQ(beginning(""), declaration + "<logdata umounted_image=\"<\"A\" & 'B'\xff\n>\"\n" + plain.substr(9));
     settings.xml_escape = true;
-    EXPECT_EQ(document("", true),
-              declaration +
-                  "<logdata umounted_image=\"&lt;&quot;A&quot; &amp; &apos;B&apos;\ufffd&#10;&gt;\"\n"
-                  "filename=\"C:\\a &amp; b\" version=\"lorq ver: 1.49\">\n[run]\n</logdata>\n");
+    EXPECT_EQ(beginning(""), declaration +
+                                 "<logdata umounted_image=\"&lt;&quot;A&quot; &amp; &apos;B&apos;\ufffd&#10;&gt;\"\n"
+                                 "filename=\"C:\\a &amp; b\" version=\"lorq ver: 1.49\">\n");
 }
 
 }  // namespace

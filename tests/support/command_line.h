@@ -27,8 +27,7 @@ struct parsed_options {
     explicit parsed_options(argument_list line) : left(std::move(line)) {
         left.insert(left.begin(), "lorq");
         uni::status_line status([this](std::string_view text) { said += text; });
-        settings.banner = "from an earlier run";
-        succeeded = parse_journal_options(left, "ver: 1.49", settings, status, log);
+        succeeded = parse_journal_options(left, settings, status, log);
         left.erase(left.begin());
     }
 
@@ -58,16 +57,20 @@ inline journal_entry sample_entry(std::uint32_t reason = 0x80000100, std::uint64
 
 // The text of the records, behind the header of those layouts that have one.
 inline std::string written(const std::string& options, const std::vector<journal_entry>& entries = {sample_entry()}) {
-    usnjrnl_context settings = parsed_options(words(options)).settings;
+    const usnjrnl_context settings = parsed_options(words(options)).settings;
     uni::text_buffer text;
-    const auto write = [&](auto writer, auto write_record) {
-        for (const journal_entry& entry : entries) (writer.*write_record)(entry, text);
+    const auto write = [&](auto writer) {
+        writer.write_header(text);
+        for (const journal_entry& entry : entries) writer.write_record(entry, text);
         return std::string(text.view());
     };
-    if (settings.xml) return write(uni::xml_writer(settings), &uni::xml_writer::write_xml_record);
-    if (settings.csvl2t) return write(uni::l2t_writer(settings), &uni::l2t_writer::write_l2t_record);
-    if (settings.bodyfile) return write(uni::body_writer(), &uni::body_writer::write_body_record);
-    return write(uni::csv_writer(settings), &uni::csv_writer::write_csv_record);
+    const bool with_paths = settings.reading.show_dir_path;
+    switch (settings.layout.chosen) {
+        case uni::layout::xml: return write(uni::xml_writer(settings.layout, with_paths));
+        case uni::layout::csvl2t: return write(uni::l2t_writer(settings.layout, with_paths));
+        case uni::layout::bodyfile: return write(uni::body_writer(settings.layout, with_paths));
+        default: return write(uni::csv_writer(settings.layout, with_paths));
+    }
 }
 
 // The same of one record without the header.

@@ -1,6 +1,4 @@
-#include "journal/cluster_reading.h"
-
-#include "journal/carving_pass.h"
+#include "journal/piece_reader.h"
 
 #include <algorithm>
 
@@ -10,52 +8,52 @@ constexpr std::uint64_t longest_read = 1U << 20U;
 
 }  // namespace
 
-void piece_reader::read(std::uint64_t offset, std::uint64_t count, std::uint32_t size, std::uint32_t step) {
+void piece_reader::read(std::uint64_t offset, std::uint64_t count, std::uint32_t size, std::uint32_t step,
+                        const carving_pass& pass) {
     const std::uint64_t source = volume_.source_limit();
     const std::uint64_t held = offset >= source ? 0 : std::min(count, (source - offset + step - 1) / step);
-    count_lost(run_, count - held, std::min(size, step));
+    intake_.lose(count - held, std::min(size, step));
     count = held;
     // Pieces far apart are read alone; what lies between them nobody asked for.
     const std::uint64_t together = step > size ? 1 : std::max<std::uint64_t>(longest_read / step, 1);
     while (count != 0) {
+        std::uint64_t taken = std::min(together, count);
         if (in_hole(offset, offset + size)) {
             // All pieces that end before the data begins.
-            const std::uint64_t skipped =
-                data_begin_ == ~std::uint64_t{0} ? count : (data_begin_ - offset - size) / step + 1;
-            const std::uint64_t pieces = std::min(skipped, count);
-            offset += pieces * step;
-            count -= pieces;
-            continue;
+            const bool to_the_end = data_begin_ == ~std::uint64_t{0};
+            taken = to_the_end ? count : std::min((data_begin_ - offset - size) / step + 1, count);
+        } else {
+            read_together({offset, taken, size, step}, pass);
         }
-        const std::uint64_t pieces = std::min(together, count);
-        read_together(offset, pieces, size, step);
-        offset += pieces * step;
-        count -= pieces;
+        offset += taken * step;
+        count -= taken;
     }
 }
 
-void piece_reader::read_together(std::uint64_t offset, std::uint64_t count, std::uint32_t size, std::uint32_t step) {
-    const std::uint64_t length = (count - 1) * step + size;
+void piece_reader::read_together(const pieces& these, const carving_pass& pass) {
+    const std::uint64_t length = (these.count - 1) * these.step + these.size;
     buffer_.resize(static_cast<std::size_t>(std::max<std::uint64_t>(length, buffer_.size())));
     const auto bytes = std::span(buffer_).first(static_cast<std::size_t>(length));
     std::size_t got = 0;
-    if (count > 1 && volume_.reader().read_at(offset, bytes, got) && got == length) {
-        for (std::uint64_t i = 0; i < count; ++i) {
-            receiver_.on_journal_chunk(
-                byte_view(bytes.subspan(static_cast<std::size_t>(i * step), size), offset + i * step));
+    const bool whole = these.count > 1 && volume_.reader().read_at(these.offset, bytes, got) && got == length;
+    for (std::uint64_t i = 0; i < these.count; ++i) {
+        const std::uint64_t behind = i * these.step;
+        if (whole) {
+            const auto piece = bytes.subspan(static_cast<std::size_t>(behind), these.size);
+            intake_.carve(byte_view(piece, these.offset + behind), pass);
+        } else {
+            read_one(these.offset + behind, these, pass);
         }
-        return;
     }
-    for (std::uint64_t i = 0; i < count; ++i) read_one(offset + i * step, size, step);
 }
 
-void piece_reader::read_one(std::uint64_t offset, std::uint32_t size, std::uint32_t step) {
-    const auto bytes = std::span(buffer_).first(size);
+void piece_reader::read_one(std::uint64_t offset, const pieces& of, const carving_pass& pass) {
+    const auto bytes = std::span(buffer_).first(of.size);
     std::size_t got = 0;
-    if (!volume_.reader().read_at(offset, bytes, got)) got = read_beginning(offset, bytes, step);
-    const std::size_t own = std::min(size, step);
-    if (got < own) count_lost(run_, 1, own - got);
-    if (got != 0) receiver_.on_journal_chunk(byte_view(bytes.first(got), offset));
+    if (!volume_.reader().read_at(offset, bytes, got)) got = read_beginning(offset, bytes, of.step);
+    const std::size_t own = std::min(of.size, of.step);
+    if (got < own) intake_.lose(1, own - got);
+    if (got != 0) intake_.carve(byte_view(bytes.first(got), offset), pass);
 }
 
 // Of a piece of several clusters, those before the bad one: it alone is lost.

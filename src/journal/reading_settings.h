@@ -1,0 +1,16 @@
+// journal/reading_settings.h: what the user asked of the reading and resolving of a journal. Plain data, set once by
+// the options.
+#pragma once
+
+#include <string>
+
+struct reading_settings {
+    bool show_dir_path = false;
+    bool pull_times = false;
+    std::string mft_file_path;  // of an exported $MFT; empty: none was given
+    bool rebuild_mft = false;
+
+    bool include_unalloc = false;
+    bool include_vss = false;
+    bool include_slack = false;
+};

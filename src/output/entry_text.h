@@ -1,0 +1,23 @@
+// output/entry_text.h: how the writers say where a record was found and where its file was.
+#pragma once
+
+#include "journal/journal_entry.h"
+
+#include <string>
+#include <string_view>
+
+namespace uni {
+
+// "$J", "unalloc", the shadow copy's label, "slack".
+[[nodiscard]] std::string_view origin_text(const journal_entry& entry);
+
+// "valid", "del/wisp", "del/entry", "del/parent".
+[[nodiscard]] std::string_view status_word(mft_status status);
+
+// In place of the path of a file whose parent is gone.
+inline constexpr std::string_view parent_gone_text = "parent dir and file no longer referenced in $MFT";
+
+// Replaces `out` with the file's full path in UTF-8, or with the sentence that stands for it when the parent is gone.
+void path_text(const journal_entry& entry, std::string& out);
+
+}  // namespace uni
