@@ -23,6 +23,7 @@ struct option {
     std::string_view second_spelling;  // taken only when there is none of the first
     bool has_value;
     option_action apply;
+    bool has_effect = true;
 };
 
 constexpr option flag(std::string_view name, option_action apply, std::string_view second_spelling = {}) {
@@ -31,6 +32,12 @@ constexpr option flag(std::string_view name, option_action apply, std::string_vi
 
 constexpr option valued(std::string_view name, option_action apply, std::string_view second_spelling = {}) {
     return {name, second_spelling, true, apply};
+}
+
+// Its value is checked or kept, and nothing acts on it.
+constexpr option idle(option one) {
+    one.has_effect = false;
+    return one;
 }
 
 // ---- What options do ---------------------------------------------------------------------------------------------
@@ -83,17 +90,23 @@ bool set_results_path(option_run& run, const std::string& value) {
     return false;
 }
 
+bool refuse_date(option_run& run, const std::string& value) {
+    run.effects.say("prob date " + value + " is not year-month-day, aborting\n");
+    return false;
+}
+
 bool set_start_time(option_run& run, const std::string& value) {
     const window_text read = read_time_window(value, "00:00:00", run.settings.start_time);
+    if (read == window_text::malformed) return refuse_date(run, value);
     if (read == window_text::invalid) run.effects.say("invalid start time, ignoring\n");
-    return read != window_text::malformed;
+    return true;
 }
 
 bool set_stop_time(option_run& run, const std::string& value) {
     const time_window& start = run.settings.start_time;
     time_window stop;
     const window_text read = read_time_window(value, "23:59:59", stop);
-    if (read == window_text::malformed) return false;
+    if (read == window_text::malformed) return refuse_date(run, value);
     if (read == window_text::invalid || (start.valid && stop.filetime < start.filetime)) {
         run.effects.say("invalid stop time, ignoring\n");
     } else {
@@ -154,15 +167,15 @@ constexpr option general_options[] = {
     valued("-signal", store<&cmd_params::signal_name>),
     valued("-hostname", store<&cmd_params::host_name>),
     valued("-username", store<&cmd_params::user_name>),
-    valued("-cmd_start_time", set_start_time),
-    valued("-cmd_stop_time", set_stop_time),
+    idle(valued("-cmd_start_time", set_start_time)),
+    idle(valued("-cmd_stop_time", set_stop_time)),
     flag("-base10", switch_to<&cmd_params::hexadecimal, false>),
     flag("-base16", switch_to<&cmd_params::hexadecimal>),
     valued("-csv_separator", change_separator),
     flag("-no_whitespace", change_style<remove_whitespace>),
     valued("-dateformat", set_format<is_date_format, &cmd_params::date_format>),
     valued("-timeformat", set_format<is_time_format, &cmd_params::time_format>),
-    flag("-verbose", switch_to<&cmd_params::verbose>, "-v"),
+    idle(flag("-verbose", switch_to<&cmd_params::verbose>, "-v")),
     flag("-quiet", switch_to<&cmd_params::progress, false>),
 
     // Known to sister programs; here they are only kept from being mistaken for something else.
@@ -181,8 +194,8 @@ constexpr option general_options[] = {
     valued("-filter", no_effect),
     valued("-filter_path", no_effect),
     valued("-filter_sig", no_effect),
-    valued("-alias", check_alias),
-    valued("-aliaspath", check_alias),
+    idle(valued("-alias", check_alias)),
+    idle(valued("-aliaspath", check_alias)),
     valued("-sqlite", refuse),
     valued("-sqlite_log", refuse),
 };
@@ -207,15 +220,35 @@ bool take(const option& wanted, std::string_view spelling, std::string& value, a
 bool take_in_order(std::span<const option> options, option_run& run) {
     for (const option& wanted : options) {
         std::string value;
-        const bool taken =
-            take(wanted, wanted.name, value, run.arguments) ||
-            (!wanted.second_spelling.empty() && take(wanted, wanted.second_spelling, value, run.arguments));
-        if (taken && !wanted.apply(run, value) && run.effects.stops_at_failure()) return false;
+        std::string_view spelling = wanted.name;
+        bool taken = take(wanted, spelling, value, run.arguments);
+        if (!taken && !wanted.second_spelling.empty()) {
+            spelling = wanted.second_spelling;
+            taken = take(wanted, spelling, value, run.arguments);
+        }
+        if (!taken) continue;
+        run.effects.took(spelling, value);
+        if (!wanted.apply(run, value) && run.effects.stops_at_failure()) return false;
     }
     return true;
 }
 
+const option* find_in(std::span<const option> options, std::string_view name) {
+    const auto found = std::ranges::find_if(options, [name](const option& one) {
+        return equal_ignoring_case(one.name, name) ||
+               (!one.second_spelling.empty() && equal_ignoring_case(one.second_spelling, name));
+    });
+    return found == options.end() ? nullptr : &*found;
+}
+
 }  // namespace
+
+std::optional<option_traits> traits_of(std::string_view name) {
+    const option* found = find_in(general_options, name);
+    if (found == nullptr) found = find_in(journal_options, name);
+    if (found == nullptr) return std::nullopt;
+    return option_traits{.takes_value = found->has_value, .has_effect = found->has_effect && found->apply != no_effect};
+}
 
 bool take_options(argument_list& arguments, usnjrnl_context& settings, option_effects& effects) {
     option_run run{arguments, settings, effects};

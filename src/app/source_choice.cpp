@@ -1,12 +1,16 @@
 #include "app/source_choice.h"
 
+#include "app/unlisted_volume.h"
 #include "app/usage.h"
 #include "app/volume_opening.h"
 #include "ntfs/ntfs_volume.h"
 #include "output/output_file.h"
 #include "platform/platform.h"
+#include "storage/container_signature.h"
 #include "storage/volume_names.h"
 #include "storage/volume_offset.h"
+
+#include <array>
 
 namespace {
 
@@ -34,6 +38,10 @@ bool choose_partition(const std::string& value, usnjrnl_context& settings, uni::
         std::string text = "command prompt not running w/ admin privileges...\n";
         text += restart_hint;
         if (!standard_output.append_text(text)) status.report_problem("prob writing to standard output\n");
+        // In a pipe or file nobody looks for the reason.
+        if (!platform::is_terminal(platform::standard_stream::output)) {
+            status.report_problem("prob opening %s, admin privileges needed\n", value.c_str());
+        }
         return false;
     }
     settings.volume_path = value;
@@ -72,34 +80,55 @@ bool choose_file(const std::string& value, usnjrnl_context& settings, uni::statu
     }
     settings.source = source_kind::extracted_file;
     settings.journal_path = expand_env_path(value);
+    if (!settings.journal_path.empty()) return true;
+    status.report_problem("prob -file names no file\n");
+    return false;
+}
+
+// What would be found in a container is not what its disk holds.
+bool refuse_container(const std::string& path, uni::status_line& status) {
+    std::array<std::uint8_t, container_signature_size> bytes{};
+    std::size_t got = 0;
+    disk_reader reader;
+    if (!reader.open(path, reader_mode::image_file) || !reader.read_at(0, bytes, got)) return false;
+    const std::string_view format = container_format(byte_view(std::span(bytes).first(got)));
+    if (format.empty()) return false;
+    const std::string advice = format == "E01" ? "ewfmount " + path + " /mnt/e01, then -image /mnt/e01/ewf1"
+                                               : "qemu-img convert -O raw " + path + " disk.dd, then -image disk.dd";
+    status.report_problem("prob %s is not raw but %s; to read it: %s\n", path.c_str(), std::string(format).c_str(),
+                          advice.c_str());
     return true;
 }
 
 // With an offset on the command line the user sees every message, without one only those of a failure.
-bool find_volume_in_image(bool whole_volume_needed, usnjrnl_context& settings, uni::status_line& status) {
+bool find_volume_in_image(bool whole_volume_needed, usnjrnl_context& settings, uni::status_line& status,
+                          const diagnostic_log& log) {
+    const std::int64_t asked = settings.volume_offset;
     std::string messages;
     bool found = false;
-    if (settings.volume_offset != 0) {
-        const bool selected =
-            select_volume_offset(messages, settings.image_path, settings.volume_offset, !whole_volume_needed, found);
-        status.say(messages);
-        return selected;
+    bool selected = select_volume_offset(messages, settings.image_path, settings.volume_offset,
+                                         asked != 0 && !whole_volume_needed, found);
+    const bool cut = found && settings.volume_offset == asked;  // the place is right, the image ends too early
+    if (asked == 0) {
+        if (selected || cut) return true;
+        messages += "\n";
+    } else if (!selected && !cut) {
+        selected = take_unlisted_volume(asked, whole_volume_needed, messages, settings, status, log);
     }
-    if (select_volume_offset(messages, settings.image_path, settings.volume_offset, false, found)) return true;
-    if (settings.volume_offset == 0 && found) return true;  // a bare volume that the image does not wholly hold
-    status.say(messages + "\n");
-    return false;
+    if (!selected && refuse_container(settings.image_path, status)) return false;
+    status.say(messages);
+    return selected;
 }
 
 bool choose_image(const std::string& value, argument_list& arguments, usnjrnl_context& settings,
-                  uni::status_line& status) {
+                  uni::status_line& status, const diagnostic_log& log) {
     settings.source = source_kind::image;
     std::string offset;
     if (option_value("-offset", offset, arguments)) settings.volume_offset = parse_number(offset);
     settings.journal_path = journal_on_volume.substr(1);  // relative to the root of the volume in the image
     settings.image_path = value;
     const bool whole_volume_needed = !option_flag("-ignore_image_size", arguments);
-    return find_volume_in_image(whole_volume_needed, settings, status);
+    return find_volume_in_image(whole_volume_needed, settings, status, log);
 }
 
 }  // namespace
@@ -110,7 +139,7 @@ bool choose_source(argument_list& arguments, usnjrnl_context& settings, uni::sta
     if (option_value("-partition", value, arguments)) return choose_partition(value, settings, status, log);
     if (option_value("-vss", value, arguments)) return choose_shadow_copy(value, settings, status, log);
     if (option_value("-file", value, arguments)) return choose_file(value, settings, status);
-    if (option_value("-image", value, arguments)) return choose_image(value, arguments, settings, status);
+    if (option_value("-image", value, arguments)) return choose_image(value, arguments, settings, status, log);
     print_usage(status);
     return false;
 }

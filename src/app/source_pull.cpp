@@ -8,9 +8,11 @@
 #include "journal/volume_journal.h"
 #include "ntfs/ntfs_volume.h"
 #include "ntfs/path_lookup.h"
+#include "platform/platform.h"
 #include "storage/volume_names.h"
 
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -31,6 +33,7 @@ public:
             case source_kind::live_volume: pull_live_volume(run_.volume_path); break;
             case source_kind::image: pull_image(); break;
         }
+        carve();
     }
 
     // Path columns without an MFT would call every file deleted, so they are left out and the user is told.
@@ -60,8 +63,9 @@ private:
     }
 
     void pull_file() {
-        if (read_extracted_journal(run_)) return;
-        if (is_volume_journal_path(run_.journal_path)) {
+        if (read_extracted_journal(run_)) {
+            if (run_.journal->size() == 0 && run_.lost_bytes == 0) report_no_records();
+        } else if (is_volume_journal_path(run_.journal_path)) {
             pull_live_volume(run_.journal_path.substr(0, 1));
         } else {
             status_.report_problem("prob reading %s\n", run_.journal_path.c_str());
@@ -114,6 +118,13 @@ private:
     [[nodiscard]] bool run_passes() {
         if (!read_volume_journal(*volume_, run_, [this] { announce("analyzing: normal USNJRNL data...\n"); }))
             return false;
+        carve();
+        return run_.found_something;
+    }
+
+    // Also on a volume without a journal, whose loss was told: that it was deleted is a reason to carve.
+    void carve() {
+        if (volume_ == nullptr || std::exchange(carved_, true)) return;
         progress_sink progress;
         if (run_.progress) {
             progress = [this](std::string_view text) {
@@ -132,7 +143,13 @@ private:
             announce("analyzing: slack space...\n");
             (void)carve_slack(*volume_, run_, progress);
         }
-        return run_.found_something;
+    }
+
+    void report_no_records() {
+        const std::string& path = run_.journal_path;
+        const bool endless =
+            platform::kind_of_target(path) == platform::path_kind::other && !platform::is_raw_device(path);
+        status_.report_problem("prob no change records in %s%s\n", path.c_str(), endless ? ", which is no file" : "");
     }
 
     void announce(std::string_view text) {
@@ -146,6 +163,7 @@ private:
     std::shared_ptr<ntfs_volume> volume_;
     std::unique_ptr<ntfs_volume> mft_file_;
     bool mft_damaged_ = false;
+    bool carved_ = false;
 };
 
 void report_lost_bytes(const usnjrnl_context& run, uni::status_line& status) {
@@ -157,7 +175,6 @@ void report_lost_bytes(const usnjrnl_context& run, uni::status_line& status) {
 }  // namespace
 
 bool pull_source(usnjrnl_context& run, uni::status_line& status, const diagnostic_log& log) {
-    if (run.journal_path.empty()) return false;
     source_pull source(run, status, log);
     source.pull();
     report_lost_bytes(run, status);

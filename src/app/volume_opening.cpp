@@ -35,5 +35,5 @@ std::shared_ptr<ntfs_volume> open_volume_at(const std::string& path, reader_mode
 }
 
 void report_damaged_mft(bool mft_damaged, uni::status_line& status) {
-    if (mft_damaged) status.report_problem("prob $MFT damaged, -rebuild_mft may help\n");
+    if (mft_damaged) status.report_problem("%s", damaged_mft_message);
 }

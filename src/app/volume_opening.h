@@ -19,5 +19,7 @@ class ntfs_volume;
                                                           uni::status_line& status, const diagnostic_log& log,
                                                           bool& mft_damaged);
 
+inline constexpr const char* damaged_mft_message = "prob $MFT damaged, -rebuild_mft may help\n";
+
 // What may help a user whose volume has a damaged $MFT; said behind the message that the volume cannot be read.
 void report_damaged_mft(bool mft_damaged, uni::status_line& status);

@@ -52,8 +52,7 @@ bool choose(std::string& messages, const partition_list& list, std::uint64_t ima
         if (begin == selected && is_ntfs) {
             found = true;
             if (ignore_image_size || holds_whole(image_size, one)) return true;
-            messages += "volume offset " + offset_text(selected) +
-                        " is a NTFS partition, however image size does not encapsulate entire volume\n";
+            messages += not_wholly_held(selected);
             return false;
         }
         if (begin == selected) {
@@ -107,4 +106,9 @@ bool select_volume_offset(std::string& messages, disk_reader& reader, std::int64
         messages += "disk is corrupted, partition info questionable\n";
     }
     return choose(messages, list, image_size, offset, ignore_image_size, found);
+}
+
+std::string not_wholly_held(std::uint64_t offset) {
+    return "volume offset " + offset_text(offset) +
+           " is a NTFS partition, however image size does not encapsulate entire volume\n";
 }

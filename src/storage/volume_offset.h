@@ -18,3 +18,6 @@
 // The same over an image that is open already.
 [[nodiscard]] bool select_volume_offset(std::string& messages, disk_reader& reader, std::int64_t& offset,
                                         bool ignore_image_size, bool& found);
+
+// The message for a volume at `offset` that its image ends before.
+[[nodiscard]] std::string not_wholly_held(std::uint64_t offset);

@@ -1,0 +1,56 @@
+#include "app/unlisted_volume.h"
+
+#include "app/volume_opening.h"
+#include "base/format_text.h"
+#include "base/saturating.h"
+#include "ntfs/boot_sector.h"
+#include "storage/volume_offset.h"
+
+#include <array>
+#include <optional>
+
+namespace {
+
+// What a boot sector at `offset` says; none where there is no NTFS boot sector.
+std::optional<volume_geometry> geometry_at(disk_reader& image, std::uint64_t offset) {
+    std::array<std::uint8_t, boot_sector::size> sector{};
+    std::size_t got = 0;
+    volume_geometry geometry;
+    std::string reason;
+    if (!image.read_at(offset, sector, got)) return std::nullopt;
+    if (!read_boot_sector(byte_view(std::span(sector).first(got)), geometry, reason)) return std::nullopt;
+    return geometry;
+}
+
+bool holds_whole(const disk_reader& image, std::uint64_t offset, const volume_geometry& volume) {
+    const std::uint64_t length = saturating_product(volume.total_sectors, volume.bytes_per_sector);
+    return image.disk_size() >= saturating_sum(offset, length);
+}
+
+}  // namespace
+
+bool take_unlisted_volume(std::int64_t offset, bool whole_volume_needed, std::string& messages,
+                          usnjrnl_context& settings, uni::status_line& status, const diagnostic_log& log) {
+    const auto begin = static_cast<std::uint64_t>(offset);  // a negative one lies behind every image
+    disk_reader image;
+    if (!image.open(settings.image_path, reader_mode::image_file)) return false;
+    const std::optional<volume_geometry> geometry = geometry_at(image, begin);
+    if (!geometry) return false;
+    if (whole_volume_needed && !holds_whole(image, begin, *geometry)) {
+        messages += not_wholly_held(begin);
+        return false;
+    }
+
+    bool mft_damaged = false;
+    auto volume =
+        open_volume_at(settings.image_path, reader_mode::image_file, begin, settings, status, log, mft_damaged);
+    if (volume == nullptr) {
+        if (mft_damaged) messages += damaged_mft_message;
+        return false;
+    }
+    if (settings.rebuild_mft) settings.rebuilt_volume = std::move(volume);
+    settings.volume_offset = offset;
+    messages = format_text("volume offset 0x%llx is not listed as a NTFS partition, but a NTFS volume begins there\n",
+                           static_cast<unsigned long long>(begin));
+    return true;
+}
