@@ -7,8 +7,8 @@
 #include "output/output_file.h"
 #include "platform/platform.h"
 #include "storage/container_signature.h"
+#include "storage/partitions.h"
 #include "storage/volume_names.h"
-#include "storage/volume_offset.h"
 
 #include <array>
 

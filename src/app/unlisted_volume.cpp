@@ -4,7 +4,7 @@
 #include "base/format_text.h"
 #include "base/saturating.h"
 #include "ntfs/boot_sector.h"
-#include "storage/volume_offset.h"
+#include "storage/partitions.h"
 
 #include <array>
 #include <optional>

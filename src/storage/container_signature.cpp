@@ -1,6 +1,6 @@
 #include "storage/container_signature.h"
 
-#include "storage/partition.h"
+#include "storage/partitions.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,10 +1,6 @@
-#include "storage/volume_offset.h"
+#include "storage/partitions.h"
 
 #include "base/format_text.h"
-#include "storage/file_system_guess.h"
-#include "storage/partition.h"
-#include "storage/partition_table.h"
-#include "storage/partition_types.h"
 
 #include <limits>
 #include <optional>
@@ -105,6 +101,7 @@ bool select_volume_offset(std::string& messages, disk_reader& reader, std::int64
         }
         messages += "disk is corrupted, partition info questionable\n";
     }
+    if (list.front().from_backup) messages += "GPT is damaged, partitions are read from its backup\n";
     return choose(messages, list, image_size, offset, ignore_image_size, found);
 }
 
