@@ -1,5 +1,6 @@
 // app/main.cpp: the table of contents of a run.
 
+#include "app/argument_hints.h"
 #include "app/argument_list.h"
 #include "app/journal_options.h"
 #include "app/run_driver.h"
@@ -52,14 +53,13 @@ bool is_still_there(const usnjrnl_context& settings) {
     return path.empty() || platform::kind_of_target(path) != platform::path_kind::absent;
 }
 
-// Closes the results and tells when a byte of them was not taken. A reader that closes its pipe has seen enough: no
-// message.
+// Closes the results and tells when a byte of them was not taken.
 bool results_are_whole(uni::output_file& results, const usnjrnl_context& settings, uni::status_line& status) {
     results.close();
     if (!results.failed() && is_still_there(settings)) return true;
-    if (results.reader_closed()) return false;
     if (settings.results_path.empty()) {
-        status.report_problem("prob writing to standard output\n");
+        status.report_problem("prob writing to standard output%s\n",
+                              results.reader_closed() ? ", its reader closed it" : "");
     } else {
         status.report_problem("prob writing results file: %s\n", settings.results_path.c_str());
     }
@@ -96,6 +96,7 @@ int run(argument_list& arguments, uni::status_line& status) {
     const std::string header = compose_run_header(arguments, filetime_now());
     diagnostic_log log;
     run_guard guard(status, log);
+    tell_argument_hints(arguments, status);
     usnjrnl_context settings;
     uni::output_file results;
     if (!parse_journal_options(arguments, settings, status, log)) {
@@ -111,16 +112,26 @@ int run(argument_list& arguments, uni::status_line& status) {
     return results_are_whole(results, settings, status) && done ? exit_ok : exit_failed;
 }
 
+// For a run whose whole result is a text.
+int answer(const std::string& text, uni::status_line& status) {
+    uni::output_file output;
+    output.use_standard_output();
+    (void)output.append_text(text);
+    return results_are_whole(output, usnjrnl_context{}, status) ? exit_ok : exit_failed;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     uni::status_line status;
     try {
         argument_list arguments = platform::start_process(argc, argv);
+        if (help_is_the_output(arguments)) return answer(usage_text(), status);
         if (help_wanted(arguments)) {
             print_usage(status);
             return exit_ok;
         }
+        if (version_wanted(arguments)) return answer(banner() + "\n", status);
         return run(arguments, status);
     } catch (const std::bad_alloc&) {
         status.report_problem("prob out of memory, aborting\n");

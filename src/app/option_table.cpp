@@ -25,6 +25,7 @@ struct option {
     std::string_view second_spelling;  // taken only when there is none of the first
     bool has_value;
     option_action apply;
+    bool has_effect = true;
 };
 
 constexpr option flag(std::string_view name, option_action apply, std::string_view second_spelling = {}) {
@@ -33,6 +34,12 @@ constexpr option flag(std::string_view name, option_action apply, std::string_vi
 
 constexpr option valued(std::string_view name, option_action apply, std::string_view second_spelling = {}) {
     return {name, second_spelling, true, apply};
+}
+
+// Its value is checked or kept, and nothing acts on it.
+constexpr option idle(option one) {
+    one.has_effect = false;
+    return one;
 }
 
 // ---- What options do ---------------------------------------------------------------------------------------------
@@ -87,6 +94,9 @@ bool include(option_run& run, const std::string&) {
 
 bool no_effect(option_run&, const std::string&) { return true; }
 
+// -pipe: the run header is composed from the arguments as typed.
+bool told_by_the_header(option_run&, const std::string&) { return true; }
+
 bool open_log(option_run& run, const std::string& path) {
     if (!run.effects.open_log(path)) return true;
     run.settings.log_path = path;
@@ -104,17 +114,23 @@ bool set_results_path(option_run& run, const std::string& value) {
     return false;
 }
 
+bool refuse_date(option_run& run, const std::string& value) {
+    run.effects.say("prob date " + value + " is not year-month-day, aborting\n");
+    return false;
+}
+
 bool set_start_time(option_run& run, const std::string& value) {
     const window_text read = read_time_window(value, "00:00:00", run.start_time);
+    if (read == window_text::malformed) return refuse_date(run, value);
     if (read == window_text::invalid) run.effects.say("invalid start time, ignoring\n");
-    return read != window_text::malformed;
+    return true;
 }
 
 bool set_stop_time(option_run& run, const std::string& value) {
     const time_window& start = run.start_time;
     time_window stop;
     const window_text read = read_time_window(value, "23:59:59", stop);
-    if (read == window_text::malformed) return false;
+    if (read == window_text::malformed) return refuse_date(run, value);
     if (read == window_text::invalid || (start.valid && stop.filetime < start.filetime)) {
         run.effects.say("invalid stop time, ignoring\n");
     }
@@ -169,12 +185,12 @@ constexpr option general_options[] = {
 
     valued("-out", set_results_path, "-outfile"),  // with -append
     flag("-profile", switch_to<&usnjrnl_context::profile>),
-    flag("-pipe", no_effect),
+    flag("-pipe", told_by_the_header),
     valued("-signal", store<&usnjrnl_context::signal_name>),
     valued("-hostname", store<&uni::layout_settings::host_name>),
     valued("-username", store<&uni::layout_settings::user_name>),
-    valued("-cmd_start_time", set_start_time),
-    valued("-cmd_stop_time", set_stop_time),
+    idle(valued("-cmd_start_time", set_start_time)),
+    idle(valued("-cmd_stop_time", set_stop_time)),
     flag("-base10", switch_to<&uni::layout_settings::hexadecimal, false>),
     flag("-base16", switch_to<&uni::layout_settings::hexadecimal>),
     valued("-csv_separator", change_separator),
@@ -200,8 +216,8 @@ constexpr option general_options[] = {
     valued("-filter", no_effect),
     valued("-filter_path", no_effect),
     valued("-filter_sig", no_effect),
-    valued("-alias", check_alias),
-    valued("-aliaspath", check_alias),
+    idle(valued("-alias", check_alias)),
+    idle(valued("-aliaspath", check_alias)),
     valued("-sqlite", refuse),
     valued("-sqlite_log", refuse),
 };
@@ -226,15 +242,35 @@ bool take(const option& wanted, std::string_view spelling, std::string& value, a
 bool take_in_order(std::span<const option> options, option_run& run) {
     for (const option& wanted : options) {
         std::string value;
-        const bool taken =
-            take(wanted, wanted.name, value, run.arguments) ||
-            (!wanted.second_spelling.empty() && take(wanted, wanted.second_spelling, value, run.arguments));
-        if (taken && !wanted.apply(run, value) && run.effects.stops_at_failure()) return false;
+        std::string_view spelling = wanted.name;
+        bool taken = take(wanted, spelling, value, run.arguments);
+        if (!taken && !wanted.second_spelling.empty()) {
+            spelling = wanted.second_spelling;
+            taken = take(wanted, spelling, value, run.arguments);
+        }
+        if (!taken) continue;
+        run.effects.took(spelling, value);
+        if (!wanted.apply(run, value) && run.effects.stops_at_failure()) return false;
     }
     return true;
 }
 
+const option* find_in(std::span<const option> options, std::string_view name) {
+    const auto found = std::ranges::find_if(options, [name](const option& one) {
+        return equal_ignoring_case(one.name, name) ||
+               (!one.second_spelling.empty() && equal_ignoring_case(one.second_spelling, name));
+    });
+    return found == options.end() ? nullptr : &*found;
+}
+
 }  // namespace
+
+std::optional<option_traits> traits_of(std::string_view name) {
+    const option* found = find_in(general_options, name);
+    if (found == nullptr) found = find_in(journal_options, name);
+    if (found == nullptr) return std::nullopt;
+    return option_traits{.takes_value = found->has_value, .has_effect = found->has_effect && found->apply != no_effect};
+}
 
 bool take_options(argument_list& arguments, usnjrnl_context& settings, option_effects& effects) {
     option_run run{arguments, settings, effects};

@@ -6,6 +6,7 @@
 #include "app/argument_list.h"
 #include "app/usnjrnl_context.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -25,7 +26,18 @@ public:
 
     // Whether a malformed option ends the taking.
     [[nodiscard]] virtual bool stops_at_failure() const = 0;
+
+    // An option was taken, by the spelling and with the value that stood among the arguments.
+    virtual void took(std::string_view /*option*/, const std::string& /*value*/) {}
 };
+
+struct option_traits {
+    bool takes_value = false;
+    bool has_effect = true;
+};
+
+// Of an option of the table, by its name in any case; none for what stays in the list.
+[[nodiscard]] std::optional<option_traits> traits_of(std::string_view name);
 
 // Takes all options from the list into settings that were just reset. The source options stay in the list (-partition,
 // -vss, -file, -image, -offset, -ignore_image_size), and so does what no option takes. False when the effects stop at

@@ -1,10 +1,12 @@
 #include "app/source_choice.h"
 
+#include "app/unlisted_volume.h"
 #include "app/usage.h"
 #include "app/volume_opening.h"
 #include "output/output_file.h"
 #include "platform/platform.h"
-#include "storage/volume_offset.h"
+#include "storage/container_signature.h"
+#include "storage/partitions.h"
 
 #include <utility>
 
@@ -14,12 +16,16 @@ constexpr const char* restart_hint = "need to restart cmd prompt using \"Run As 
 
 using choice = std::optional<opened_source>;
 
-// On standard output, where this has always been said.
-choice refuse_partition(uni::status_line& status) {
+// kept: of the two refusals one stands on standard output.
+choice refuse_partition(const std::string& value, uni::status_line& status) {
     uni::output_file standard_output;
     standard_output.use_standard_output();
     const std::string text = std::string("command prompt not running w/ admin privileges...\n") + restart_hint;
     if (!standard_output.append_text(text)) status.report_problem("prob writing to standard output\n");
+    // In a pipe or file nobody looks for the reason.
+    if (!platform::is_terminal(platform::standard_stream::output)) {
+        status.report_problem("prob opening %s, admin privileges needed\n", value.c_str());
+    }
     return std::nullopt;
 }
 
@@ -44,35 +50,67 @@ choice choose_file(journal_source source, const reading_settings& asked, uni::st
                            : asked.include_vss   ? "-include_vss_clusters"
                            : asked.include_slack ? "-include_mft_slack_space"
                                                  : nullptr;
-    if (conflict == nullptr) return opened_source{std::move(source), nullptr};
-    status.report_problem("%s cannot be used with -file option\n", conflict);
+    if (conflict != nullptr) {
+        status.report_problem("%s cannot be used with -file option\n", conflict);
+        return std::nullopt;
+    }
+    if (!source.path.empty()) return opened_source{std::move(source), nullptr};
+    status.report_problem("prob -file names no file\n");
     return std::nullopt;
 }
 
-// With an offset on the command line the user sees every message, without one only those of a failure.
-bool find_volume_in_image(const std::string& path, bool whole_volume_needed, std::int64_t& offset,
-                          uni::status_line& status) {
-    std::string messages;
-    bool found = false;
-    if (offset != 0) {
-        const bool selected = select_volume_offset(messages, path, offset, !whole_volume_needed, found);
-        status.say(messages);
-        return selected;
-    }
-    if (select_volume_offset(messages, path, offset, false, found)) return true;
-    if (offset == 0 && found) return true;  // a bare volume that the image does not wholly hold
-    status.say(messages + "\n");
-    return false;
+// What would be found in a container is not what its disk holds.
+bool refuse_container(const std::string& path, uni::status_line& status) {
+    std::array<std::uint8_t, container_signature_size> bytes{};
+    std::size_t got = 0;
+    disk_reader reader;
+    if (!reader.open(path, reader_mode::image_file) || !reader.read_at(0, bytes, got)) return false;
+    const std::string_view format = container_format(byte_view(std::span(bytes).first(got)));
+    if (format.empty()) return false;
+    const std::string advice = format == "E01" ? "ewfmount " + path + " /mnt/e01, then -image /mnt/e01/ewf1"
+                                               : "qemu-img convert -O raw " + path + " disk.dd, then -image disk.dd";
+    status.report_problem("prob %s is not raw but %s; to read it: %s\n", path.c_str(), std::string(format).c_str(),
+                          advice.c_str());
+    return true;
 }
 
-choice choose_image(journal_source source, argument_list& arguments, uni::status_line& status) {
-    std::string typed_offset;
+struct image_options {
     std::int64_t offset = 0;
-    if (option_value("-offset", typed_offset, arguments)) offset = parse_number(typed_offset);
-    const bool whole_volume_needed = !option_flag("-ignore_image_size", arguments);
-    if (!find_volume_in_image(source.path, whole_volume_needed, offset, status)) return std::nullopt;
+    bool whole_volume_needed = true;
+};
+
+image_options take_image_options(argument_list& arguments) {
+    image_options taken;
+    std::string offset;
+    if (option_value("-offset", offset, arguments)) taken.offset = parse_number(offset);
+    taken.whole_volume_needed = !option_flag("-ignore_image_size", arguments);
+    return taken;
+}
+
+// With an offset on the command line the user sees every message, without one only those of a failure.
+choice choose_image(journal_source source, const image_options& asked, const usnjrnl_context& settings,
+                    const run_console& console) {
+    std::string messages;
+    bool found = false;
+    std::int64_t offset = asked.offset;
+    const bool any_size = offset != 0 && !asked.whole_volume_needed;
+    const bool selected = select_volume_offset(messages, source.path, offset, any_size, found);
+    const bool cut = found && offset == asked.offset;  // the place is right, the image ends too early
     source.volume_offset = static_cast<std::uint64_t>(offset);
-    return opened_source{std::move(source), nullptr};
+    opened_source opened{std::move(source), nullptr};
+    const std::string& path = opened.source.path;
+    if (asked.offset == 0) {
+        if (selected || cut) return opened;
+        messages += "\n";
+    } else if (!selected && !cut) {
+        opened.source.volume_offset = static_cast<std::uint64_t>(asked.offset);  // a negative one is behind every image
+        opened.volume =
+            open_unlisted_volume(opened.source, asked.whole_volume_needed, messages, settings.reading, console);
+    }
+    const bool there = selected || opened.volume != nullptr;
+    if (!there && refuse_container(path, console.status)) return std::nullopt;
+    console.status.say(messages);
+    return there ? choice(std::move(opened)) : std::nullopt;
 }
 
 }  // namespace
@@ -81,11 +119,12 @@ choice choose_source(argument_list& arguments, const usnjrnl_context& settings, 
     for (const std::string_view option : source_options) {
         std::string value;
         if (!option_value(option, value, arguments)) continue;
-        if (option == "-partition" && !platform::elevated()) return refuse_partition(console.status);
+        if (option == "-partition" && !platform::elevated()) return refuse_partition(value, console.status);
         if (option == "-vss" && !platform::elevated()) return refuse_shadow_copy(console.status);
         journal_source source = source_named(option, value);
         switch (source.kind) {
-            case source_kind::image: return choose_image(std::move(source), arguments, console.status);
+            case source_kind::image:
+                return choose_image(std::move(source), take_image_options(arguments), settings, console);
             case source_kind::extracted_file: return choose_file(std::move(source), settings.reading, console.status);
             case source_kind::live_volume:
             case source_kind::device_path: return choose_volume(std::move(source), settings, console);

@@ -6,6 +6,7 @@
 #include "journal/path_resolution.h"
 #include "journal/volume_journal.h"
 #include "ntfs/ntfs_volume.h"
+#include "platform/platform.h"
 
 #include <utility>
 
@@ -60,8 +61,9 @@ private:
     }
 
     void pull_file() {
-        if (read_extracted_journal(source_.path, intake_, console_.shown)) return;
-        if (journal_source volume = live_volume_behind(source_); !volume.path.empty()) {
+        if (read_extracted_journal(source_.path, intake_, console_.shown)) {
+            if (intake_.records().size() == 0 && intake_.lost_bytes() == 0) report_no_records();
+        } else if (journal_source volume = live_volume_behind(source_); !volume.path.empty()) {
             source_ = std::move(volume);
             pull_volume();
         } else {
@@ -79,12 +81,15 @@ private:
         }
         const auto announce_journal = [this] { announce("analyzing: normal USNJRNL data...\n"); };
         switch (read_volume_journal(*volume_, intake_, console_.shown, announce_journal)) {
-            case journal_found::no: report_unreadable(); return;
-            case journal_found::unreadable: report_nothing_pulled(); return;
-            case journal_found::yes: break;
+            case journal_found::no: report_unreadable(); break;
+            case journal_found::unreadable: report_nothing_pulled(); break;
+            case journal_found::yes:
+                carve();
+                if (intake_.records().size() == 0) report_nothing_pulled();
+                return;
         }
+        // That a journal was deleted is a reason to carve.
         carve();
-        if (intake_.records().size() == 0) report_nothing_pulled();
     }
 
     void carve() {
@@ -106,6 +111,14 @@ private:
     void announce(std::string_view text) {
         console_.shown.wipe();
         if (console_.shown.wanted()) console_.status.say(text);
+    }
+
+    void report_no_records() const {
+        const std::string& path = source_.path;
+        const bool endless =
+            platform::kind_of_target(path) == platform::path_kind::other && !platform::is_raw_device(path);
+        console_.status.report_problem("prob no change records in %s%s\n", path.c_str(),
+                                       endless ? ", which is no file" : "");
     }
 
     // The volume, or the journal on it.

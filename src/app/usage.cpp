@@ -3,6 +3,7 @@
 #include "base/program.h"
 #include "base/text.h"
 #include "output/status_line.h"
+#include "platform/platform.h"
 
 #include <algorithm>
 
@@ -55,6 +56,13 @@ std::string banner() { return std::string(program_name).append(" ").append(versi
 bool help_wanted(const argument_list& arguments) {
     return arguments.size() <= 1 || std::ranges::any_of(arguments, asks_for_help);
 }
+
+bool help_is_the_output(const argument_list& arguments) {
+    return arguments.size() == 2 && help_wanted(arguments) && platform::is_terminal(platform::standard_stream::error) &&
+           !platform::is_terminal(platform::standard_stream::output);
+}
+
+bool version_wanted(const argument_list& arguments) { return peek_flag("-version", arguments); }
 
 std::string usage_text() { return banner().append("\n\n").append(text_below_banner); }
 

@@ -1,6 +1,4 @@
-#include "storage/boot_record.h"
-
-#include "storage/partition.h"
+#include "storage/partitions.h"
 
 namespace {
 constexpr std::size_t entry_type = 4;      // u8

@@ -1,7 +1,4 @@
-#include "storage/extended_chain.h"
-
-#include "storage/boot_record.h"
-#include "storage/file_system_guess.h"
+#include "storage/partitions.h"
 
 #include <array>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "storage/file_system_guess.h"
+#include "storage/partitions.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,4 @@
-#include "storage/partition_table.h"
-
-#include "storage/boot_record.h"
-#include "storage/extended_chain.h"
-#include "storage/file_system_guess.h"
-#include "storage/gpt.h"
+#include "storage/partitions.h"
 
 #include <array>
 #include <vector>
@@ -58,7 +53,7 @@ void read_master_boot_record(disk_reader& reader, byte_view record, std::uint32_
             {.start = entry.start, .sector_count = entry.sector_count, .sector_size = sector_size, .type = entry.type});
         if (!entry.is_extended()) continue;
         if (entry.start != 0) follow_extended_chain(reader, entry.start, sector_size, list);
-        break;
+        break;  // kept: primaries behind an extended partition are not listed
     }
     look_into_partitions(reader, list);
 }
@@ -66,7 +61,12 @@ void read_master_boot_record(disk_reader& reader, byte_view record, std::uint32_
 void read_by_first_sector(disk_reader& reader, partition_list& list) {
     std::vector<std::uint8_t> buffer(largest_sector_size);
     byte_view disk;
-    if (!read_sectors(reader, 0, smallest_sector_size, buffer, disk)) return;
+    // Damage behind the first sector does not hide what that says.
+    const auto first_sector = std::span(buffer).first(smallest_sector_size);
+    if (!read_sectors(reader, 0, smallest_sector_size, buffer, disk) &&
+        !read_sectors(reader, 0, smallest_sector_size, first_sector, disk)) {
+        return;
+    }
     if (begins_volume(disk)) {
         byte_view sector = disk;
         (void)disk.sub(0, smallest_sector_size, sector);

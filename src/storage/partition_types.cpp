@@ -1,6 +1,4 @@
-#include "storage/partition_types.h"
-
-#include "storage/partition.h"
+#include "storage/partitions.h"
 
 #include <algorithm>
 #include <string_view>

@@ -1,10 +1,6 @@
-#include "storage/volume_offset.h"
+#include "storage/partitions.h"
 
 #include "base/format_text.h"
-#include "storage/file_system_guess.h"
-#include "storage/partition.h"
-#include "storage/partition_table.h"
-#include "storage/partition_types.h"
 
 #include <limits>
 #include <optional>
@@ -52,8 +48,7 @@ bool choose(std::string& messages, const partition_list& list, std::uint64_t ima
         if (begin == selected && is_ntfs) {
             found = true;
             if (ignore_image_size || holds_whole(image_size, one)) return true;
-            messages += "volume offset " + offset_text(selected) +
-                        " is a NTFS partition, however image size does not encapsulate entire volume\n";
+            messages += not_wholly_held(selected);
             return false;
         }
         if (begin == selected) {
@@ -106,5 +101,11 @@ bool select_volume_offset(std::string& messages, disk_reader& reader, std::int64
         }
         messages += "disk is corrupted, partition info questionable\n";
     }
+    if (list.front().from_backup) messages += "GPT is damaged, partitions are read from its backup\n";
     return choose(messages, list, image_size, offset, ignore_image_size, found);
+}
+
+std::string not_wholly_held(std::uint64_t offset) {
+    return "volume offset " + offset_text(offset) +
+           " is a NTFS partition, however image size does not encapsulate entire volume\n";
 }

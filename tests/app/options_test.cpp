@@ -1,5 +1,6 @@
 // What the arguments come to: settings, sources to keep from harm, the run header. Whatever a run shows of it is proved
 // with the whole program.
+#include "app/argument_hints.h"
 #include "app/evidence_guard.h"
 #include "app/run_header.h"
 #include "output/layouts.h"
@@ -95,6 +96,32 @@ TEST(Options, Effects) {
     EXPECT_EQ(parsed_options(words("-pair_datetime -timeformat hh:mm:ss")).settings.layout.time_format_flags,
               0x18600u + '-');
     EXPECT_EQ(changes(parsed_options({"-csv_separator", ""})), "sep=[] swap=0>0 ");
+}
+
+TEST(Options, HintsOnSlips) {
+    const std::tuple<const char*, std::vector<std::string>> cases[] = {
+        {"-image v -offset 0X7e00 -ignore_image_size -mftfile m -pulltimes -xml -xml_escape -out o -diags d -l2", {}},
+        {"-file j stray -quiet", {}},
+        {"-file j -THREADS 4 -v stray", {"-v has no effect", "-threads has no effect", "stray is taken by no option"}},
+        {"-image v -offset 63s -out",
+         {"-offset 63s is no number, it is read as 63", "-out has no value and is ignored"}},
+        {"-vss 1 -image v -offset 5", {"-image has no effect beside -vss", "-offset has no effect without -image"}},
+        {"-image v -ignore_image_size -l3",
+         {"-ignore_image_size has no effect without -image and -offset", "-l3 has no effect"}},
+        {"-hostname -base10 -file -partition",
+         {"-hostname has no value of its own, it takes -base10", "-file has no value of its own, it takes -partition"}},
+        {"-file j -pulltimes -a -xml_escape -a -mftfile",
+         {"-pulltimes has no effect without -show_dir_path or -mftfile", "-xml_escape has no effect without -xml",
+          "-a is given again, which has no effect", "-mftfile has no value and is ignored"}},
+        {"-out o -file j -outfile p", {"-outfile is given again, which has no effect"}},
+    };
+    for (const auto& [line, texts] : cases) {
+        argument_list arguments = words(line);
+        arguments.insert(arguments.begin(), "lorq");
+        std::vector<std::string> expected;
+        for (const std::string& text : texts) expected.push_back("hint: " + text + "\n");
+        EXPECT_EQ(argument_hints(arguments), expected) << line;
+    }
 }
 
 TEST(ArgumentList, NumbersInThreeBases) {

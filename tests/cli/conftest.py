@@ -78,6 +78,22 @@ class Lorq:
         done = run([*self.command, *arguments], stderr=subprocess.PIPE, timeout=120, **options)
         return Result(done.returncode, text_of(done.stdout), text_of(done.stderr))
 
+    def watched(self, *arguments):
+        """The same with a terminal for standard error."""
+        try:
+            ours, theirs = os.openpty()
+        except OSError:
+            pytest.skip("a machine without pseudo-terminals")
+        with open(ours, "rb", buffering=0) as screen, subprocess.Popen(
+                [*self.command, *arguments], cwd=self.folder, stdout=subprocess.PIPE, stderr=theirs) as process:
+            os.close(theirs)
+            shown = b""
+            with contextlib.suppress(OSError):  # which is how a terminal that nobody writes to ends
+                while piece := screen.read(4096):
+                    shown += piece
+            out = process.stdout.read()
+        return Result(process.returncode, text_of(out), text_of(shown))
+
     def table(self, *arguments):
         """The lines behind the run header of a run that must work."""
         done = self(*arguments)

@@ -21,6 +21,7 @@ def said(done):
 @pytest.mark.parametrize("arguments", [[], ["-h"], ["-HELP"], ["/?"], ["-file", "j", "--help"], ["-out", "-h"]])
 def test_usage_is_no_failure(lorq, arguments):
     assert lorq(*arguments) == (0, "", USAGE)
+    assert lorq("-file", "j", "-Version") == (0, "lorq ver: 1.49\n", "")
 
 
 VALID = "prob validating volume {} as a NTFS partition, aborting...\n"
@@ -34,7 +35,8 @@ NOT_WITH_FILE = " cannot be used with -file option\n"
     (["-file", "j", "-sqlite", "x", "-timeformat", "x"],
      "invalid x, using default format\nThis option is not offered in this build\n"),
     (["-file", "j", "-alias", "a|b|c", "-sqlite", "x"], "imbalanced alias to true pathfiles, aborting\n"),
-    (["-file", "j", "-cmd_start_time", "20240102"], ""),
+    (["-file", "j", "-cmd_start_time", "20240102"], "prob date 20240102 is not year-month-day, aborting\n"),
+    (["-file", "j", "-cmd_stop_time", "2024"], "prob date 2024 is not year-month-day, aborting\n"),
     # Sources that give nothing.
     (["-a"], USAGE),
     (["-file", "j", "-include_vss_clusters"], "-include_vss_clusters" + NOT_WITH_FILE),
@@ -45,10 +47,20 @@ NOT_WITH_FILE = " cannot be used with -file option\n"
     (["-image", "zero"], "couldn't find any partitions on disk\n\n"),
     pytest.param(["-file", "j", "-partition", "zz"], VALID.format("zz"), marks=as_root),
     pytest.param(["-file", "j", "-vss", "97"], VALID.format(r"\\?\GLOBALROOT\Device\HarddiskVolumeShadowCopy97"), marks=as_root),
-    (["-file", "zero"], ""),
+    (["-file", "zero"], "prob no change records in zero\n"),
+    (["-file", "empty"], "prob no change records in empty\n"),
+    pytest.param(["-file", "/dev/stdin"], "prob no change records in /dev/stdin, which is no file\n", marks=linux_only),
+    (["-file", ""], "prob -file names no file\n"),
+    (["-image", "E01"], "prob E01 is not raw but E01; to read it: ewfmount E01 /mnt/e01, then -image /mnt/e01/ewf1\n"),
+    *((["-image", name, "-offset", "512"], f"prob {name} is not raw but {name}; to read it: qemu-img convert -O raw {name} "
+       "disk.dd, then -image disk.dd\n") for name in ("VMDK", "VHD", "VHDX", "QCOW2")),
 ])
 def test_failures_leave_only_the_run_header(lorq, arguments, message):
-    lorq.write("zero", bytes(3 * 4096))
+    contents = {"zero": b"", "E01": b"EVF\x09\x0d\x0a\xff\0", "VMDK": b"KDMV", "VHD": b"conectix", "VHDX": b"vhdxfile",
+                "QCOW2": b"QFI\xfb"}
+    for name, content in contents.items():
+        lorq.write(name, content.ljust(3 * 4096, b"\0"))
+    lorq.write("empty", b"")
     done = lorq(*arguments)
     assert (done.code, said(done)) == (FAILED, message)
     assert HEADER.fullmatch(done.out)
@@ -72,7 +84,7 @@ def test_lesser_problems_change_nothing_in_the_table(lorq, arguments, message):
 def test_volumes_need_rights(lorq_as_nobody):
     restart = 'need to restart cmd prompt using "Run As Administrator" option...\n'
     done = lorq_as_nobody("-partition", "c")
-    assert (done.code, said(done)) == (FAILED, "")
+    assert (done.code, said(done)) == (FAILED, "prob opening c, admin privileges needed\n")
     assert HEADER.sub("", done.out) == "command prompt not running w/ admin privileges...\n" + restart
     done = lorq_as_nobody("-vss", "1")
     assert (done.code, said(done)) == (FAILED, "This option requires admin privileges...\n" + restart)
@@ -80,12 +92,11 @@ def test_volumes_need_rights(lorq_as_nobody):
 
 
 def test_closed_pipe_as_results(lorq):
-    """A reader that has seen enough is no problem to report."""
     reader, writer = os.pipe()
     os.close(reader)
     done = lorq("-file", "j", stdout=writer)
     os.close(writer)
-    assert (done.code, said(done)) == (FAILED, "")
+    assert (done.code, said(done)) == (FAILED, "prob writing to standard output, its reader closed it\n")
 
 
 def test_unclosed_records_count_as_found(lorq):

@@ -1,14 +1,12 @@
 """Runs that work: run header, table, results file, progress, log; and the sources, which no run may change."""
-import contextlib
 import os
 import re
-import subprocess
 
 import pytest
 
 from conftest import FAILED, NOBODY, WINDOWS, as_root, linux_only
 from journal import page, record
-from test_failures import CLEAR, HEADER, said
+from test_failures import CLEAR, HEADER, USAGE, said
 
 A_TXT = ("2024-01-02 |  03:04:05.678 | 0x000000000028 | 0x00000003 | 0x000000000005 | 0x00000005 | 0x000000001000 | "
          "archive                       | a.txt                                         | "
@@ -63,19 +61,19 @@ def test_standard_error(lorq, arguments, pattern):
 @linux_only
 def test_progress_on_a_terminal(lorq):
     journal = lorq.make("--records", "500000", "--closed", "100")
-    try:
-        ours, theirs = os.openpty()
-    except OSError:
-        pytest.skip("a machine without pseudo-terminals")
-    with open(ours, "rb", buffering=0) as screen:
-        with subprocess.Popen([*lorq.command, "-file", journal, "-xml", "-out", "x"], cwd=lorq.folder, stderr=theirs):
-            os.close(theirs)
-            shown = ""
-            with contextlib.suppress(OSError):  # which is how a terminal that nobody writes to ends
-                while piece := screen.read(4096):
-                    shown += piece.decode()
+    shown = lorq.watched("-file", journal, "-xml", "-out", "x").err
     assert re.search(re.escape(CLEAR) + r"writing: \d+ of 500000 records\r", shown)
     assert shown.endswith(CLEAR + CLEAR)
+
+
+@linux_only
+def test_hints_and_help_go_where_somebody_looks(lorq):
+    done = lorq.watched("-file", "j", "stray", "-append")
+    assert (done.code, done.out.splitlines()[4:]) == (0, [A_TXT])
+    assert said(done) == "hint: stray is taken by no option\nhint: -append has no effect, nothing is ever appended\n"
+    assert (said(lorq.watched("-file", "j", "stray", "-quiet")), said(lorq("-file", "j", "stray"))) == ("", "")
+    assert lorq.watched("--help") == (0, USAGE, "")
+    assert lorq.watched("--help", "-a") == lorq.watched() == (0, "", USAGE)
 
 
 def test_diagnostic_log(lorq):

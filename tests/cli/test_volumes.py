@@ -8,6 +8,7 @@ import pytest
 
 from conftest import FAILED, needs_volumes
 from journal import PAGE, record
+from test_failures import said
 
 pytestmark = needs_volumes
 MIB = 1 << 20
@@ -83,6 +84,13 @@ def test_carved_records_are_told_apart(lorq, cluster):
         found = [(row["filename"], row["type"], int(row["offset"], 16))
                  for row in csv.DictReader(done.out.splitlines()[3:]) if row["type"] != "$J"]
         assert sorted(found) == [plant for plant in planted if plant[1] in types]
+    # A journal that was deleted is a reason to carve.
+    lorq.write("v", lorq.path("v").read_bytes().replace("$UsnJrnl".encode("utf-16-le"), "$UsnJrnx".encode("utf-16-le")))
+    for chosen, code in (options, 0), ([], FAILED):
+        done = lorq("-image", "v", "-csv", "-show_offset", *chosen)
+        found = [(row["filename"], row["type"], int(row["offset"], 16)) for row in csv.DictReader(done.out.splitlines()[3:])]
+        assert (done.code, sorted(found)) == (code, planted if chosen else [])
+        assert said(done).startswith("prob reading file $Extend\\$UsnJrnl:$J in unmounted image v\n")
 
 
 def boot_record(*entries):
@@ -107,3 +115,22 @@ def test_volumes_in_a_partition_table(lorq):
         assert done.code == FAILED and told in done.err
     assert rows(lorq, "-image", "disk", "-offset", "0xfe00") == first
     assert rows(lorq, "-image", "disk", "-offset", "0x9d3e00", "-ignore_image_size") == last
+
+
+def test_a_volume_is_read_where_the_user_says_whatever_the_table_says(lorq):
+    lorq.make_volume("--size 4M", records=200)
+    content = lorq.path("v").read_bytes()
+    expected = [(0xFE00 + offset, *row) for offset, *row in rows(lorq, "-image", "v")]
+    place = ["-quiet", "-image", "disk", "-offset", "0xfe00"]
+    told = "volume offset 0xfe00 is not listed as a NTFS partition, but a NTFS volume begins there\n"
+    for table in b"", boot_record((6, 63, 8192)):  # none, and one that is found by a scan and has another type there
+        lorq.write("disk", (bytes(0x8000) + table).ljust(0xFE00, b"\0") + content)
+        assert rows(lorq, *place) == expected
+        assert said(lorq(*place)) == told
+    os.truncate(lorq.path("disk"), 0xFE00 + len(content) - 1024)
+    cut = "volume offset 0xfe00 is a NTFS partition, however image size does not encapsulate entire volume\n"
+    assert said(lorq(*place)).endswith("prob detecting ntfs partition\n" + cut)
+    assert rows(lorq, *place, "-ignore_image_size") == expected
+    lorq.write("disk", bytes(0xFE00) + content.replace(b"FILE", b"BAAD", 1))
+    assert said(lorq(*place)).endswith("couldn't find any partitions on disk\nprob $MFT damaged, -rebuild_mft may help\n")
+    assert rows(lorq, *place, "-rebuild_mft") == expected

@@ -1,8 +1,7 @@
 // Partition tables of every kind, the guess of what a partition holds, and the choice of the volume.
 #include "fuzz_support.h"
 
-#include "storage/file_system_guess.h"
-#include "storage/volume_offset.h"
+#include "storage/partitions.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz_input in(data, size);

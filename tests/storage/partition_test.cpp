@@ -12,7 +12,7 @@ const std::string nothing = "no 0\ncouldn't find any partitions on disk\n";
 
 TEST(Partitions, LogicalOnesHangInAChain) {
     test_image image(0x20000);
-    image.boot_record(0).entry(0, 0, 7, 63, 1).entry(0, 1, 0x0F, 100, 150).entry(0, 2, 7, 90, 5).ntfs(0x7E00, 1);
+    image.boot_record(0).entry(0, 0, 7, 63, 1).entry(0, 1, 0x0F, 100, 150).ntfs(0x7E00, 1);
     image.entry(0xC800, 0, 7, 1, 10).entry(0xC800, 1, 5, 20, 20).entry(0xC800, 2, 7, 2, 1);
     image.boot_record(0xF000).entry(0xF000, 0, 5, 40, 20).entry(0xF000, 1, 0x83, 2, 5);
     image.entry(0xF000, 2, 0x99, 3, 1).entry(0xF000, 3, 7, 5, 5);  // behind an unknown one nothing is believed
@@ -28,6 +28,12 @@ TEST(Partitions, LogicalOnesHangInAChain) {
     EXPECT_EQ(image.select(0xCA00), "ok 51712 found\n");
     image.put<std::uint16_t>(0xF000 + 510, 0);  // no boot record any more
     EXPECT_EQ(image.select(), "no 32256 found\n" + head + "use option [-offset 0x7e00]\n");
+}
+
+TEST(Partitions, PrimariesBehindAnExtendedOneAreNotListed) {
+    test_image image(0x20000);
+    image.boot_record(0).entry(0, 0, 0x0F, 100, 50).entry(0, 1, 7, 16, 8).ntfs(0x2000, 7);
+    EXPECT_EQ(image.select(0x2000), "no 8192\nvolume offset [ 0xc800 ] : exten\nprob detecting ntfs partition\n");
 }
 
 TEST(Partitions, AreScannedForWhenTheFirstSectorIsBlank) {
@@ -97,6 +103,29 @@ TEST(Partitions, GuidTable) {
     test_image empty(0x40000);
     EXPECT_EQ(empty.boot_record(0).gpt(0x200, 0xFFFFFFFF, 128).select(), nothing);
     EXPECT_LT(empty.faults.reads, 0x40000 / 128 + 2100U);  // a claimed count costs no more than the image holds
+}
+
+TEST(Partitions, GuidTableFromItsBackup) {
+    test_image image(0x40000);
+    image.boot_record(0).gpt(0x200, 1, 128).gpt_entry(0x400, 128, 143).ntfs(0x10000, 15);
+    const std::string backed_up =
+        "no 65536 found\nGPT is damaged, partitions are read from its backup\n" + offered("0x10000");
+    const auto backup = [&image](const char* name, std::uint32_t length, std::uint64_t own_sector, std::uint32_t crc) {
+        image.gpt(0x3FE00, 1, 128, own_sector).gpt(0x200, 1, 128, 0);
+        return image.text(0x3FE00, name).put<std::uint32_t>(0x3FE0C, length).put<std::uint32_t>(0x3FE10, crc).select();
+    };
+    EXPECT_EQ(backup("EFI PART", 92, 0x1FF, 0x9EC9C5B5), backed_up);
+    EXPECT_EQ(backup("EFI PART", 512, 0x1FF, 0xD612B4A2), backed_up);
+    EXPECT_EQ(backup("EFI PART", 513, 0x1FF, 0x3369569E), nothing);
+    EXPECT_EQ(backup("EFI PART", 91, 0x1FF, 0x8AA524D7), nothing);
+    EXPECT_EQ(backup("EFI PART", 92, 1, 0x984E9026), nothing);
+    EXPECT_EQ(backup("EFI PAST", 92, 0x1FF, 0x047DF7DF), nothing);
+    EXPECT_EQ(backup("EFI PART", 92, 0x1FF, 0x9EC9C5B4), nothing);
+    (void)backup("EFI PART", 92, 0x1FF, 0x9EC9C5B5);
+    image.put<std::uint64_t>(0x218, 1).faults.bad = {{0x200, 0x400}};
+    EXPECT_EQ(image.select(), backed_up);
+    image.faults.bad.clear();
+    EXPECT_EQ(image.select(), "no 65536 found\n" + offered("0x10000"));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // tests/support/disk_image_builder.h: disks with partition tables made byte by byte, and which volume is found on them.
 #pragma once
 
-#include "storage/volume_offset.h"
+#include "storage/partitions.h"
 #include "support/memory_source.h"
 
 #include <concepts>
