@@ -108,8 +108,7 @@ std::vector<std::uint8_t> ntfs_volume::attribute_list_bytes(const attribute& lis
         return {bytes.begin(), bytes.end()};
     }
     extent_list extents;
-    make_extents(decode_runs(list.run_list, list.first_vcn), extents);
-    put_in_vcn_order(extents);
+    make_extents(decode_runs(list.run_list, 0), extents);  // a list has one piece, whatever its header claims
     // What the last cluster holds behind the real size is stale.
     const std::uint64_t length =
         std::min({list.real_size, extent_bytes(extents, cluster_size(), false), std::uint64_t{most}});

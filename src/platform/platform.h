@@ -1,5 +1,5 @@
 // platform/platform.h: everything the program needs of an operating system, answered once per system
-// (posix.cpp, windows.cpp). Paths and texts are UTF-8 here; they change form behind this header only.
+// (linux.cpp, windows.cpp). Paths and texts are UTF-8 here; they change form behind this header only.
 // Nothing throws; a failure is a false, an empty optional or an enum, and the caller words it for the user.
 #pragma once
 
@@ -161,21 +161,9 @@ private:
 // ---- Raw devices -------------------------------------------------------------------------------------------------
 
 struct device_geometry {
-    std::int64_t cylinders = 0;  // this and the next three: 0 where the system has no use for them
-    std::uint32_t media_type = 0;
-    std::uint32_t tracks_per_cylinder = 0;
-    std::uint32_t sectors_per_track = 0;
     std::uint32_t bytes_per_sector = 0;  // as reported, 0 included
-    std::int64_t total_size = 0;         // bytes
+    std::int64_t total_size = 0;         // bytes; of a volume those of its partition, not of its disk
 };
-
-struct device_partition {
-    std::int64_t start = 0;   // bytes from the start of its disk
-    std::int64_t length = 0;  // bytes
-    std::int32_t number = 0;
-};
-
-enum class device_access { plain, random };
 
 // `end`: the device ends behind the bytes that were got, perhaps none.
 enum class device_read { ok, end, failed };
@@ -194,15 +182,13 @@ public:
     ~device() { close(); }
 
     // A Windows device name, anywhere; a device node or, as a stand-in for one, a regular file.
-    [[nodiscard]] bool open(const std::string& path, device_access access);
+    [[nodiscard]] bool open(const std::string& path);
     [[nodiscard]] bool is_open() const { return handle_ != closed; }
     void close();
 
     // False, and the result untouched, when the device does not answer. A regular file outside Windows has sectors of
-    // 512 bytes, and no partition or number.
+    // 512 bytes.
     [[nodiscard]] bool query_geometry(device_geometry& geometry) const;
-    [[nodiscard]] bool query_partition(device_partition& partition) const;
-    [[nodiscard]] bool query_number(std::uint32_t& number) const;
 
     // `ok` only when all of `into` was filled; otherwise its first `got` bytes were.
     [[nodiscard]] device_read read_at(std::int64_t offset, std::span<std::uint8_t> into, std::size_t& got) const;

@@ -469,11 +469,11 @@ write_result file::append(std::string_view bytes) {
 
 // ---- Raw devices -------------------------------------------------------------------------------------------------
 
-bool device::open(const std::string& path, device_access access) {
+bool device::open(const std::string& path) {
     close();
-    const DWORD flags = access == device_access::random ? FILE_FLAG_RANDOM_ACCESS : FILE_ATTRIBUTE_NORMAL;
-    handle_ = std::bit_cast<std::intptr_t>(CreateFileW(
-        wide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, flags, nullptr));
+    handle_ =
+        std::bit_cast<std::intptr_t>(CreateFileW(wide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                                 nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     return is_open();
 }
 
@@ -496,39 +496,18 @@ bool device::query_geometry(device_geometry& geometry) const {
     } else if (!ask_device(handle_of(handle_), IOCTL_DISK_GET_DRIVE_GEOMETRY, plain)) {
         return false;
     }
-    geometry.cylinders = plain.Cylinders.QuadPart;
-    geometry.media_type = static_cast<std::uint32_t>(plain.MediaType);
-    geometry.tracks_per_cylinder = plain.TracksPerCylinder;
-    geometry.sectors_per_track = plain.SectorsPerTrack;
     geometry.bytes_per_sector = plain.BytesPerSector;
     geometry.total_size =
         whole ? extended.head.DiskSize.QuadPart
               : plain.Cylinders.QuadPart * plain.TracksPerCylinder * plain.SectorsPerTrack * plain.BytesPerSector;
-    return true;
-}
-
-bool device::query_partition(device_partition& partition) const {
-    PARTITION_INFORMATION plain{};
-    PARTITION_INFORMATION_EX extended{};
-    static_assert(sizeof plain == 32 && sizeof extended == 144);
-    if (ask_device(handle_of(handle_), IOCTL_DISK_GET_PARTITION_INFO, plain)) {
-        partition.start = plain.StartingOffset.QuadPart;
-        partition.length = plain.PartitionLength.QuadPart;
-        partition.number = static_cast<std::int32_t>(plain.PartitionNumber);
-        return true;
+    PARTITION_INFORMATION partition{};
+    PARTITION_INFORMATION_EX any_partition{};
+    static_assert(sizeof partition == 32 && sizeof any_partition == 144);
+    if (ask_device(handle_of(handle_), IOCTL_DISK_GET_PARTITION_INFO, partition)) {
+        geometry.total_size = partition.PartitionLength.QuadPart;
+    } else if (ask_device(handle_of(handle_), IOCTL_DISK_GET_PARTITION_INFO_EX, any_partition)) {
+        geometry.total_size = any_partition.PartitionLength.QuadPart;
     }
-    if (!ask_device(handle_of(handle_), IOCTL_DISK_GET_PARTITION_INFO_EX, extended)) return false;
-    partition.start = extended.StartingOffset.QuadPart;
-    partition.length = extended.PartitionLength.QuadPart;
-    partition.number = static_cast<std::int32_t>(extended.PartitionNumber);
-    return true;
-}
-
-bool device::query_number(std::uint32_t& number) const {
-    STORAGE_DEVICE_NUMBER answer{};
-    static_assert(sizeof answer == 12);
-    if (!ask_device(handle_of(handle_), IOCTL_STORAGE_GET_DEVICE_NUMBER, answer)) return false;
-    number = answer.DeviceNumber;
     return true;
 }
 

@@ -46,19 +46,11 @@ private:
 
 class device_source final : public byte_source {
 public:
-    [[nodiscard]] bool open(const std::string& path, platform::device_access access, bool needs_geometry) {
+    [[nodiscard]] bool open(const std::string& path) {
         platform::device_geometry geometry;
-        platform::device_partition partition;
-        if (!device_.open(path, access)) return false;
-        if (device_.query_geometry(geometry)) {
-            if (geometry.bytes_per_sector != 0) alignment_ = geometry.bytes_per_sector;
-            size_ = static_cast<std::uint64_t>(std::max<std::int64_t>(geometry.total_size, 0));
-        } else if (needs_geometry) {
-            return false;
-        }
-        // A volume is as long as its partition, not as its disk.
-        if (device_.query_partition(partition))
-            size_ = static_cast<std::uint64_t>(std::max<std::int64_t>(partition.length, 0));
+        if (!device_.open(path) || !device_.query_geometry(geometry)) return false;
+        if (geometry.bytes_per_sector != 0) alignment_ = geometry.bytes_per_sector;
+        size_ = static_cast<std::uint64_t>(std::max<std::int64_t>(geometry.total_size, 0));
         return true;
     }
     [[nodiscard]] std::uint64_t size() const override { return size_; }
@@ -85,10 +77,7 @@ bool disk_reader::open(const std::string& path, reader_mode mode) {
         return true;
     }
     auto source = std::make_unique<device_source>();
-    const bool by_letter = mode == reader_mode::live_volume && is_drive_letter_form(path);
-    const bool longer_path = mode == reader_mode::live_volume && path.size() > 3;
-    const auto access = longer_path ? platform::device_access::random : platform::device_access::plain;
-    if (!source->open(by_letter ? live_volume_path(path.front()) : path, access, !longer_path)) return false;
+    if (!source->open(mode == reader_mode::live_volume ? live_volume_path(path.front()) : path)) return false;
     source_ = std::move(source);
     return true;
 }

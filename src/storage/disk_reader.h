@@ -16,9 +16,9 @@ enum class reader_mode : std::uint8_t { image_file, live_volume, device_path };
 
 class disk_reader {
 public:
-    // Opens `path` (UTF-8): an image file; a live volume by its letter ("c", "C:", "c:\") or by a longer path; a device
-    // path exactly as given. False for an empty path, for what the system does not open, and for a letter or a device
-    // path whose geometry it does not tell.
+    // Opens `path` (UTF-8): an image file; a live volume by its letter ("c", "C:", "c:\"); a device path exactly as
+    // given. False for an empty path, for what the system does not open, and for a device whose geometry it does not
+    // tell.
     [[nodiscard]] bool open(const std::string& path, reader_mode mode);
 
     // Reads from `source` from now on.

@@ -45,6 +45,19 @@ TEST(LoadEntry, PiecesWithOneIdInSeveralRecordsFormOneStream) {
     EXPECT_EQ(journal_of(poked(made.image, made.offset_of_record(30), 0U)), "not loaded");
 }
 
+TEST(LoadEntry, AListIsReadThroughItsRunsInOrderWhereverItClaimsToBegin) {
+    ntfs_image_builder made = split_journal();
+    bytes list;
+    for (const std::uint64_t record : {42U, 41U, 40U}) append(list, list_entry(data, record, 3));
+    made.write(std::size_t{100} * 4096, list);
+    for (const std::uint64_t claimed : {std::uint64_t{0}, std::uint64_t{7}, ~std::uint64_t{0}}) {
+        made.put(30,
+                 {.attributes = {
+                      {.type = 0x20, .runs = run_list({{100, 1}}), .first_vcn = claimed, .real_size = list.size()}}});
+        EXPECT_EQ(journal_of(made.image), "-@0+2 60@2+3 50@5+4 90@9+1, 40000") << claimed;
+    }
+}
+
 TEST(LoadEntry, ListsThatClaimMoreThanTheSourceHoldsEnd) {
     ntfs_image_builder made;
     made.build();

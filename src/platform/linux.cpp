@@ -88,12 +88,6 @@ std::string notes_on_block_device(dev_t device) {
     return "/sys/dev/block/" + std::to_string(major(device)) + ':' + std::to_string(minor(device)) + '/';
 }
 
-// One number from the system's notes on a block device; false when there is no such note.
-bool block_device_note(dev_t device, const char* name, std::int64_t& value) {
-    std::ifstream note(notes_on_block_device(device) + name);
-    return static_cast<bool>(note >> value);
-}
-
 int descriptor_of(std::intptr_t handle) { return static_cast<int>(handle); }
 
 }  // namespace
@@ -299,7 +293,7 @@ write_result file::append(std::string_view bytes) {
 
 // ---- Raw devices -------------------------------------------------------------------------------------------------
 
-bool device::open(const std::string& path, device_access /*access*/) {
+bool device::open(const std::string& path) {
     close();
     handle_ = open_read_only(device_node(path));
     struct stat status {};
@@ -332,28 +326,6 @@ bool device::query_geometry(device_geometry& geometry) const {
         answer.total_size = static_cast<std::int64_t>(size);
     }
     geometry = answer;
-    return true;
-}
-
-bool device::query_partition(device_partition& partition) const {
-    constexpr std::int64_t start_unit = 512;  // whatever the sectors of the device are
-    struct stat status {};
-    device_geometry geometry;
-    std::int64_t start = 0;
-    std::int64_t number = 0;
-    if (::fstat(descriptor_of(handle_), &status) != 0 || !S_ISBLK(status.st_mode)) return false;
-    if (!block_device_note(status.st_rdev, "start", start) || start < 0 || start > INT64_MAX / start_unit) return false;
-    if (!block_device_note(status.st_rdev, "partition", number) || number < 0 || number > INT32_MAX) return false;
-    if (!query_geometry(geometry)) return false;
-    partition = {
-        .start = start * start_unit, .length = geometry.total_size, .number = static_cast<std::int32_t>(number)};
-    return true;
-}
-
-bool device::query_number(std::uint32_t& number) const {
-    struct stat status {};
-    if (::fstat(descriptor_of(handle_), &status) != 0 || !S_ISBLK(status.st_mode)) return false;
-    number = static_cast<std::uint32_t>(status.st_rdev);
     return true;
 }
 
