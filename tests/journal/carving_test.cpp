@@ -97,6 +97,43 @@ TEST(resolve_journal_paths, gives_nothing_where_pairs_were_not_numbered) {
     EXPECT_TRUE(resolve_journal_paths(on.intake.records(), on.disk.volume, false, on.progress_shown));
 }
 
+// Texts that are too long to be kept are composed each time; those around them, kept or not, must not show.
+TEST(resolve_journal_paths, composes_long_paths_for_each_record) {
+    ntfs_image_builder made{};
+    made.build();
+    made.put(5, {.attributes = {name_attribute(u".", reference(5, 5)), index_root({40})}, .flags = 3, .sequence = 5});
+    const std::u16string_view letters = u"abc";
+    for (std::uint64_t i = 0; i < 3; ++i) {
+        made.put(40 + i, {.attributes = {name_attribute(std::u16string(200, letters[i]),
+                                                        i == 0 ? reference(5, 5) : reference(39 + i, 1)),
+                                         index_root({41 + i})},
+                          .flags = 3,
+                          .sequence = 1});
+    }
+    carving on(made.image);
+    on.intake.records().number_pairs();
+    constexpr std::array<std::uint64_t, 6> parents{41, 42, 40, 42, 41, 5};
+    for (std::uint64_t i = 0; const std::uint64_t parent : parents) {
+        journal_entry entry;
+        entry.timestamp = ++i;
+        entry.file_ref = reference(50, 1);
+        entry.parent_ref = reference(parent, parent == 5 ? 5 : 1);
+        on.intake.records().add(entry);
+    }
+    ASSERT_TRUE(resolve_journal_paths(on.intake.records(), on.disk.volume, false, on.progress_shown));
+    ordered_reader records(on.intake.records(), on.meter);
+    journal_entry entry;
+    const std::string a(200, 'a'), b(200, 'b'), c(200, 'c');
+    for (const std::uint64_t parent : parents) {
+        ASSERT_TRUE(records.next(entry));
+        std::string path = "[root]\\";
+        if (parent != 5) path += a + "\\";
+        if (parent > 40 && parent != 5) path += b + "\\";
+        if (parent == 42) path += c + "\\";
+        EXPECT_EQ(entry.parent_path, path) << parent;
+    }
+}
+
 TEST(carve_slack, looks_behind_each_stream_once) {
     ntfs_image_builder made{};
     made.build();
@@ -151,6 +188,22 @@ TEST(carve_slack, counts_what_too_many_claim) {
     EXPECT_EQ(on.intake.lost_bytes(), (40 * 8 - 16 * 18) * 4096U);  // 16 readings of each cluster, on the average
 }
 
+// A first word that is no record's ends a chunk unless there is more than a page behind it, and always where it is a
+// length that the chunk does not have.
+TEST(carve, ends_a_chunk_at_some_bad_words) {
+    const bytes one = record_named(u"r"), word{9, 0, 0, 0}, far{0, 0, 1, 0};
+    const std::tuple<std::size_t, bytes, const char*> cases[] = {{4096 + 64, word, "r@0+0"},
+                                                                 {4096 + 72, word, "r@0+0 r@1+0"},
+                                                                 {8192, far, "r@0+0"},
+                                                                 {8192, bytes(4), "r@0+0 r@1+0"}};
+    for (const auto& [size, behind, found] : cases) {
+        carving on;
+        const bytes chunk = laid_out(size, {{0, one}, {64, behind}, {4096, one}});
+        on.intake.carve(byte_view(chunk), {.entry_bound = 100, .label = ""});
+        EXPECT_EQ(on.found(4096), found) << size;
+    }
+}
+
 // With the path to the catalog, which is at LCN 200, and the header of a store at 1000.
 ntfs_image_builder volume_with_copies(const bytes& catalog) {
     ntfs_image_builder made{.cluster_size = 512, .clusters = 2048, .mft_clusters = 128};
@@ -162,6 +215,21 @@ ntfs_image_builder volume_with_copies(const bytes& catalog) {
     made.write(200 * 512, catalog);
     made.write(1000 * 512, laid_out(256, {{0x90, shadow_copy_id}, {0xC0, {4, 0, 'a', 0, 'b', 0, 2, 0, 'c', 0}}}));
     return made;
+}
+
+// The bound for entry numbers is that of the pass before, if there was one.
+TEST(carve_shadow_stores, takes_the_entry_bound_as_it_finds_it) {
+    ntfs_image_builder made = volume_with_copies(shadow_catalog({{3, 1, 1000 * 512, reference(9, 7)}}, 2048));
+    made.put(0, {.attributes = {{.runs = run_list({{2, 128}}), .real_size = 65536}}});  // 64 entries
+    made.put(6, {.attributes = {{.value = bytes(256, 0xFF)}}});
+    made.put(9, {.attributes = {{.runs = run_list({{1100, 8}}), .real_size = 512}}});
+    made.write(1100 * 512, usn_record_builder{.file_ref = reference(64, 1)}.build());
+    for (const bool after_another : {false, true}) {
+        carving on(made.image);
+        if (after_another) carve_unallocated(on.run);
+        carve_shadow_stores(on.run);
+        EXPECT_EQ(on.intake.records().size(), after_another ? 0U : 1U);
+    }
 }
 
 TEST(carve_shadow_stores, counts_what_a_volume_cannot_hold) {

@@ -5,13 +5,17 @@
 #include <algorithm>
 #include <random>
 
-// Keys spread over all 64 bits, in a narrow band with many equal keys and zeros, ascending with zeros between.
+// Keys spread over all 64 bits, in a narrow band with many equal keys and zeros, ascending with zeros between, and all
+// late ones but the first alike, so that their run cannot be split.
 TEST(JournalCollection, KeepsKeyOrderAndArrivalAmongEquals) {
     std::mt19937_64 random(7);
     const std::function<std::uint64_t(std::uint64_t)> shapes[] = {
         [&](std::uint64_t) { return random(); },
         [&](std::uint64_t) { return random() % 5 == 0 ? 0 : 133'000'000'000'000'000 + random() % 50; },
-        [&](std::uint64_t i) { return i % 1000 == 999 ? 0 : ~std::uint64_t{0} - 500'000 + i; }};
+        [&](std::uint64_t i) { return i % 1000 == 999 ? 0 : ~std::uint64_t{0} - 500'000 + i; },
+        [&](std::uint64_t i) -> std::uint64_t { return i == 0   ? 7
+                                                       : i == 1 ? 6
+                                                                : 5; }};
     for (const std::size_t count : {0U, 1U, 2U, 300'000U}) {
         for (const auto& shape : shapes) {
             journal_collection journal;
