@@ -85,18 +85,19 @@ bool choose_file(const std::string& value, usnjrnl_context& settings, uni::statu
     return false;
 }
 
-// What would be found in a container is not what its disk holds.
+// In a container the sectors do not stand where they stood on the disk: what looks like a volume there is none.
 bool refuse_container(const std::string& path, uni::status_line& status) {
     std::array<std::uint8_t, container_signature_size> bytes{};
     std::size_t got = 0;
     disk_reader reader;
     if (!reader.open(path, reader_mode::image_file) || !reader.read_at(0, bytes, got)) return false;
-    const std::string_view format = container_format(byte_view(std::span(bytes).first(got)));
+    const std::string format(container_format(byte_view(std::span(bytes).first(got))));
     if (format.empty()) return false;
-    const std::string advice = format == "E01" ? "ewfmount " + path + " /mnt/e01, then -image /mnt/e01/ewf1"
-                                               : "qemu-img convert -O raw " + path + " disk.dd, then -image disk.dd";
-    status.report_problem("prob %s is not raw but %s; to read it: %s\n", path.c_str(), std::string(format).c_str(),
-                          advice.c_str());
+    const bool mounted = format == "E01";
+    const argument_list command = mounted ? argument_list{"ewfmount", path, "/mnt/e01"}
+                                          : argument_list{"qemu-img", "convert", "-O", "raw", path, "raw.dd"};
+    status.report_problem("prob %s is not raw but %s; to read it: %s, then -image %s\n", path.c_str(), format.c_str(),
+                          join_arguments(command, '"').c_str(), mounted ? "/mnt/e01/ewf1" : "raw.dd");
     return true;
 }
 
@@ -115,7 +116,6 @@ bool find_volume_in_image(bool whole_volume_needed, usnjrnl_context& settings, u
     } else if (!selected && !cut) {
         selected = take_unlisted_volume(asked, whole_volume_needed, messages, settings, status, log);
     }
-    if (!selected && refuse_container(settings.image_path, status)) return false;
     status.say(messages);
     return selected;
 }
@@ -128,7 +128,7 @@ bool choose_image(const std::string& value, argument_list& arguments, usnjrnl_co
     settings.journal_path = journal_on_volume.substr(1);  // relative to the root of the volume in the image
     settings.image_path = value;
     const bool whole_volume_needed = !option_flag("-ignore_image_size", arguments);
-    return find_volume_in_image(whole_volume_needed, settings, status, log);
+    return !refuse_container(value, status) && find_volume_in_image(whole_volume_needed, settings, status, log);
 }
 
 }  // namespace
