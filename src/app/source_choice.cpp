@@ -59,18 +59,19 @@ choice choose_file(journal_source source, const reading_settings& asked, uni::st
     return std::nullopt;
 }
 
-// What would be found in a container is not what its disk holds.
+// In a container the sectors do not stand where they stood on the disk: what looks like a volume there is none.
 bool refuse_container(const std::string& path, uni::status_line& status) {
     std::array<std::uint8_t, container_signature_size> bytes{};
     std::size_t got = 0;
     disk_reader reader;
     if (!reader.open(path, reader_mode::image_file) || !reader.read_at(0, bytes, got)) return false;
-    const std::string_view format = container_format(byte_view(std::span(bytes).first(got)));
+    const std::string format(container_format(byte_view(std::span(bytes).first(got))));
     if (format.empty()) return false;
-    const std::string advice = format == "E01" ? "ewfmount " + path + " /mnt/e01, then -image /mnt/e01/ewf1"
-                                               : "qemu-img convert -O raw " + path + " disk.dd, then -image disk.dd";
-    status.report_problem("prob %s is not raw but %s; to read it: %s\n", path.c_str(), std::string(format).c_str(),
-                          advice.c_str());
+    const bool mounted = format == "E01";
+    const argument_list command = mounted ? argument_list{"ewfmount", path, "/mnt/e01"}
+                                          : argument_list{"qemu-img", "convert", "-O", "raw", path, "raw.dd"};
+    status.report_problem("prob %s is not raw but %s; to read it: %s, then -image %s\n", path.c_str(), format.c_str(),
+                          join_arguments(command, '"').c_str(), mounted ? "/mnt/e01/ewf1" : "raw.dd");
     return true;
 }
 
@@ -90,6 +91,7 @@ image_options take_image_options(argument_list& arguments) {
 // With an offset on the command line the user sees every message, without one only those of a failure.
 choice choose_image(journal_source source, const image_options& asked, const usnjrnl_context& settings,
                     const run_console& console) {
+    if (refuse_container(source.path, console.status)) return std::nullopt;
     std::string messages;
     bool found = false;
     std::int64_t offset = asked.offset;
@@ -98,7 +100,6 @@ choice choose_image(journal_source source, const image_options& asked, const usn
     const bool cut = found && offset == asked.offset;  // the place is right, the image ends too early
     source.volume_offset = static_cast<std::uint64_t>(offset);
     opened_source opened{std::move(source), nullptr};
-    const std::string& path = opened.source.path;
     if (asked.offset == 0) {
         if (selected || cut) return opened;
         messages += "\n";
@@ -107,10 +108,8 @@ choice choose_image(journal_source source, const image_options& asked, const usn
         opened.volume =
             open_unlisted_volume(opened.source, asked.whole_volume_needed, messages, settings.reading, console);
     }
-    const bool there = selected || opened.volume != nullptr;
-    if (!there && refuse_container(path, console.status)) return std::nullopt;
     console.status.say(messages);
-    return there ? choice(std::move(opened)) : std::nullopt;
+    return selected || opened.volume != nullptr ? choice(std::move(opened)) : std::nullopt;
 }
 
 }  // namespace
