@@ -6,10 +6,9 @@ import struct
 
 import pytest
 
-from conftest import FAILED, needs_volumes
+from conftest import FAILED
 from journal import PAGE, record
 
-pytestmark = needs_volumes
 MIB = 1 << 20
 
 
