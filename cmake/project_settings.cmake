@@ -2,7 +2,7 @@
 # built with. Nothing of them reaches GoogleTest.
 add_library(project_warnings INTERFACE)
 target_compile_options(project_warnings INTERFACE
-    -Wall -Wextra -Wpedantic -Werror
+    -Wall -Wextra -Wpedantic $<$<BOOL:${LORQ_WERROR}>:-Werror>
     -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2
     -Wcast-align -Wcast-qual -Wdouble-promotion -Wundef -Wunused -Wimplicit-fallthrough
     $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op>)

@@ -199,8 +199,9 @@ private:
                 return joined(format_text("[unk_inode_0x%08llx]", static_cast<ull>(number)), std::move(names));
             }
             if (found == names_.end() || found->second.name.empty() || length > longest_path) return "[unk path]";
-            names.push_back("\\" + to_utf8(found->second.name));
-            length += names.back().size();
+            std::string& name = names.emplace_back("\\");
+            name += to_utf8(found->second.name);
+            length += name.size();
             number = found->second.parent;
         }
         return joined("[root]", std::move(names));

@@ -11,6 +11,8 @@ from conftest import FAILED, WINDOWS, as_root, linux_only
 @as_root
 def test_a_volume_is_read_under_each_of_its_names(lorq):
     folder = os.environ["LORQ_DEVICE_FOLDER"]
+    if folder == "/dev":
+        pytest.skip("devices are made in a folder for that; the presets have one")
     os.makedirs(folder, exist_ok=True)
     lorq.make_volume(records=500)
     nodes = [os.path.join(folder, name) for name in ("w:", "HarddiskVolumeShadowCopy96")]

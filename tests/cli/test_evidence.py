@@ -7,7 +7,7 @@ import re
 
 import pytest
 
-from conftest import FAILED, WINDOWS, as_root, linux_only, needs_volumes
+from conftest import FAILED, WINDOWS, as_root, linux_only
 from journal import PAGE, page, record
 from test_failures import said
 from test_volumes import MIB
@@ -103,7 +103,6 @@ def test_a_log_that_cannot_grow_is_told_once(lorq):
     assert (done.code, said(done)) == (0, "prob writing file /dev/full, log is off\n")
 
 
-@needs_volumes
 @pytest.mark.parametrize("caller", ["lorq", pytest.param("lorq_as_nobody", marks=[linux_only, as_root])])
 def test_no_option_touches_a_source(request, caller):
     """Nobody has no right to write to them, nor to keep the time of the last access."""

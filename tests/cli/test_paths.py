@@ -6,10 +6,10 @@ import os
 
 import pytest
 
-from conftest import FAILED
+from conftest import FAILED, WITHOUT_MAKERS
 
 MAKER = os.environ.get("LORQ_STORY_MAKER", "")
-pytestmark = pytest.mark.skipif(not os.path.exists(MAKER), reason="volumes are made by a Linux program")
+pytestmark = pytest.mark.skipif(not os.path.exists(MAKER), reason=WITHOUT_MAKERS)
 RECORD = 1024
 
 

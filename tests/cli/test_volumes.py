@@ -6,11 +6,10 @@ import struct
 
 import pytest
 
-from conftest import FAILED, needs_volumes
+from conftest import FAILED
 from journal import PAGE, record
 from test_failures import said
 
-pytestmark = needs_volumes
 MIB = 1 << 20
 
 
