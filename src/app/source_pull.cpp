@@ -7,7 +7,6 @@
 #include "journal/path_resolution.h"
 #include "journal/volume_journal.h"
 #include "ntfs/ntfs_volume.h"
-#include "ntfs/path_lookup.h"
 #include "storage/volume_names.h"
 
 #include <memory>
@@ -106,10 +105,7 @@ private:
         return volume_ != nullptr;
     }
 
-    [[nodiscard]] bool has_journal() {
-        found_path found;
-        return lookup_path_entry(*volume_, journal_in_volume, link_mode::follow, found);
-    }
+    [[nodiscard]] bool has_journal() { return volume_->paths().find(journal_in_volume, link_mode::follow).has_value(); }
 
     [[nodiscard]] bool run_passes() {
         if (!read_volume_journal(*volume_, run_, [this] { announce("analyzing: normal USNJRNL data...\n"); }))

@@ -6,6 +6,7 @@
 #include "journal/resolved_paths.h"
 #include "ntfs/directory_listing.h"
 #include "ntfs/mft_children.h"
+#include "ntfs/ntfs_volume.h"
 
 #include <algorithm>
 #include <array>
@@ -29,7 +30,7 @@ struct unread_group {
 class path_resolution {
 public:
     path_resolution(usnjrnl_context& run, ntfs_volume& mft_source)
-        : context_(mft_source, run.pull_times),
+        : context_(mft_source.mft(), run.pull_times),
           journal_(*run.journal),
           meter_(*run.meter),
           with_times_(run.pull_times) {}

@@ -3,7 +3,6 @@
 #include "journal/chunk_receiver.h"
 #include "journal/journal_collection.h"
 #include "ntfs/ntfs_volume.h"
-#include "ntfs/path_lookup.h"
 #include "ntfs/stream_pull.h"
 
 #include <algorithm>
@@ -28,11 +27,9 @@ bool find_journal_stream(const ntfs_volume& volume, const mft_entry& entry, ntfs
 
 bool read_volume_journal(ntfs_volume& volume, usnjrnl_context& run, const std::function<void()>& found) {
     const in_phase reading(*run.meter, phase::read);
-    found_path path;
     mft_entry entry;
-    if (!lookup_path_entry(volume, journal_path, link_mode::stay, path) || !volume.load_entry(path.entry, entry)) {
-        return false;
-    }
+    const std::optional<std::uint64_t> number = volume.paths().find(journal_path, link_mode::stay);
+    if (!number || !volume.load_entry(*number, entry)) return false;
     found();
     ntfs_stream stream;
     if (!find_journal_stream(volume, entry, stream)) {
@@ -45,7 +42,8 @@ bool read_volume_journal(ntfs_volume& volume, usnjrnl_context& run, const std::f
         run.meter->count(phase::read, 0, chunk.size());
         run.meter->tell_bytes("reading", chunk.image_offset(), stream.real_size);
     };
-    if (!pull_stream(volume, stream, hand_on, run.lost_bytes)) volume.log().line("err: nothing to pull from $J");
+    if (!pull_stream(volume.clusters(), stream, hand_on, run.lost_bytes))
+        volume.log().line("err: nothing to pull from $J");
     run.meter->count(phase::read, run.journal->size(), 0);
     return true;
 }
