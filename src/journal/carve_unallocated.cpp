@@ -110,7 +110,6 @@ std::uint64_t walk_bitmap(ntfs_volume& volume, const ntfs_stream& bitmap, std::u
     while (at < length) {
         const auto wanted =
             std::span(piece).first(static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), length - at)));
-        std::size_t got = 0;
         std::size_t index = 0;
         if (find_extent(bitmap.extents, at / volume.cluster_size(), index) && bitmap.extents[index].sparse) {
             const std::uint64_t clusters = bitmap.extents[index].end_vcn() - at / volume.cluster_size();
@@ -121,7 +120,7 @@ std::uint64_t walk_bitmap(ntfs_volume& volume, const ntfs_stream& bitmap, std::u
             at += bytes;
             continue;
         }
-        if (!volume.read_stream_range(bitmap.extents, at, wanted, got)) got = 0;
+        const std::size_t got = volume.clusters().read_stream_beginning(bitmap.extents, at, wanted);
         walk.take(wanted.first(got));
         at += got;
         if (got == wanted.size()) continue;

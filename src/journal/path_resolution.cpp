@@ -6,6 +6,7 @@
 #include "journal/resolved_paths.h"
 #include "ntfs/directory_listing.h"
 #include "ntfs/mft_children.h"
+#include "ntfs/ntfs_volume.h"
 
 #include <algorithm>
 #include <array>
@@ -29,7 +30,7 @@ struct unread_group {
 class path_resolution {
 public:
     path_resolution(journal_collection& records, ntfs_volume& mft_source, bool pull_times, progress& shown)
-        : context_(mft_source, pull_times), records_(records), shown_(shown), with_times_(pull_times) {}
+        : context_(mft_source.mft(), pull_times), records_(records), shown_(shown), with_times_(pull_times) {}
 
     void run(reference_pairs& pairs) {
         take(pairs);

@@ -4,7 +4,6 @@
 #include "base/file_reference.h"
 #include "base/format_text.h"
 #include "ntfs/ntfs_volume.h"
-#include "ntfs/path_lookup.h"
 
 #include <algorithm>
 #include <cstring>
@@ -47,10 +46,10 @@ bool is_block_header(byte_view slot) {
 
 // The catalog file's unnamed data, zeros where it cannot be read; empty when there is none.
 std::vector<std::uint8_t> read_catalog(ntfs_volume& volume, std::uint64_t& lost_bytes) {
-    found_path path;
     mft_entry entry;
     ntfs_stream data;
-    if (!lookup_path_entry(volume, catalog_path, link_mode::stay, path) || !volume.load_entry(path.entry, entry) ||
+    const std::optional<std::uint64_t> number = volume.paths().find(catalog_path, link_mode::stay);
+    if (!number || !volume.load_entry(*number, entry) ||
         !collect_stream(entry, attribute_type::data, u"", volume.cluster_size(), data)) {
         return {};
     }
@@ -61,8 +60,7 @@ std::vector<std::uint8_t> read_catalog(ntfs_volume& volume, std::uint64_t& lost_
     const std::size_t cluster = volume.cluster_size();
     for (std::size_t at = 0; at < bytes.size(); at += cluster) {
         const auto piece = std::span(bytes).subspan(at, std::min(cluster, bytes.size() - at));
-        std::size_t got = 0;
-        if (!volume.read_stream_range(data.extents, at, piece, got)) got = 0;
+        const std::size_t got = volume.clusters().read_stream_beginning(data.extents, at, piece);
         std::ranges::fill(piece.subspan(got), std::uint8_t{0});
         lost_bytes += piece.size() - got;
     }

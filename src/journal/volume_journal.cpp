@@ -2,10 +2,10 @@
 
 #include "base/format_text.h"
 #include "ntfs/ntfs_volume.h"
-#include "ntfs/path_lookup.h"
 #include "ntfs/stream_pull.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -48,10 +48,10 @@ journal_found read_volume_journal(ntfs_volume& volume, journal_intake& intake, p
                                   const std::function<void()>& found) {
     run_meter& meter = intake.meter();
     const in_phase reading(meter, phase::read);
-    found_path path;
     mft_entry entry;
-    if (!lookup_path_entry(volume, journal_path, link_mode::stay, path)) return journal_found::no;
-    if (!volume.load_entry(path.entry, entry)) return journal_found::unreadable;
+    const std::optional<std::uint64_t> number = volume.paths().find(journal_path, link_mode::stay);
+    if (!number) return journal_found::no;
+    if (!volume.load_entry(*number, entry)) return journal_found::unreadable;
     found();
     ntfs_stream stream;
     if (!find_journal_stream(volume, entry, stream)) {
@@ -64,7 +64,7 @@ journal_found read_volume_journal(ntfs_volume& volume, journal_intake& intake, p
         shown.tell_bytes("reading", chunk.image_offset(), stream.real_size);
     };
     std::uint64_t lost_bytes = 0;
-    if (!pull_stream(volume, stream, hand_on, lost_bytes)) volume.log().line("err: nothing to pull from $J");
+    if (!pull_stream(volume.clusters(), stream, hand_on, lost_bytes)) volume.log().line("err: nothing to pull from $J");
     intake.lose(1, lost_bytes);
     meter.count(phase::read, intake.records().size(), 0);
     return journal_found::yes;

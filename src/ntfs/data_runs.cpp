@@ -1,6 +1,6 @@
 #include "ntfs/data_runs.h"
 
-#include "base/saturating.h"
+#include "base/work_budget.h"
 
 #include <algorithm>
 
@@ -79,15 +79,13 @@ void put_in_vcn_order(extent_list& extents) {
 }
 
 void limit_claims(extent_list& extents, std::uint64_t source_clusters) {
-    std::uint64_t left = saturating_product(source_clusters, 2);
+    work_budget left(readings::stream, source_clusters);
     std::erase_if(extents, [&](const extent& part) {
         if (part.sparse) return false;
         // One behind the source costs nothing to read, but it has to be kept in mind.
         const std::uint64_t held =
             part.lcn < source_clusters ? std::min(part.length, source_clusters - part.lcn) : std::uint64_t{1};
-        if (held > left) return true;
-        left -= held;
-        return false;
+        return !left.take(held);
     });
 }
 

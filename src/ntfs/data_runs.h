@@ -44,9 +44,8 @@ void make_extents(std::span<const data_run> runs, extent_list& extents);
 // keeps them, of two that begin together the one added first.
 void put_in_vcn_order(extent_list& extents);
 
-// Leaves out extents, the last ones first, until those that lie on the volume claim at most twice as many clusters as
-// the source holds, which bounds what reading any stream costs. A cluster belongs to one place of one stream; twice,
-// because damage in front must not push out what is sound behind it. Holes cost nothing.
+// Leaves out extents that lie on the volume and claim more clusters than the budget of a stream has left, which bounds
+// what reading any stream costs. Holes cost nothing.
 void limit_claims(extent_list& extents, std::uint64_t source_clusters);
 
 // The index of the extent that holds `vcn`. False when none does.

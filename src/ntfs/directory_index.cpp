@@ -14,10 +14,9 @@ constexpr std::u16string_view directory_index_name = u"$I30";
 // A base record is no extension record; a longer chain is damage.
 constexpr int most_redirections = 4;
 
-void visit_root(const ntfs_volume& volume, const mft_entry& directory, const node_visitor& visit) {
+void visit_root(std::uint32_t cluster_size, const mft_entry& directory, const node_visitor& visit) {
     ntfs_stream root;
-    if (!collect_stream(directory, attribute_type::index_root, directory_index_name, volume.cluster_size(), root))
-        return;
+    if (!collect_stream(directory, attribute_type::index_root, directory_index_name, cluster_size, root)) return;
     if (!root.resident ||
         root.content.value<std::uint32_t>(index_root_value::indexed_type) != attribute_type::file_name ||
         root.content.value<std::uint32_t>(index_root_value::block_size) == 0) {
@@ -26,33 +25,32 @@ void visit_root(const ntfs_volume& volume, const mft_entry& directory, const nod
     visit(root.content.from(index_root_value::node));
 }
 
-// What the runs of an index claim of the source, each for itself: damaged ones overlap.
-std::uint64_t claimed_bytes(const ntfs_volume& volume, const extent_list& extents) {
-    const std::uint64_t most = most_index_bytes(volume);
+// What the runs of an index claim of the source, each for itself: damaged ones overlap. None counts for more than the
+// source, and what is more than `most` is not counted up.
+std::uint64_t claimed_bytes(const volume_clusters& clusters, const extent_list& extents) {
+    constexpr std::uint64_t most_source_bytes = std::uint64_t{1} << 59U;
+    const std::uint64_t source = std::min(clusters.source_limit(), most_source_bytes);
     std::uint64_t claimed = 0;
     for (const extent& part : extents) {
         if (part.sparse) continue;
-        const std::uint64_t most_clusters = most / 2 / volume.cluster_size() + 1;
-        claimed += std::min(part.length, most_clusters) * volume.cluster_size();
-        if (claimed > most) break;
+        claimed += std::min(part.length, source / clusters.cluster_size() + 1) * clusters.cluster_size();
+        if (claimed > readings::listed_indexes * source) break;
     }
     return claimed;
 }
 
-void visit_blocks(ntfs_volume& volume, const mft_entry& directory, std::uint64_t& most_bytes,
+void visit_blocks(volume_clusters& clusters, const mft_entry& directory, work_budget& budget,
                   const node_visitor& visit) {
     ntfs_stream allocation;
-    if (!volume.has_clusters() || !collect_stream(directory, attribute_type::index_allocation, directory_index_name,
-                                                  volume.cluster_size(), allocation)) {
+    if (!clusters.readable() || !collect_stream(directory, attribute_type::index_allocation, directory_index_name,
+                                                clusters.cluster_size(), allocation)) {
         return;
     }
     if (allocation.resident || allocation.initialised_size == 0) return;
-    const std::uint64_t claimed = claimed_bytes(volume, allocation.extents);
-    if (claimed > most_bytes) {
-        volume.log().line("err: directory indexes claim more than the volume holds");
+    if (!budget.take(claimed_bytes(clusters, allocation.extents))) {
+        clusters.log().line("err: directory indexes claim more than the volume holds");
         return;
     }
-    most_bytes -= claimed;
     std::uint64_t lost = 0;
     const auto visit_chunk = [&](byte_view chunk) {
         byte_view block;
@@ -63,41 +61,36 @@ void visit_blocks(ntfs_volume& volume, const mft_entry& directory, std::uint64_t
         }
     };
     // Whatever the stream's sizes say: every block that has clusters.
-    const std::uint64_t size = end_in_bytes(allocation.extents, volume.cluster_size());
-    pull_extents(volume, allocation.extents, size, true, visit_chunk, lost);
-    if (lost != 0) volume.log().line("err: part of a directory index cannot be read");
+    const std::uint64_t size = end_in_bytes(allocation.extents, clusters.cluster_size());
+    pull_extents(clusters, allocation.extents, size, true, visit_chunk, lost);
+    if (lost != 0) clusters.log().line("err: part of a directory index cannot be read");
 }
 
 }  // namespace
 
-void visit_index_nodes(ntfs_volume& volume, const mft_entry& directory, std::uint64_t& most_bytes,
+void visit_index_nodes(volume_clusters& clusters, const mft_entry& directory, work_budget& budget,
                        const node_visitor& visit) {
-    visit_root(volume, directory, visit);
-    visit_blocks(volume, directory, most_bytes, visit);
+    visit_root(clusters.cluster_size(), directory, visit);
+    visit_blocks(clusters, directory, budget, visit);
 }
 
-std::uint64_t most_index_bytes(const ntfs_volume& volume) {
-    constexpr std::uint64_t most_source_bytes = std::uint64_t{1} << 60U;
-    const std::uint64_t size = volume.source_limit();
-    return size > most_source_bytes ? most_source_bytes : size * 2;
-}
-
-bool get_children_nodes(ntfs_volume& volume, std::uint64_t directory, std::set<std::uint64_t>& children) {
+bool get_children_nodes(mft_reader& mft, std::uint64_t directory, work_budget& budget,
+                        std::set<std::uint64_t>& children) {
     mft_entry entry;
     for (int step = 0; step < most_redirections; ++step) {
-        if (!volume.load_entry(directory, entry)) return false;
+        if (!mft.load_entry(directory, entry)) return false;
         if (entry.base_reference == 0) {
             // A directory has no more files than the source has records; numbers of none are not worth keeping.
             const auto collect = [&](byte_view node) {
                 std::set<std::uint64_t> named;
                 collect_index_node(node, named);
                 for (const std::uint64_t number : named) {
-                    if (number < volume.record_count() && children.size() < volume.records_in_source()) {
+                    if (number < mft.record_count() && children.size() < mft.records_in_source()) {
                         children.insert(number);
                     }
                 }
             };
-            visit_index_nodes(volume, entry, volume.index_bytes_left(), collect);
+            visit_index_nodes(mft.clusters(), entry, budget, collect);
             return true;
         }
         directory = entry_number(entry.base_reference);

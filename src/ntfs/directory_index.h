@@ -2,8 +2,7 @@
 // in many pieces. Used by the path look-up and by the path resolution.
 #pragma once
 
-#include "ntfs/mft_entry.h"
-#include "ntfs/ntfs_volume.h"
+#include "ntfs/mft_reader.h"
 
 #include <cstdint>
 #include <functional>
@@ -13,15 +12,12 @@
 using node_visitor = std::function<void(byte_view node)>;
 
 // Visits the node of the entry's $INDEX_ROOT, then every INDX block of its $INDEX_ALLOCATION in stream order, update
-// sequence applied. Blocks that cannot be read whole are left out. `most_bytes`: of blocks that may be read; it is
-// lowered by what the allocation claims, and one that claims more is left alone.
-void visit_index_nodes(ntfs_volume& volume, const mft_entry& directory, std::uint64_t& most_bytes,
+// sequence applied. Blocks that cannot be read whole are left out. `budget`: bytes of blocks that may be read; an
+// allocation that claims more is left alone.
+void visit_index_nodes(volume_clusters& clusters, const mft_entry& directory, work_budget& budget,
                        const node_visitor& visit);
-
-// For all directories of a volume together: a cluster belongs to one of them, so what they claim is no more than the
-// volume, and a directory may be read a second time.
-[[nodiscard]] std::uint64_t most_index_bytes(const ntfs_volume& volume);
 
 // Adds the entry number of every entry in the directory's index. An extension record stands for its base record. False
 // when the directory's record cannot be read.
-[[nodiscard]] bool get_children_nodes(ntfs_volume& volume, std::uint64_t directory, std::set<std::uint64_t>& children);
+[[nodiscard]] bool get_children_nodes(mft_reader& mft, std::uint64_t directory, work_budget& budget,
+                                      std::set<std::uint64_t>& children);

@@ -103,7 +103,7 @@ bool list_parent_directory(mft_entries_ctx& context, std::uint64_t& parent, dire
     context.paths->add(parent, directory);
     if (!found.present()) return false;  // whatever its index holds, nothing is looked up in it
     const auto collect = [&](byte_view node) { collect_index_entries(node, parent, context.look_into_slack, listing); };
-    visit_index_nodes(context.source, directory, context.most_index_bytes, collect);
-    found.index_out_of_reach = !context.source.has_clusters() && needs_clusters(directory);
+    visit_index_nodes(context.source.clusters(), directory, context.index_bytes, collect);
+    found.index_out_of_reach = !context.source.clusters().readable() && needs_clusters(directory);
     return listing.any() || found.index_out_of_reach;
 }

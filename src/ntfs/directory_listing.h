@@ -4,9 +4,11 @@
 #pragma once
 
 #include "base/byte_view.h"
-#include "ntfs/mft_entries_ctx.h"
+#include "ntfs/directory_path.h"
+#include "ntfs/mft_reader.h"
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -45,6 +47,22 @@ public:
 private:
     std::vector<wanted_file> files_;
     bool any_ = false;
+};
+
+// What one path resolution works with. The path cache goes on to whoever keeps the paths.
+struct mft_entries_ctx {
+    // `pull_times`: the times of the index entries are wanted. Remnants in the slack are then looked for as well, where
+    // clusters can be read.
+    mft_entries_ctx(mft_reader& mft_source, bool pull_times)
+        : source(mft_source),
+          look_into_slack(pull_times && mft_source.clusters().readable()),
+          paths(std::make_unique<directory_path_cache>(mft_source)),
+          index_bytes(readings::listed_indexes, mft_source.clusters().source_limit()) {}
+
+    mft_reader& source;
+    bool look_into_slack;
+    std::unique_ptr<directory_path_cache> paths;
+    work_budget index_bytes;
 };
 
 struct listed_parent {

@@ -4,8 +4,7 @@
 #pragma once
 
 #include "base/file_reference.h"
-#include "ntfs/mft_entry.h"
-#include "ntfs/ntfs_volume.h"
+#include "ntfs/mft_reader.h"
 
 #include <cstdint>
 #include <map>
@@ -22,7 +21,7 @@ struct directory_path {
 
 class directory_path_cache {
 public:
-    explicit directory_path_cache(ntfs_volume& source) : source_(&source) {}
+    explicit directory_path_cache(mft_reader& source) : source_(&source) {}
 
     [[nodiscard]] bool contains(std::uint64_t reference) const { return numbers_.contains(reference_order(reference)); }
 
@@ -67,7 +66,7 @@ private:
         return std::u16string_view(names_).substr(directory.name_place, directory.name_units);
     }
 
-    ntfs_volume* source_;
+    mft_reader* source_;
     std::map<std::uint64_t, std::uint32_t> numbers_;  // by reference, in the order of references
     std::vector<cached_directory> directories_;
     std::u16string names_;

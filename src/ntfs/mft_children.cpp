@@ -43,7 +43,7 @@ struct named_file {
 
 class mft_scan {
 public:
-    mft_scan(ntfs_volume& source, const directory_test& wanted, const child_visitor& visit)
+    mft_scan(mft_reader& source, const directory_test& wanted, const child_visitor& visit)
         : source_(source), wanted_(wanted), visit_(visit) {}
 
     void run(progress& shown) {
@@ -95,7 +95,7 @@ private:
         file_->times = times_in(record, entry);
     }
 
-    ntfs_volume& source_;
+    mft_reader& source_;
     const directory_test& wanted_;
     const child_visitor& visit_;
     byte_view record_;
@@ -107,7 +107,6 @@ private:
 
 }  // namespace
 
-void visit_mft_children(ntfs_volume& source, const directory_test& wanted, const child_visitor& visit,
-                        progress& shown) {
+void visit_mft_children(mft_reader& source, const directory_test& wanted, const child_visitor& visit, progress& shown) {
     mft_scan(source, wanted, visit).run(shown);
 }

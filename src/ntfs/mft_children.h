@@ -4,7 +4,7 @@
 
 #include "base/progress.h"
 #include "ntfs/directory_listing.h"
-#include "ntfs/ntfs_volume.h"
+#include "ntfs/mft_reader.h"
 
 #include <cstdint>
 #include <functional>
@@ -15,4 +15,4 @@ using child_visitor = std::function<void(std::uint64_t directory, std::uint64_t 
 // Visits every file in use that has a name in a directory that is wanted, once for each such name, with the times of
 // its $STANDARD_INFORMATION. A name in an extension record counts for the base record. All are references. Neither
 // function may read from `source`.
-void visit_mft_children(ntfs_volume& source, const directory_test& wanted, const child_visitor& visit, progress& shown);
+void visit_mft_children(mft_reader& source, const directory_test& wanted, const child_visitor& visit, progress& shown);

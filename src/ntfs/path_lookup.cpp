@@ -94,55 +94,54 @@ std::u16string link_target(byte_view value) {
 // One look-up: the walk from the root through the segments.
 class path_walk {
 public:
-    path_walk(ntfs_volume& volume, segment_list segments, link_mode links)
-        : volume_(volume), segments_(std::move(segments)), links_(links), next_(first_segment(segments_)) {}
+    path_walk(mft_reader& mft, directory_map& directories, work_budget& index_bytes, segment_list segments,
+              link_mode links)
+        : mft_(mft),
+          directories_(directories),
+          index_bytes_(index_bytes),
+          segments_(std::move(segments)),
+          links_(links),
+          next_(first_segment(segments_)) {}
 
-    [[nodiscard]] bool run(found_path& found) {
-        found.entry = root_entry_number;
+    [[nodiscard]] std::optional<std::uint64_t> run() {
         while (next_ < segments_.size()) {
             const std::string name = name_of_segment(segments_[next_]);
             log("seg: " + name);
-            dir_node* const directory = learnt_directory();
-            if (directory == nullptr) return false;
+            known_directory* const directory = learnt_directory();
+            if (directory == nullptr) return std::nullopt;
             const auto match = directory->names.find(name);
             if (match == directory->names.end()) {
                 log("err: no child nodes");
-                return false;
+                return std::nullopt;
             }
-            found.entry = match->second;
             if (links_ == link_mode::follow) {
                 if (const std::u16string target = target_of(match->second); !target.empty()) {
-                    if (!restart_at(target)) return false;
-                    found.parent = 0;
+                    if (!restart_at(target)) return std::nullopt;
                     continue;
                 }
             }
-            log(format_text("info: inode found for seg: %s : 0x%llx", name.c_str(), static_cast<ull>(found.entry)));
-            found.parent = current_;
-            current_ = found.entry;
+            current_ = match->second;
+            log(format_text("info: inode found for seg: %s : 0x%llx", name.c_str(), static_cast<ull>(current_)));
             ++next_;
         }
-        return true;
+        return current_;
     }
 
-    [[nodiscard]] const segment_list& segments() const { return segments_; }
-
 private:
-    void log(const std::string& text) const { volume_.log().line(text); }
+    void log(const std::string& text) const { mft_.log().line(text); }
 
     // The current directory with its children's names; null when it has none.
-    [[nodiscard]] dir_node* learnt_directory() {
-        directory_cache& cache = volume_.directories();
-        auto found = cache.find(current_);
-        if (found == cache.end() || found->second.children.empty()) {
+    [[nodiscard]] known_directory* learnt_directory() {
+        auto found = directories_.find(current_);
+        if (found == directories_.end() || found->second.children.empty()) {
             log("info: get children nodes");
             std::set<std::uint64_t> children;
-            if (!get_children_nodes(volume_, current_, children) || children.empty()) {
+            if (!get_children_nodes(mft_, current_, index_bytes_, children) || children.empty()) {
                 log("info: none found");
                 return nullptr;
             }
             log(format_text("info: # children [%d]", static_cast<int>(children.size())));
-            found = cache.try_emplace(current_).first;
+            found = directories_.try_emplace(current_).first;
             found->second.children = std::move(children);
         }
         if (found->second.names.empty()) {
@@ -156,15 +155,15 @@ private:
         return nullptr;
     }
 
-    void gather_names(dir_node& directory) {
+    void gather_names(known_directory& directory) {
         mft_entry child;
         for (const std::uint64_t number : directory.children) {
             if (number == current_) continue;
-            if (!volume_.load_entry(number, child)) {
+            if (!mft_.load_entry(number, child)) {
                 log(format_text("err: readFR: inode 0x%llx", static_cast<ull>(number)));
                 continue;
             }
-            if (child.records.front().size() < volume_.record_size()) {
+            if (child.records.front().size() < mft_.record_size()) {
                 log(format_text("err: paramsFR: inode 0x%llx", static_cast<ull>(number)));
                 continue;
             }
@@ -174,15 +173,13 @@ private:
                 continue;
             }
             for (const std::u16string& name : names) directory.names.try_emplace(lower_case(to_utf8(name)), number);
-            if (child.is_directory())
-                volume_.directories().try_emplace(number).first->second.not_in_use |= !child.in_use();
         }
     }
 
     // Of a reparse point; empty when the file is none or leads nowhere.
     [[nodiscard]] std::u16string target_of(std::uint64_t number) {
         mft_entry entry;
-        if (!volume_.load_entry(number, entry)) return {};
+        if (!mft_.load_entry(number, entry)) return {};
         const auto is_link = [](const attribute& one) {
             return one.type == attribute_type::reparse_point && one.resident;
         };
@@ -204,7 +201,9 @@ private:
         return true;
     }
 
-    ntfs_volume& volume_;
+    mft_reader& mft_;
+    directory_map& directories_;
+    work_budget& index_bytes_;
     segment_list segments_;
     link_mode links_;
     std::size_t next_;
@@ -212,40 +211,29 @@ private:
     int restarts_ = 0;
 };
 
-std::u16string joined(const segment_list& segments, bool rooted) {
-    std::u16string path;
-    for (const std::u16string& segment : segments) {
-        if (rooted || !path.empty()) path += u'\\';
-        path += segment;
-    }
-    return path;
-}
-
 }  // namespace
 
-bool lookup_path_entry(ntfs_volume& volume, std::u16string_view path, link_mode links, found_path& found) {
-    found = found_path{};
-    if (path.empty()) return false;
+void path_lookup::forget() {
+    directories_.clear();
+    index_bytes_ = {readings::looked_up_indexes, mft_.clusters().source_limit()};
+}
+
+std::optional<std::uint64_t> path_lookup::find(std::u16string_view path, link_mode links) {
+    if (path.empty()) return std::nullopt;
     path = without_device_prefix(path);
-    volume.log().line("anal: " + to_utf8(path));
+    mft_.log().line("anal: " + to_utf8(path));
     const char16_t separator = path.find(u'/') != std::u16string_view::npos ? u'/' : u'\\';
     segment_list segments = split(path, separator);
     const bool rooted = path.starts_with(separator);
-    if (rooted) volume.log().line("root dir");
+    if (rooted) mft_.log().line("root dir");
     if (segments.empty()) {
-        volume.log().line("path empty");
-        if (!rooted) return false;
-        found.entry = root_entry_number;
-        found.normalised.assign(1, u'\\');
-        return true;
+        mft_.log().line("path empty");
+        return rooted ? std::optional(root_entry_number) : std::nullopt;
     }
-    path_walk walk(volume, std::move(segments), links);
-    if (!walk.run(found)) {
-        volume.log().line("inode not found for " + to_utf8(path));
-        return false;
-    }
-    found.normalised = joined(walk.segments(), rooted);
-    return true;
+    const std::optional<std::uint64_t> found =
+        path_walk(mft_, directories_, index_bytes_, std::move(segments), links).run();
+    if (!found) mft_.log().line("inode not found for " + to_utf8(path));
+    return found;
 }
 
 std::vector<std::u16string> get_record_names(const mft_entry& entry) {

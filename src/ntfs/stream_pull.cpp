@@ -20,18 +20,17 @@ struct stretch {
     enum class kind : std::uint8_t { data, hole, lost };
     std::uint64_t begin = 0;
     std::uint64_t end = 0;
-    std::uint64_t lcn = 0;  // data: where it begins
+    std::uint64_t at = 0;  // data: where it begins on the source, in bytes
     kind what = kind::data;
 };
 
 // The stream as stretches that follow one another without a gap, cut where the source ends.
 class stream_plan {
 public:
-    stream_plan(const ntfs_volume& volume, const extent_list& extents, std::uint64_t size) : volume_(volume) {
-        const std::uint64_t cluster_size = volume.cluster_size();
+    stream_plan(const volume_clusters& clusters, const extent_list& extents, std::uint64_t size) : clusters_(clusters) {
+        const std::uint32_t cluster_size = clusters.cluster_size();
         size = std::min(size, longest_stream);
-        const std::uint64_t clusters = end_of(extents);
-        length_ = clusters > size / cluster_size ? size : clusters * cluster_size;
+        length_ = std::min(size, end_in_bytes(extents, cluster_size));
         lost_ = size - length_;
         for (const extent& part : extents) {
             if (part.vcn > length_ / cluster_size) break;
@@ -64,21 +63,21 @@ private:
     void add_extent(const extent& part) {
         const std::uint64_t begin = end();
         const std::uint64_t room = length_ - begin;
-        const std::uint64_t cluster_size = volume_.cluster_size();
+        const std::uint64_t cluster_size = clusters_.cluster_size();
         const std::uint64_t bytes = part.length > room / cluster_size ? room : part.length * cluster_size;
         if (bytes == 0) return;
         if (part.sparse) {
             stretches_.push_back({begin, begin + bytes, 0, stretch::kind::hole});
             return;
         }
-        const auto at = volume_.cluster_offset(part.lcn);
-        const std::uint64_t source = volume_.source_limit();
+        const auto at = clusters_.cluster_offset(part.lcn);
+        const std::uint64_t source = clusters_.source_limit();
         const std::uint64_t held = at && *at < source ? std::min(bytes, source - *at) : 0;
-        if (held != 0) stretches_.push_back({begin, begin + held, part.lcn, stretch::kind::data});
+        if (held != 0) stretches_.push_back({begin, begin + held, *at, stretch::kind::data});
         add_lost_up_to(begin + bytes);
     }
 
-    const ntfs_volume& volume_;
+    const volume_clusters& clusters_;
     std::vector<stretch> stretches_;
     std::uint64_t length_ = 0;
     std::uint64_t lost_ = 0;
@@ -87,10 +86,10 @@ private:
 // Some chunks' worth of the stream in memory, with what each part of it is.
 class window {
 public:
-    window(ntfs_volume& volume, const stream_plan& plan)
-        : volume_(volume),
+    window(volume_clusters& clusters, const stream_plan& plan)
+        : clusters_(clusters),
           plan_(plan),
-          chunk_size_(clusters_per_chunk * volume.cluster_size()),
+          chunk_size_(clusters_per_chunk * clusters.cluster_size()),
           bytes_(static_cast<std::size_t>(
               std::min(plan.length(), (least_window + chunk_size_ - 1) / chunk_size_ * chunk_size_))) {}
 
@@ -139,22 +138,17 @@ private:
     }
 
     void read(const stretch& part, std::uint64_t from, std::uint64_t to) {
-        const std::uint64_t cluster_size =
-            volume_.cluster_size();  // both ends of a read lie on one, or at the stretch's end
-        const std::uint64_t lcn = part.lcn + (from - part.begin) / cluster_size;
-        std::size_t got = 0;
-        if (volume_.read_clusters(lcn, at(from, to), got) && got == to - from) {
-            parts_.push_back({from, to, 0, stretch::kind::data});
-            return;
+        losses_.clear();
+        (void)read_around_damage(clusters_.reader(), part.at + (from - part.begin), at(from, to),
+                                 {.unit = clusters_.cluster_size()}, losses_);
+        std::uint64_t done = from;
+        for (const loss& one : losses_) {
+            if (from + one.begin != done) parts_.push_back({done, from + one.begin, 0, stretch::kind::data});
+            done = from + one.end;
+            parts_.push_back({from + one.begin, done, 0, stretch::kind::lost});
+            unread_ += one.end - one.begin;
         }
-        for (std::uint64_t done = from; done < to; done += cluster_size) {
-            const std::uint64_t end = std::min(done + cluster_size, to);
-            if (!volume_.read_clusters(lcn + (done - from) / cluster_size, at(done, end), got)) got = 0;
-            if (got != 0) parts_.push_back({done, done + got, 0, stretch::kind::data});
-            if (done + got == end) continue;
-            parts_.push_back({done + got, end, 0, stretch::kind::lost});
-            unread_ += end - done - got;
-        }
+        if (done != to) parts_.push_back({done, to, 0, stretch::kind::data});
     }
 
     [[nodiscard]] std::size_t part_at(std::uint64_t position) const {
@@ -186,18 +180,19 @@ private:
         }
     }
 
-    ntfs_volume& volume_;
+    volume_clusters& clusters_;
     const stream_plan& plan_;
     std::uint64_t chunk_size_;
     std::vector<std::uint8_t> bytes_;
+    loss_list losses_;
     std::vector<stretch> parts_;  // of the window, in order and without a gap
     std::uint64_t begin_ = 0;
     std::uint64_t end_ = 0;
     std::uint64_t unread_ = 0;
 };
 
-bool pull_resident(const ntfs_volume& volume, const ntfs_stream& stream, const chunk_sink& sink) {
-    volume.log().line(format_text("info: data size 0x%llx", static_cast<unsigned long long>(stream.content.size())));
+bool pull_resident(const volume_clusters& clusters, const ntfs_stream& stream, const chunk_sink& sink) {
+    clusters.log().line(format_text("info: data size 0x%llx", static_cast<unsigned long long>(stream.content.size())));
     if (stream.content.size() == 0) return false;
     sink(byte_view(stream.content.bytes(), 0));
     return true;
@@ -205,25 +200,26 @@ bool pull_resident(const ntfs_volume& volume, const ntfs_stream& stream, const c
 
 }  // namespace
 
-bool pull_stream(ntfs_volume& volume, const ntfs_stream& stream, const chunk_sink& sink, std::uint64_t& lost_bytes) {
-    if (stream.resident) return pull_resident(volume, stream, sink);
+bool pull_stream(volume_clusters& clusters, const ntfs_stream& stream, const chunk_sink& sink,
+                 std::uint64_t& lost_bytes) {
+    if (stream.resident) return pull_resident(clusters, stream, sink);
     if (stream.extents.empty()) {
-        volume.log().line("err: no data");
+        clusters.log().line("err: no data");
         return false;
     }
     const std::uint64_t size = std::max(stream.real_size, stream.initialised_size);
-    volume.log().line(format_text("info: data size 0x%llx", static_cast<unsigned long long>(size)));
-    if (stream.compressed) volume.log().line("info: compressed stream, read as it lies");
+    clusters.log().line(format_text("info: data size 0x%llx", static_cast<unsigned long long>(size)));
+    if (stream.compressed) clusters.log().line("info: compressed stream, read as it lies");
 
-    pull_extents(volume, stream.extents, size, stream.type == attribute_type::index_allocation, sink, lost_bytes);
+    pull_extents(clusters, stream.extents, size, stream.type == attribute_type::index_allocation, sink, lost_bytes);
     return true;
 }
 
-void pull_extents(ntfs_volume& volume, const extent_list& extents, std::uint64_t size, bool index_blocks,
+void pull_extents(volume_clusters& clusters, const extent_list& extents, std::uint64_t size, bool index_blocks,
                   const chunk_sink& sink, std::uint64_t& lost_bytes) {
-    const stream_plan plan(volume, extents, size);
+    const stream_plan plan(clusters, extents, size);
     lost_bytes += plan.lost();
-    window part(volume, plan);
+    window part(clusters, plan);
     std::uint64_t at = 0;
     while (const stretch* next = plan.data_at_or_behind(at)) {
         at = std::max(at, next->begin / part.size() * part.size());

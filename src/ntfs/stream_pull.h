@@ -5,7 +5,7 @@
 
 #include "base/byte_view.h"
 #include "ntfs/mft_entry.h"
-#include "ntfs/ntfs_volume.h"
+#include "ntfs/volume_clusters.h"
 
 #include <cstdint>
 #include <functional>
@@ -18,10 +18,10 @@ using chunk_sink = std::function<void(byte_view chunk)>;
 // lost: a cluster that cannot be read, one behind the end of the source, a piece of the stream that is missing.
 // `lost_bytes` grows by those and by what the stream's size promises behind its last extent. Holes inside a chunk are
 // zeros. A resident stream is one chunk. False when there is nothing to pull.
-[[nodiscard]] bool pull_stream(ntfs_volume& volume, const ntfs_stream& stream, const chunk_sink& sink,
+[[nodiscard]] bool pull_stream(volume_clusters& clusters, const ntfs_stream& stream, const chunk_sink& sink,
                                std::uint64_t& lost_bytes);
 
 // The same for extents alone, as far as `size` bytes, without a word in the log. `index_blocks`: every 4096 bytes of a
 // chunk have an update sequence, which is applied.
-void pull_extents(ntfs_volume& volume, const extent_list& extents, std::uint64_t size, bool index_blocks,
+void pull_extents(volume_clusters& clusters, const extent_list& extents, std::uint64_t size, bool index_blocks,
                   const chunk_sink& sink, std::uint64_t& lost_bytes);

@@ -18,7 +18,8 @@ public:
     // Offsets and lengths of reads must be multiples of this; 1 when any will do. Never 0.
     [[nodiscard]] virtual std::uint32_t alignment() const = 0;
 
-    // Reads into.size() bytes at a byte offset; fewer only at the end of the source. False for an error.
+    // Reads into.size() bytes at a byte offset; fewer only at the end of the source. False for an error; the first
+    // `got` bytes of `into` are there all the same.
     [[nodiscard]] virtual bool read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) = 0;
 
     // The next stretch [begin, end) at or behind `offset` that is not a hole of the source's own. False when none

@@ -89,9 +89,9 @@ bool disk_reader::read_at(std::uint64_t offset, std::span<std::uint8_t> into, st
         if (offset >= size) return false;
         into = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), size - offset)));
     }
-    if (!read_aligned(offset, into, got)) return false;
+    const bool read = read_aligned(offset, into, got);
     bytes_read_ += got;
-    return got != 0;
+    return read && got != 0;
 }
 
 // Whole sectors go straight into the caller's buffer, anything else through one of our own.
@@ -107,8 +107,8 @@ bool disk_reader::read_aligned(std::uint64_t offset, std::span<std::uint8_t> int
         return false;
     }
     std::size_t bounced = 0;
-    if (!source_->read_at(offset - lead, bounce_, bounced)) return false;
+    const bool read = source_->read_at(offset - lead, bounce_, bounced);
     got = std::min(into.size(), bounced > lead ? bounced - lead : 0);
     if (got != 0) std::memcpy(into.data(), bounce_.data() + lead, got);
-    return true;
+    return read;
 }

@@ -27,9 +27,9 @@ public:
     [[nodiscard]] bool is_open() const { return source_ != nullptr; }
     void close() { source_.reset(); }
 
-    // Reads the bytes at `offset`; `got` is lowered to what the source holds there. False, and `into` unspecified, when
-    // the reader is closed, nothing was asked for, the offset lies at or behind the end, or the source reported an
-    // error.
+    // Reads the bytes at `offset`; `got` is lowered to what the source holds there. False when the reader is closed,
+    // nothing was asked for, the offset lies at or behind the end, or the source reported an error, before which `got`
+    // bytes came. storage/salvage.h reads on behind an error.
     [[nodiscard]] bool read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got);
 
     [[nodiscard]] std::uint64_t bytes_read() const { return bytes_read_; }  // by all calls of read_at so far

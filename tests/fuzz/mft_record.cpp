@@ -3,7 +3,6 @@
 
 #include "ntfs/directory_index.h"
 #include "ntfs/directory_path.h"
-#include "ntfs/path_lookup.h"
 #include "ntfs/stream_pull.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -19,7 +18,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ntfs_volume volume(fuzz_log());
     volume.open_volume(reader_over(std::move(image)), 0);
     if (!volume.mount()) return 0;
-    directory_path_cache paths(volume);
+    directory_path_cache paths(volume.mft());
+    work_budget index_bytes(readings::looked_up_indexes, volume.source_limit());
     for (std::uint64_t number = 0; number < records; ++number) {
         mft_entry entry;
         if (!volume.load_entry(number, entry)) continue;
@@ -28,15 +28,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (const attribute& one : entry.attributes) {
             if (!collect_stream(entry, one.type, one.name, volume.cluster_size(), stream)) continue;
             (void)pull_stream(
-                volume, stream, [](byte_view) {}, lost);
+                volume.clusters(), stream, [](byte_view) {}, lost);
         }
         std::set<std::uint64_t> children;
-        (void)get_children_nodes(volume, number, children);
+        (void)get_children_nodes(volume.mft(), number, index_bytes, children);
         directory_path path;
         std::u16string text;
         if (paths.build_directory_path(file_reference(number, entry.sequence), path)) paths.compose(path, text);
     }
-    found_path found;
-    (void)lookup_path_entry(volume, u"\\a\\b:c", link_mode::follow, found);
+    (void)volume.paths().find(u"\\a\\b:c", link_mode::follow);
     return 0;
 }

@@ -117,7 +117,7 @@ TEST(DirectoryListing, FreedBlocks) {
     made.write(22 * 4096 + 24 + 64 + 24 + 16, entry_of(43));  // behind the entry that ends the node
     opened_volume opened(made.image);
     ASSERT_TRUE(opened.volume.mount());
-    mft_entries_ctx context(opened.volume, true);
+    mft_entries_ctx context(opened.volume.mft(), true);
     directory_listing listing;
     for (std::uint64_t i = 40; i < 44; ++i) listing.want(reference(i, 1));
     listed_parent found;

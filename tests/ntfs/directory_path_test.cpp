@@ -38,7 +38,7 @@ TEST(DirectoryPath, UpToTheRootOrToWhereTheChainIsBroken) {
     made.put(62, {.attributes = {dos}, .flags = 3});
     opened_volume opened(made.image);
     ASSERT_TRUE(opened.volume.mount());
-    directory_path_cache paths(opened.volume);
+    directory_path_cache paths(opened.volume.mft());
     directory_path found;
     for (const auto& [directory, path] : {std::pair{root, ""},
                                           {reference(42, 1), "a\\b\\\u4E2D\\"},

@@ -85,7 +85,7 @@ std::string mft_of(const bytes& image, std::uint64_t entry) {
     if (!opened.volume.mount()) return "not mounted";
     const bool good = opened.volume.read_record(entry, record) == record_state::good;
     const auto at = opened.volume.record_offset(entry);
-    return std::to_string(opened.volume.record_count()) + (good ? " good" : " bad") + " at " +
+    return std::to_string(opened.volume.mft().record_count()) + (good ? " good" : " bad") + " at " +
            (at ? std::to_string(*at) : "none");
 }
 

@@ -38,7 +38,7 @@ TEST(MftRebuild, TheBestCopyOfEachRecordWins) {
     shown.show_with([&](std::string_view text) { told.append(text).append("; "); }, nullptr);
     ASSERT_EQ(rebuild_mft(opened.volume, shown), rebuild_result::rebuilt);
     EXPECT_EQ(told, "inode count 5, offset 0x0; percent done: 100; ");  // one piece of a mebibyte: 50, 51, 52, 54, 1023
-    EXPECT_EQ(opened.volume.record_count(), 1024U);
+    EXPECT_EQ(opened.volume.mft().record_count(), 1024U);
     std::string names;
     for (const std::uint64_t entry : {0U, 50U, 51U, 53U, 54U, 1023U, 1024U}) {
         mft_entry found;

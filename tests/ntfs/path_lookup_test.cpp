@@ -1,7 +1,6 @@
-#include "ntfs/path_lookup.h"
+#include "ntfs/directory_index.h"
 
 #include "base/utf.h"
-#include "ntfs/directory_index.h"
 #include "opened_volume.h"
 
 #include <gtest/gtest.h>
@@ -21,8 +20,9 @@ TEST(DirectoryIndex, RootAndAllocationInPiecesAndOddPlaces) {
                                          const std::set<std::uint64_t>& children) {
         made.put(30, {.attributes = attributes, .flags = 3});
         opened_volume opened(made.image);
+        work_budget budget(readings::looked_up_indexes, made.image.size());
         std::set<std::uint64_t> found;
-        EXPECT_TRUE(opened.volume.mount() && get_children_nodes(opened.volume, 30, found));
+        EXPECT_TRUE(opened.volume.mount() && get_children_nodes(opened.volume.mft(), 30, budget, found));
         EXPECT_EQ(found, children);
     };
     expect_children({index_root({50}), allocation({{100, 2}, {104, 1}})}, {40, 41, 44, 50});  // whatever its size
@@ -63,39 +63,34 @@ TEST(PathLookup, FindsByEveryWayToWriteAPathAndFollowsLinksWhenAsked) {
     put(38, {name_attribute(u"tagged"), reparse_point(0x80000013, u"\\docs")});
     opened_volume opened(made.image);
     ASSERT_TRUE(opened.volume.mount());
-    const auto find = [&opened](std::u16string_view path, link_mode links) -> std::string {
-        found_path found;
-        if (!lookup_path_entry(opened.volume, path, links, found)) return "none";
-        return std::to_string(found.entry) + " in " + std::to_string(static_cast<std::int64_t>(found.parent)) + " " +
-               to_utf8(found.normalised);
-    };
+    constexpr std::uint64_t none = 0;
     const struct {
         std::u16string_view path;
-        const char *found, *followed = found;
+        std::uint64_t found, followed = found;
     } cases[] = {
-        {u"\\$Extend\\$UsnJrnl:$J", "42 in 31 \\$Extend\\$UsnJrnl:$J"},
-        {u"/$EXTEND//$USNJRNL:$j", "42 in 31 \\$EXTEND\\$USNJRNL:$j"},
-        {u"C:\\$Extend\\ $UsnJrnl \\", "42 in 31 C:\\$Extend\\ $UsnJrnl "},
-        {u"\\\\?\\globalroot\\DEVICE\\HarddiskVolumeShadowCopy12\\docs", "30 in 5 \\docs"},
-        {u"\\\\.\\SnapID_{00000000-0000-0000-0000-000000000000}\\docs", "30 in 5 \\docs"},
-        {u"\\docs\\long name.txt", "40 in 30 \\docs\\long name.txt"},
-        {u"\\docs\\in extension", "41 in 30 \\docs\\in extension"},
-        {u"\\", "5 in -1 \\"},
-        {u"", "none"},
-        {u"\\docs\\longna~1.txt", "none"},
-        {u"\\docs\\$usnjrnl\\x", "none"},
-        {u"\\docs/$usnjrnl", "none"},
-        {u"\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy12", "none"},
-        {u"\\junction", "34 in 5 \\junction", "30 in 5 \\C:\\Docs"},
-        {u"\\junction\\Long name.txt", "none", "40 in 30 \\C:\\Docs\\Long name.txt"},
-        {u"\\absolute\\Long name.txt", "none", "40 in 30 \\docs\\Long name.txt"},
-        {u"\\relative", "36 in 5 \\relative"},
-        {u"\\tagged", "38 in 5 \\tagged"},
-        {u"\\loop\\x", "none"},
+        {u"\\$Extend\\$UsnJrnl:$J", 42},
+        {u"/$EXTEND//$USNJRNL:$j", 42},
+        {u"C:\\$Extend\\ $UsnJrnl \\", 42},
+        {u"\\\\?\\globalroot\\DEVICE\\HarddiskVolumeShadowCopy12\\docs", 30},
+        {u"\\\\.\\SnapID_{00000000-0000-0000-0000-000000000000}\\docs", 30},
+        {u"\\docs\\long name.txt", 40},
+        {u"\\docs\\in extension", 41},
+        {u"\\", 5},
+        {u"", none},
+        {u"\\docs\\longna~1.txt", none},
+        {u"\\docs\\$usnjrnl\\x", none},
+        {u"\\docs/$usnjrnl", none},
+        {u"\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy12", none},
+        {u"\\junction", 34, 30},
+        {u"\\junction\\Long name.txt", none, 40},
+        {u"\\absolute\\Long name.txt", none, 40},
+        {u"\\relative", 36},
+        {u"\\tagged", 38},
+        {u"\\loop\\x", none},
     };
     for (const auto& [path, found, followed] : cases) {
-        EXPECT_EQ(find(path, link_mode::stay), found);
-        EXPECT_EQ(find(path, link_mode::follow), followed);
+        EXPECT_EQ(opened.volume.paths().find(path, link_mode::stay).value_or(none), found) << to_utf8(path);
+        EXPECT_EQ(opened.volume.paths().find(path, link_mode::follow).value_or(none), followed) << to_utf8(path);
     }
     EXPECT_NE(opened.said.find("err: too many links\ninode not found for \\loop\\x\n"), std::string::npos);
     EXPECT_LT(opened.said.size(), 20'000U);

@@ -89,7 +89,7 @@ struct pulled_volume {
         stream.extents = extents;
         stream.real_size = size;
         std::uint64_t lost = 0;
-        EXPECT_TRUE(pull_stream(opened.volume, stream, note, lost));
+        EXPECT_TRUE(pull_stream(opened.volume.clusters(), stream, note, lost));
         EXPECT_LE(opened.faults.reads, 50U) << text;
         return text + std::to_string(lost);
     }
