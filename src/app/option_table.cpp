@@ -23,17 +23,17 @@ using option_action = bool (*)(option_run&, const std::string& value);  // false
 struct option {
     std::string_view name;
     std::string_view second_spelling;  // taken only when there is none of the first
-    bool has_value;
     option_action apply;
+    bool has_value;
     bool has_effect = true;
 };
 
 constexpr option flag(std::string_view name, option_action apply, std::string_view second_spelling = {}) {
-    return {name, second_spelling, false, apply};
+    return {name, second_spelling, apply, false};
 }
 
 constexpr option valued(std::string_view name, option_action apply, std::string_view second_spelling = {}) {
-    return {name, second_spelling, true, apply};
+    return {name, second_spelling, apply, true};
 }
 
 // Its value is checked or kept, and nothing acts on it.
