@@ -4,7 +4,9 @@
 
 namespace {
 
-constexpr std::uint32_t largest_node = 4096;
+// kept: path look-ups walk an index by other limits than the listing of a directory (directory_listing.cpp). Here an
+// entry may be as long as its node, one that follows another 768 bytes; there every entry at most 512.
+constexpr std::uint32_t largest_node = 4095;
 constexpr std::uint16_t longest_next_entry = 768;
 
 }  // namespace
@@ -14,7 +16,7 @@ void collect_index_node(byte_view node, std::set<std::uint64_t>& children) {
     if (total == 0 || total > largest_node) return;
     byte_view entry = node.from(node.value<std::uint32_t>(index_node_header::first_entry));
     std::uint32_t remaining = total;
-    while (remaining < largest_node && entry.fits(0, index_entry::key)) {
+    while (entry.fits(0, index_entry::key)) {
         const auto length = entry.value<std::uint16_t>(index_entry::length);
         const auto key_length = entry.value<std::uint16_t>(index_entry::key_length);
         if (length > total || key_length > total || key_length > length) return;

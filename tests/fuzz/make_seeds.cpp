@@ -37,14 +37,56 @@ std::vector<bytes> disks() {
     return {gpt.bytes, chain.bytes, bare.bytes, test_image(1024).ntfs(0, 1).bytes};
 }
 
-// $MFT of a volume on which \\a is a junction to \\b.
-bytes junction_records() {
+// The eight records of the volume of mft_record, from the first that an input has on.
+ntfs_image_builder record_volume() {
     ntfs_image_builder made{.cluster_size = 512, .clusters = 32, .mft_clusters = 16};
-    made.build();
+    return made.build();
+}
+
+bytes records_from(const ntfs_image_builder& made, std::uint64_t first) {
+    return part_of(made.image, made.offset_of_record(first), (8 - first) * 1024);
+}
+
+// A file whose name and data stand in records 3 and 4, in a directory whose index stands in record 2.
+bytes extension_records() {
+    ntfs_image_builder made = record_volume();
+    made.put(
+        1, {.attributes = {name_attribute(u"b", reference(5, 0)), {.id = 1, .runs = run_list({{20, 1}, {hole, 1}})}}});
+    made.put(2,
+             {.attributes = {index_root({1, 6}), {.type = 0xA0, .name = u"$I30", .id = 1, .runs = run_list({{24, 8}})}},
+              .base = reference(5, 1)});
+    made.put(3, {.attributes = {name_attribute(u"a", reference(5, 0)),
+                                {.id = 3, .runs = run_list({{26, 2}}), .first_vcn = 2}},
+                 .base = reference(6, 1)});
+    made.put(4, {.attributes = {{.id = 3, .runs = run_list({{20, 2}}), .real_size = 2000}}, .base = reference(6, 1)});
+    made.put(5, {.attributes = {name_attribute(u".", reference(5, 0)),
+                                attribute_list({list_entry(0x90, 2, 0), list_entry(0xA0, 2, 1)})},
+                 .flags = 3});
+    made.put(
+        6, {.attributes = {attribute_list({list_entry(0x30, 3, 0), list_entry(0x80, 4, 3), list_entry(0x80, 3, 3)})}});
+    return records_from(made, 1);
+}
+
+// A list that is not resident, in the place of record 7.
+bytes records_with_long_list() {
+    ntfs_image_builder made = record_volume();
+    bytes list = list_entry(0x30, 3, 0);
+    append(list, list_entry(0x80, 4, 1));
+    made.put(3, {.attributes = {name_attribute(u"a", reference(5, 0))}, .base = reference(6, 0)});
+    made.put(4, {.attributes = {{.id = 1, .runs = run_list({{20, 3}}), .real_size = 1500}}, .base = reference(6, 0)});
+    made.put(5, {.attributes = {name_attribute(u".", reference(5, 0)), index_root({6})}, .flags = 3});
+    made.put(6, {.attributes = {{.type = 0x20, .runs = run_list({{16, 1}}), .real_size = list.size()}}, .flags = 3});
+    made.write(made.offset_of_record(7), list);
+    return records_from(made, 1);
+}
+
+// On this one \\a is a junction to \\b.
+bytes junction_records() {
+    ntfs_image_builder made = record_volume();
     made.put(5, {.attributes = {name_attribute(u"."), index_root({6, 7})}, .flags = 3});
     made.put(6, {.attributes = {name_attribute(u"a"), reparse_point(0xA0000003, u"\\b")}});
     made.put(7, {.attributes = {name_attribute(u"b"), index_root({6})}, .flags = 3});
-    return part_of(made.image, made.offset_of_record(0), 8192);
+    return records_from(made, 0);
 }
 
 void add(const std::filesystem::path& folder, const std::vector<bytes>& seeds) {
@@ -64,12 +106,8 @@ void make(const std::filesystem::path& to) {
     add(to / "journal", {behind({0}, seed::journal()), behind({1}, seed::journal()), behind({0}, record)});
     add(to / "carving_scan", {chain, behind(poked<std::uint64_t>(bytes(9), 1, 0x1000), seed::journal())});
     add(to / "mount", {behind({0}, part_of(made.image, 0, 20480)), behind({2}, part_of(made.image, 0, 6144))});
-    std::vector<bytes> records;
-    for (const std::uint64_t entry : {5U, 13U, 14U, 16U, 24U}) {
-        records.push_back(behind({0}, part_of(made.image, made.offset_of_record(entry), 3072)));
-    }
-    records.push_back(behind({1}, junction_records()));
-    add(to / "mft_record", records);
+    add(to / "mft_record",
+        {behind({0}, extension_records()), behind({0}, records_with_long_list()), behind({1}, junction_records())});
     add(to / "directory_index",
         {seed::node_with_remnant(), index_node({40, 41, 42}), part_of(made.image, 310 * 512 + 24, 512)});
     std::vector<bytes> partitioned;

@@ -101,6 +101,22 @@ TEST(DirectoryListing, EntriesInUseAndRemnants) {
     EXPECT_EQ(listed(bytes(node.begin(), node.begin() + second + 80), false), "! 41");  // the space ends in the second
 }
 
+// A node with entries for 41 and 40, the first with a name of so many units.
+bytes node_with_name(std::size_t length) {
+    bytes node(16);
+    append(node, entry_of(41, length));
+    append(node, entry_of(40));
+    poke<std::uint32_t>(node, index_node_header::first_entry, 16);
+    poke<std::uint32_t>(node, index_node_header::total_size, static_cast<std::uint32_t>(node.size() - 16));
+    append(node, last_index_entry());
+    return node;
+}
+
+TEST(DirectoryListing, ALongNameEndsIt) {
+    EXPECT_EQ(listed(node_with_name(215), false), "! 40 41");
+    EXPECT_EQ(listed(node_with_name(216), false), "");
+}
+
 // A directory that shrank frees index blocks and leaves them as they are. What they hold counts, used or not.
 TEST(DirectoryListing, FreedBlocks) {
     ntfs_image_builder made;

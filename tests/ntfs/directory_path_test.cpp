@@ -67,3 +67,24 @@ TEST(DirectoryPath, UpToTheRootOrToWhereTheChainIsBroken) {
     }
     EXPECT_FALSE(paths.build_directory_path(~std::uint64_t{0}, found));
 }
+
+TEST(DirectoryPath, IsNoLongerThan32767UnitsWithItsRoot) {
+    ntfs_image_builder made{.mft_clusters = 64};
+    made.build();
+    const auto add = [&made](std::uint64_t entry, std::size_t length, std::uint64_t parent) {
+        made.put(entry, {.attributes = {name_attribute(std::u16string(length, u'n'), parent)}, .flags = 3});
+    };
+    // "[root]\\" and 128 names of 254 with what ends each: 32647.
+    for (std::uint64_t entry = 40; entry < 168; ++entry) add(entry, 254, entry == 40 ? root : reference(entry - 1, 0));
+    add(168, 119, reference(167, 0));
+    add(169, 120, reference(167, 0));
+    for (const bool known : {false, true}) {  // the way up from their parent
+        opened_volume opened(made.image);
+        ASSERT_TRUE(opened.volume.mount());
+        directory_path_cache paths(opened.volume.mft());
+        directory_path found;
+        EXPECT_TRUE(!known || paths.build_directory_path(reference(167, 0), found));
+        EXPECT_TRUE(paths.build_directory_path(reference(169, 0), found) && found.corrupted);
+        EXPECT_TRUE(paths.build_directory_path(reference(168, 0), found) && !found.corrupted);
+    }
+}

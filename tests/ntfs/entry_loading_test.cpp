@@ -1,3 +1,4 @@
+#include "ntfs/mft_children.h"
 #include "opened_volume.h"
 
 #include <gtest/gtest.h>
@@ -76,6 +77,26 @@ TEST(LoadEntry, ListsThatClaimMoreThanTheSourceHoldsEnd) {
     EXPECT_LE(entry.records.size(), 1026U);  // a megabyte has room for 1024
     for (int i = 0; i < 20; ++i) EXPECT_TRUE(opened.volume.load_entry(30, entry));
     EXPECT_EQ(entry.records.size(), 1U);
+}
+
+// Names stand in extension records when a file has many.
+TEST(MftChildren, ANameInAnExtensionRecordCountsForTheFileItsBaseReferenceNames) {
+    constexpr std::uint64_t home = reference(30, 1);
+    ntfs_image_builder made;
+    made.build();
+    made.put(40, {.sequence = 7});
+    made.put(41, {.attributes = {name_attribute(u"of 40", home)}, .base = reference(40, 7)});
+    made.put(42, {.attributes = {name_attribute(u"of the file that had it before", home)}, .base = reference(40, 6)});
+    made.put(43, {.attributes = {name_attribute(u"of a record that is no base", home)}, .base = reference(41, 0)});
+    made.put(44, {.attributes = {name_attribute(u"elsewhere", reference(30, 2)), name_attribute(u"here", home)}});
+    opened_volume opened(made.image);
+    ASSERT_TRUE(opened.volume.mount());
+    std::vector<std::uint64_t> met;
+    run_meter meter;
+    visit_mft_children(
+        opened.volume.mft(), [](std::uint64_t directory) { return directory == home; },
+        [&met](std::uint64_t, std::uint64_t file, const file_times&) { met.push_back(file); }, meter);
+    EXPECT_EQ(met, (std::vector{reference(40, 7), reference(44, 0)}));
 }
 
 // Number of records, and the state and place of one.

@@ -42,6 +42,25 @@ TEST(DirectoryIndex, RootAndAllocationInPiecesAndOddPlaces) {
     }
 }
 
+TEST(DirectoryIndex, EntriesBehindTheFirstAreAtMost768BytesLong) {
+    const auto children_of = [](std::uint32_t total, std::uint16_t first, std::uint16_t second) {
+        bytes node = index_node({40, 41});
+        node.resize(8192);
+        node = poked(poked(node, 16 + index_entry::length, first), index_node_header::total_size, total);
+        const std::uint64_t moved[]{reference(41, 1), second, reference(42, 1), 24};
+        std::memcpy(node.data() + 16 + first, moved, 16);
+        std::memcpy(node.data() + 16 + first + second, moved + 2, 16);
+        std::set<std::uint64_t> children;
+        collect_index_node(byte_view(node), children);
+        return children;
+    };
+    using numbers = std::set<std::uint64_t>;
+    EXPECT_EQ(children_of(4095, 24, 768), (numbers{40, 41, 42}));
+    EXPECT_EQ(children_of(4095, 24, 769), (numbers{40}));
+    EXPECT_EQ(children_of(4095, 1000, 768), (numbers{40, 41, 42}));
+    EXPECT_EQ(children_of(4096, 24, 768), (numbers{}));
+}
+
 TEST(PathLookup, FindsByEveryWayToWriteAPathAndFollowsLinksWhenAsked) {
     // \Docs (30) with "Long name.txt" (40), "in extension" (41), $UsnJrnl (42); \$Extend (31) with $UsnJrnl; links.
     ntfs_image_builder made;
