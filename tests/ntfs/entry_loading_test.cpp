@@ -92,10 +92,10 @@ TEST(MftChildren, ANameInAnExtensionRecordCountsForTheFileItsBaseReferenceNames)
     opened_volume opened(made.image);
     ASSERT_TRUE(opened.volume.mount());
     std::vector<std::uint64_t> met;
-    run_meter meter;
+    progress shown;
     visit_mft_children(
         opened.volume.mft(), [](std::uint64_t directory) { return directory == home; },
-        [&met](std::uint64_t, std::uint64_t file, const file_times&) { met.push_back(file); }, meter);
+        [&met](std::uint64_t, std::uint64_t file, const file_times&) { met.push_back(file); }, shown);
     EXPECT_EQ(met, (std::vector{reference(40, 7), reference(44, 0)}));
 }
 
