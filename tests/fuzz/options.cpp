@@ -1,6 +1,7 @@
 // A command line, one argument a line: options, the evidence guard, and a record written under what they come to.
 #include "fuzz_support.h"
 
+#include "app/argument_hints.h"
 #include "app/evidence_guard.h"
 #include "app/usage.h"
 
@@ -17,6 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     (void)join_arguments(arguments, '\'');
     for (const std::string& argument : arguments) (void)parse_number(argument);
     (void)evidence_guard(arguments).sources();
+    (void)argument_hints(arguments);
     static run_meter meter;
     static journal_intake intake(meter);
     if (intake.records().size() == 0) {
