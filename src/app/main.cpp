@@ -2,7 +2,7 @@
 
 #include "app/argument_hints.h"
 #include "app/argument_list.h"
-#include "app/journal_options.h"
+#include "app/options.h"
 #include "app/run_driver.h"
 #include "app/run_guard.h"
 #include "app/run_header.h"
@@ -99,7 +99,7 @@ int run(argument_list& arguments, uni::status_line& status) {
     tell_argument_hints(arguments, status);
     usnjrnl_context settings;
     uni::output_file results;
-    if (!parse_journal_options(arguments, settings, status, log)) {
+    if (!parse_options(arguments, settings, status, log)) {
         results.use_standard_output();
         if (results.make_stream() != nullptr) (void)hand_on(results, header);
         (void)results_are_whole(results, usnjrnl_context{}, status);

@@ -56,9 +56,10 @@ private:
     [[nodiscard]] numbered_pair& place_of(const reference_pair& pair);
     [[nodiscard]] std::uint32_t number_of(const reference_pair& pair);
 
-    // Open addressing, at most half full. The pairs stand in it, so that a look-up waits for one place in memory. The
-    // first place to look at is told by the entry number alone: those of a volume are dense, so most files have that
-    // place for themselves and no memory is fetched for nothing. All further ones are told by a hash.
+    // A hash table with open addressing, at most half full. The pairs themselves stand in it, so that a look-up waits
+    // for memory once. The first place to look at is the file's entry number modulo the size: a volume uses its entry
+    // numbers up from 0, so most files have that place for themselves. Where it is taken, a hash of the pair tells the
+    // next places.
     platform::memory_block memory_;
     std::span<numbered_pair> table_;
     unsigned shift_ = 0;  // of a hash, to a place in the table

@@ -28,8 +28,10 @@ private:
     std::vector<std::uint64_t> lowest_keys_ = {0};
     std::vector<std::size_t> limits_ = {first_limit};  // of records: a run that reaches it is split
 
-    // For keys from lowest_keys_[1] up to the last, in equal stretches of 2^guide_shift_: the place of the run that the
-    // stretch begins in. It leaves the search but one or two runs to choose from.
+    // Where to look for a key's run. The keys from lowest_keys_[1] to the last are cut into stretches of
+    // 2^guide_shift_; for each stretch this has the place of the run that its first key belongs to, and at the end that
+    // of the last run. The run of a key is then that of its stretch, that of the next stretch, or one of the few
+    // between.
     std::vector<std::uint32_t> guide_;
     unsigned guide_shift_ = 0;
 

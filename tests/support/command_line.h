@@ -2,7 +2,7 @@
 // settings writes of it.
 #pragma once
 
-#include "app/journal_options.h"
+#include "app/options.h"
 #include "base/diagnostic_log.h"
 #include "journal/journal_entry.h"
 #include "output/body_writer.h"
@@ -27,7 +27,7 @@ struct parsed_options {
     explicit parsed_options(argument_list line) : left(std::move(line)) {
         left.insert(left.begin(), "lorq");
         uni::status_line status([this](std::string_view text) { said += text; });
-        succeeded = parse_journal_options(left, settings, status, log);
+        succeeded = parse_options(left, settings, status, log);
         left.erase(left.begin());
     }
 

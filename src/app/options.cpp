@@ -1,4 +1,4 @@
-#include "app/journal_options.h"
+#include "app/options.h"
 
 #include "app/evidence_guard.h"
 #include "app/option_table.h"
@@ -64,8 +64,7 @@ private:
 
 }  // namespace
 
-bool parse_journal_options(argument_list& arguments, usnjrnl_context& settings, uni::status_line& status,
-                           diagnostic_log& log) {
+bool parse_options(argument_list& arguments, usnjrnl_context& settings, uni::status_line& status, diagnostic_log& log) {
     real_effects effects(arguments, status, log);
     return take_options(arguments, settings, effects);
 }
