@@ -32,7 +32,8 @@ if(LORQ_STATIC)
     if(WIN32)
         add_link_options(-static)
     else()
-        add_link_options(-static-libstdc++ -static-libgcc)
+        # Without what is not used of the standard library: some of it would ask for a newer system than the program does.
+        add_link_options(-static-libstdc++ -static-libgcc -Wl,--gc-sections)
     endif()
 endif()
 
