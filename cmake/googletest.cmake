@@ -12,6 +12,7 @@ if(EXISTS ${LORQ_GOOGLETEST}/CMakeLists.txt)
     set(INSTALL_GTEST OFF)
     set(gtest_disable_pthreads OFF)
     add_subdirectory(${LORQ_GOOGLETEST} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+    target_compile_options(gtest PRIVATE -w)  # its warnings are not ours to mend
     return()
 endif()
 

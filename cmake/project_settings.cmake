@@ -5,7 +5,9 @@ target_compile_options(project_warnings INTERFACE
     -Wall -Wextra -Wpedantic $<$<BOOL:${LORQ_WERROR}>:-Werror>
     -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2
     -Wcast-align -Wcast-qual -Wdouble-promotion -Wundef -Wunused -Wimplicit-fallthrough
-    $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op>)
+    $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op>
+    # The library's own stable_sort calls what the library marks as deprecated, and clang 19 tells us of it.
+    $<$<CXX_COMPILER_ID:Clang>:-Wno-deprecated-declarations>)
 
 add_library(project_settings INTERFACE)
 target_include_directories(project_settings INTERFACE ${PROJECT_SOURCE_DIR}/src)
@@ -32,7 +34,8 @@ if(LORQ_STATIC)
     if(WIN32)
         add_link_options(-static)
     else()
-        add_link_options(-static-libstdc++ -static-libgcc)
+        # Without what is not used of the standard library: some of it would ask for a newer system than the program does.
+        add_link_options(-static-libstdc++ -static-libgcc -Wl,--gc-sections)
     endif()
 endif()
 

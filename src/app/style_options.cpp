@@ -29,7 +29,8 @@ void set_separator(layout_settings& settings, std::string_view separator) {
         set_replacement(settings, ',', ' ');
     } else {
         set_replacement(settings, '\0', '\0');
-        if (equal_ignoring_case(separator, "tab") || equal_ignoring_case(separator, "\\t")) settings.separator = "\t";
+        if (equal_ignoring_case(separator, "tab") || equal_ignoring_case(separator, "\\t"))
+            settings.separator.assign(1, '\t');
     }
 }
 

@@ -25,7 +25,7 @@ def manual_options():
 
 def test_manual_and_completion(lorq):
     assert manual_options() == taken_options()
-    script = f"source {ROOT}/docs/lorq.bash-completion; COMP_WORDS=(lorq ''); COMP_CWORD=1; _lorq; echo ${{COMPREPLY[@]}}"
+    script = f"source '{ROOT}/docs/lorq.bash-completion'; COMP_WORDS=(lorq ''); COMP_CWORD=1; _lorq; echo ${{COMPREPLY[@]}}"
     assert set(lorq.tool("bash", "-c", script).decode().split()) == taken_options()[0]
 
 
