@@ -130,6 +130,7 @@ public:
     static void set_times(ntfs_inode* inode, std::uint64_t time) {
         const std::array<std::uint64_t, 3> times{time, time + 1'000'000,
                                                  time + 3'000'000};  // created, modified, accessed
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): the library takes the numbers as bytes
         demand(ntfs_inode_set_times(inode, reinterpret_cast<const char*>(times.data()), sizeof times, 0) == 0,
                "no times");
     }

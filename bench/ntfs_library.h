@@ -51,9 +51,11 @@ using inode_handle = std::unique_ptr<ntfs_inode, closer<ntfs_inode_close>>;
 using stream_handle = std::unique_ptr<ntfs_attr, closer<ntfs_attr_close>>;
 using search_handle = std::unique_ptr<ntfs_attr_search_ctx, closer<ntfs_attr_put_search_ctx>>;
 
-// A name as the library takes it.
+// A name as the library takes it: its units are 16-bit numbers of another type.
+// NOLINTBEGIN(cppcoreguidelines-pro-type-reinterpret-cast)
 inline ntfschar* units(std::u16string& name) { return reinterpret_cast<ntfschar*>(name.data()); }
 inline const ntfschar* units(std::u16string_view name) { return reinterpret_cast<const ntfschar*>(name.data()); }
+// NOLINTEND(cppcoreguidelines-pro-type-reinterpret-cast)
 inline u8 count(std::u16string_view name) { return static_cast<u8>(name.size()); }
 
 // `options` of mkntfs. The caller closes the volume.
