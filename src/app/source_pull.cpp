@@ -41,7 +41,8 @@ public:
         ntfs_volume* const mft_source = mft_file_ != nullptr ? mft_file_.get() : volume_.get();
         const std::uint64_t read_before = mft_source == nullptr ? 0 : mft_source->reader().bytes_read();
         if (mft_source != nullptr &&
-            resolve_journal_paths(intake_.records(), *mft_source, asked_.pull_times, console_.shown)) {
+            resolve_journal_paths(intake_.records(), *mft_source,
+                                  {.pull_times = asked_.pull_times, .complete = asked_.complete}, console_.shown)) {
             const std::uint64_t read = mft_source->reader().bytes_read() - read_before;
             console_.meter.count(phase::resolve, intake_.records().size(), read);
         } else {

@@ -6,6 +6,7 @@
 #include "ntfs/stream_pull.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace {
 
@@ -14,17 +15,53 @@ constexpr std::u16string_view directory_index_name = u"$I30";
 // A base record is no extension record; a longer chain is damage.
 constexpr int most_redirections = 4;
 
-void visit_root(const ntfs_volume& volume, const mft_entry& directory, const node_visitor& visit) {
+// The result is the size of the index's blocks in bytes.
+std::uint32_t visit_root(const ntfs_volume& volume, const mft_entry& directory, const node_visitor& visit) {
     ntfs_stream root;
-    if (!collect_stream(directory, attribute_type::index_root, directory_index_name, volume.cluster_size(), root))
-        return;
+    if (!collect_stream(directory, attribute_type::index_root, directory_index_name, volume.cluster_size(), root)) {
+        return index_block::size;
+    }
+    const auto block_size = root.content.value<std::uint32_t>(index_root_value::block_size);
     if (!root.resident ||
         root.content.value<std::uint32_t>(index_root_value::indexed_type) != attribute_type::file_name ||
-        root.content.value<std::uint32_t>(index_root_value::block_size) == 0) {
-        return;
+        block_size == 0) {
+        return index_block::size;
     }
-    visit(root.content.from(index_root_value::node));
+    visit(root.content.from(index_root_value::node), true);
+    return block_size;
 }
+
+// Which blocks of an index are in use, by the bits of its $BITMAP. What those do not tell is in use.
+class block_usage {
+public:
+    block_usage() = default;
+    block_usage(ntfs_volume& volume, const mft_entry& directory, std::uint32_t block_size) : block_size_(block_size) {
+        constexpr std::uint64_t most_bytes = 1U << 24U;
+        ntfs_stream bitmap;
+        if (!collect_stream(directory, attribute_type::bitmap, directory_index_name, volume.cluster_size(), bitmap)) {
+            return;
+        }
+        if (bitmap.resident) {
+            bits_.assign(bitmap.content.bytes().begin(), bitmap.content.bytes().end());
+            return;
+        }
+        std::size_t got = 0;
+        bits_.resize(static_cast<std::size_t>(
+            std::min({bitmap.real_size, extent_bytes(bitmap.extents, volume.cluster_size(), false), most_bytes})));
+        if (!volume.read_stream_range(bitmap.extents, 0, bits_, got)) got = 0;
+        bits_.resize(got);
+    }
+
+    // `offset`: bytes, of a block in the allocation.
+    [[nodiscard]] bool in_use(std::uint64_t offset) const {
+        const std::uint64_t block = offset / block_size_;
+        return block / 8 >= bits_.size() || (bits_[static_cast<std::size_t>(block / 8)] >> block % 8 & 1U) != 0;
+    }
+
+private:
+    std::uint32_t block_size_ = index_block::size;
+    std::vector<std::uint8_t> bits_;
+};
 
 // What the runs of an index claim of the source, each for itself: damaged ones overlap.
 std::uint64_t claimed_bytes(const ntfs_volume& volume, const extent_list& extents) {
@@ -39,7 +76,7 @@ std::uint64_t claimed_bytes(const ntfs_volume& volume, const extent_list& extent
     return claimed;
 }
 
-void visit_blocks(ntfs_volume& volume, const mft_entry& directory, std::uint64_t& most_bytes,
+void visit_blocks(ntfs_volume& volume, const mft_entry& directory, std::uint64_t& most_bytes, const block_usage& usage,
                   const node_visitor& visit) {
     ntfs_stream allocation;
     if (!volume.has_clusters() || !collect_stream(directory, attribute_type::index_allocation, directory_index_name,
@@ -58,7 +95,7 @@ void visit_blocks(ntfs_volume& volume, const mft_entry& directory, std::uint64_t
         byte_view block;
         for (std::size_t at = 0; chunk.sub(at, index_block::size, block); at += index_block::size) {
             if (block.value<std::uint32_t>(multi_sector_header::signature) == signature_indx) {
-                visit(block.from(index_block::node));
+                visit(block.from(index_block::node), usage.in_use(chunk.image_offset() + at));
             }
         }
     };
@@ -70,10 +107,12 @@ void visit_blocks(ntfs_volume& volume, const mft_entry& directory, std::uint64_t
 
 }  // namespace
 
-void visit_index_nodes(ntfs_volume& volume, const mft_entry& directory, std::uint64_t& most_bytes,
+void visit_index_nodes(ntfs_volume& volume, const mft_entry& directory, std::uint64_t& most_bytes, block_bits bits,
                        const node_visitor& visit) {
-    visit_root(volume, directory, visit);
-    visit_blocks(volume, directory, most_bytes, visit);
+    const std::uint32_t block_size = visit_root(volume, directory, visit);
+    const bool asked = bits == block_bits::asked && volume.has_clusters();
+    visit_blocks(volume, directory, most_bytes, asked ? block_usage(volume, directory, block_size) : block_usage(),
+                 visit);
 }
 
 std::uint64_t most_index_bytes(const ntfs_volume& volume) {
@@ -88,7 +127,7 @@ bool get_children_nodes(ntfs_volume& volume, std::uint64_t directory, std::set<s
         if (!volume.load_entry(directory, entry)) return false;
         if (entry.base_reference == 0) {
             // A directory has no more files than the source has records; numbers of none are not worth keeping.
-            const auto collect = [&](byte_view node) {
+            const auto collect = [&](byte_view node, bool) {
                 std::set<std::uint64_t> named;
                 collect_index_node(node, named);
                 for (const std::uint64_t number : named) {
@@ -97,7 +136,7 @@ bool get_children_nodes(ntfs_volume& volume, std::uint64_t directory, std::set<s
                     }
                 }
             };
-            visit_index_nodes(volume, entry, volume.index_bytes_left(), collect);
+            visit_index_nodes(volume, entry, volume.index_bytes_left(), block_bits::not_asked, collect);
             return true;
         }
         directory = entry_number(entry.base_reference);

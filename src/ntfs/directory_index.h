@@ -9,13 +9,15 @@
 #include <functional>
 #include <set>
 
-// A node from its header to the end of its space.
-using node_visitor = std::function<void(byte_view node)>;
+// A node from its header to the end of its space. A block is in use unless its bit says otherwise.
+using node_visitor = std::function<void(byte_view node, bool in_use)>;
+
+enum class block_bits : std::uint8_t { not_asked, asked };
 
 // Visits the node of the entry's $INDEX_ROOT, then every INDX block of its $INDEX_ALLOCATION in stream order, update
 // sequence applied. Blocks that cannot be read whole are left out. `most_bytes`: of blocks that may be read; it is
-// lowered by what the allocation claims, and one that claims more is left alone.
-void visit_index_nodes(ntfs_volume& volume, const mft_entry& directory, std::uint64_t& most_bytes,
+// lowered by what the allocation claims, and one that claims more is left alone. `bits`: those of the index's $BITMAP.
+void visit_index_nodes(ntfs_volume& volume, const mft_entry& directory, std::uint64_t& most_bytes, block_bits bits,
                        const node_visitor& visit);
 
 // For all directories of a volume together: a cluster belongs to one of them, so what they claim is no more than the

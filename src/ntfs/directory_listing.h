@@ -60,6 +60,7 @@ struct listed_parent {
 [[nodiscard]] bool list_parent_directory(mft_entries_ctx& context, std::uint64_t& parent, directory_listing& listing,
                                          listed_parent& found);
 
-// Adds the entries of one index node, and what its slack holds when that is asked for. `node`: from its header to the
-// end of its space. `directory`: the reference of the directory.
-void collect_index_entries(byte_view node, std::uint64_t directory, bool look_into_slack, directory_listing& listing);
+// Adds the entries of one index node, as remnants when its block is not in use, and what its slack holds when that is
+// asked for. `node`: from its header to the end of its space. `directory`: the reference of the directory.
+void collect_index_entries(byte_view node, bool in_use, std::uint64_t directory, const index_reading& reading,
+                           directory_listing& listing);

@@ -92,9 +92,9 @@ TEST(carve_unallocated, endless_volume_costs_what_is_there) {
 TEST(resolve_journal_paths, gives_nothing_where_pairs_were_not_numbered) {
     ntfs_image_builder made{};
     carving on(made.build().image);
-    EXPECT_FALSE(resolve_journal_paths(on.intake.records(), on.disk.volume, false, on.progress_shown));
+    EXPECT_FALSE(resolve_journal_paths(on.intake.records(), on.disk.volume, {}, on.progress_shown));
     on.intake.records().number_pairs();
-    EXPECT_TRUE(resolve_journal_paths(on.intake.records(), on.disk.volume, false, on.progress_shown));
+    EXPECT_TRUE(resolve_journal_paths(on.intake.records(), on.disk.volume, {}, on.progress_shown));
 }
 
 TEST(carve_slack, looks_behind_each_stream_once) {
