@@ -100,7 +100,7 @@ private:
             const byte_view record(bytes.subspan(slot));
             if (record.value<std::uint32_t>(multi_sector_header::signature) != signature_file ||
                 record.value<std::uint16_t>(multi_sector_header::sequence_offset) != header_with_own_number ||
-                !is_well_formed_file_record(record)) {
+                !is_well_formed_file_record(record, volume_.taken_records())) {
                 continue;
             }
             take(record, at + slot);

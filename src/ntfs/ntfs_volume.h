@@ -7,6 +7,7 @@
 #include "ntfs/boot_sector.h"
 #include "ntfs/data_runs.h"
 #include "ntfs/directory_cache.h"
+#include "ntfs/fixup.h"
 #include "ntfs/mft_entry.h"
 #include "storage/disk_reader.h"
 
@@ -34,6 +35,10 @@ enum class record_state : std::uint8_t {
 class ntfs_volume {
 public:
     explicit ntfs_volume(const diagnostic_log& log) : log_(log) {}
+
+    // Before anything is opened: the usual ones without it.
+    void take_records(record_sizes sizes) { record_sizes_ = sizes; }
+    [[nodiscard]] record_sizes taken_records() const { return record_sizes_; }
 
     // Over a source; `volume_offset` is the byte offset of the boot sector in it. False when the reader does not open.
     [[nodiscard]] bool open_volume(const std::string& path, reader_mode mode, std::uint64_t volume_offset);
@@ -142,6 +147,7 @@ private:
     bool mounted_ = false;
     bool mft_damaged_ = false;
     volume_geometry geometry_;
+    record_sizes record_sizes_ = record_sizes::usual;
     std::uint32_t record_size_ = 0;    // of record 0
     std::uint32_t record_stride_ = 0;  // from one record to the next
     std::uint64_t record_count_ = 0;
