@@ -73,7 +73,8 @@ bool hand_on(uni::output_file& results, std::string_view text) {
     return !results.failed();
 }
 
-// The frame of the layout around the records. It ends also where there are none, or not all.
+// The frame of the layout around the records. It ends also where there are none, or not all. With -complete what became
+// of all records is told in the document, where it can hold that, and to the user.
 bool write_run(argument_list& arguments, const std::string& header, uni::output_file& results,
                const usnjrnl_context& settings, const run_console& console) {
     const uni::layout_row& layout = uni::row_of(settings.layout.chosen);
@@ -88,8 +89,16 @@ bool write_run(argument_list& arguments, const std::string& header, uni::output_
     if (layout.begins_at_once && !begin({})) return false;
     std::optional<opened_source> opened = choose_source(arguments, settings, console);
     if (!opened || (!layout.begins_at_once && !begin(opened->source))) return false;
-    const bool done = run_driver(*results.stream(), settings, std::move(*opened), console);
-    return hand_on(results, layout.end) && done;
+    record_account account;
+    const bool done = run_driver(*results.stream(), settings, std::move(*opened), console, account);
+    std::string end(layout.end);
+    if (settings.reading.complete) {
+        const std::string text = account_text(account);
+        if (layout.comment != nullptr) end.insert(0, layout.comment(text));
+        if (console.shown.wanted()) console.status.clear_status();
+        console.status.say(text + "\n");
+    }
+    return hand_on(results, end) && done;
 }
 
 int run(argument_list& arguments, uni::status_line& status) {

@@ -85,6 +85,12 @@ bool pull_times(option_run& run, const std::string&) {
     return true;
 }
 
+// Names whole in every layout: those of a document too.
+bool read_all(option_run& run, const std::string&) {
+    run.settings.reading.complete = run.settings.layout.complete = run.settings.layout.xml_escape = true;
+    return true;
+}
+
 template <bool reading_settings::*area>
 bool include(option_run& run, const std::string&) {
     run.settings.reading.*area = true;
@@ -232,6 +238,7 @@ constexpr option journal_options[] = {
     flag("-include_unalloc_clusters", include<&reading_settings::include_unalloc>),
     flag("-include_vss_clusters", include<&reading_settings::include_vss>),
     flag("-xml_escape", switch_to<&uni::layout_settings::xml_escape>),
+    flag("-complete", read_all),
     flag("-rebuild_mft", switch_to<&reading_settings::rebuild_mft>),
 };
 

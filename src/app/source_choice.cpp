@@ -37,7 +37,7 @@ choice refuse_shadow_copy(uni::status_line& status) {
 
 choice choose_volume(journal_source source, const usnjrnl_context& settings, const run_console& console) {
     bool mft_damaged = false;
-    auto volume = open_volume(source, settings.reading.rebuild_mft, console, mft_damaged);
+    auto volume = open_volume(source, settings.reading, console, mft_damaged);
     if (volume != nullptr) return opened_source{std::move(source), std::move(volume)};
     console.status.report_problem("prob validating volume %s as a NTFS partition, aborting...\n", source.path.c_str());
     report_damaged_mft(mft_damaged, console.status);
@@ -96,7 +96,8 @@ choice choose_image(journal_source source, const image_options& asked, const usn
     bool found = false;
     std::int64_t offset = asked.offset;
     const bool any_size = offset != 0 && !asked.whole_volume_needed;
-    const bool selected = select_volume_offset(messages, source.path, offset, any_size, found);
+    const auto sectors = settings.reading.complete ? table_sectors::by_content : table_sectors::by_signature;
+    const bool selected = select_volume_offset(messages, source.path, offset, any_size, found, sectors);
     const bool cut = found && offset == asked.offset;  // the place is right, the image ends too early
     source.volume_offset = static_cast<std::uint64_t>(offset);
     opened_source opened{std::move(source), nullptr};

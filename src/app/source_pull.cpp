@@ -41,7 +41,8 @@ public:
         ntfs_volume* const mft_source = mft_file_ != nullptr ? mft_file_.get() : volume_.get();
         const std::uint64_t read_before = mft_source == nullptr ? 0 : mft_source->reader().bytes_read();
         if (mft_source != nullptr &&
-            resolve_journal_paths(intake_.records(), *mft_source, asked_.pull_times, console_.shown)) {
+            resolve_journal_paths(intake_.records(), *mft_source,
+                                  {.pull_times = asked_.pull_times, .complete = asked_.complete}, console_.shown)) {
             const std::uint64_t read = mft_source->reader().bytes_read() - read_before;
             console_.meter.count(phase::resolve, intake_.records().size(), read);
         } else {
@@ -54,6 +55,7 @@ private:
     void open_mft_source() {
         if (asked_.mft_file_path.empty()) return;
         mft_file_ = std::make_unique<ntfs_volume>(console_.log);
+        if (asked_.complete) mft_file_->take_records(record_sizes::all);
         with_paths_ = mft_file_->open_mft_file(asked_.mft_file_path);
         if (with_paths_) return;
         mft_file_.reset();
@@ -73,7 +75,7 @@ private:
 
     void pull_volume() {
         bool mft_damaged = false;
-        if (volume_ == nullptr) volume_ = open_volume(source_, asked_.rebuild_mft, console_, mft_damaged);
+        if (volume_ == nullptr) volume_ = open_volume(source_, asked_, console_, mft_damaged);
         if (volume_ == nullptr) {
             report_unreadable();
             report_damaged_mft(mft_damaged, console_.status);

@@ -42,7 +42,7 @@ std::unique_ptr<ntfs_volume> open_unlisted_volume(const journal_source& source, 
         return nullptr;
     }
     bool mft_damaged = false;
-    auto volume = open_volume(source, asked.rebuild_mft, console, mft_damaged);
+    auto volume = open_volume(source, asked, console, mft_damaged);
     if (volume == nullptr) {
         if (mft_damaged) messages += damaged_mft_message;
         return nullptr;

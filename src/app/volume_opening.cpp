@@ -13,12 +13,13 @@ bool rebuild(ntfs_volume& volume, const run_console& console) {
 
 }  // namespace
 
-std::unique_ptr<ntfs_volume> open_volume(const journal_source& source, bool rebuild_mft, const run_console& console,
+std::unique_ptr<ntfs_volume> open_volume(const journal_source& source, const reading_settings& asked, const run_console& console,
                                          bool& mft_damaged) {
     mft_damaged = false;
     auto volume = std::make_unique<ntfs_volume>(console.log);
+    if (asked.complete) volume->take_records(record_sizes::all);
     if (!volume->open_volume(source.path, source.mode, source.volume_offset)) return nullptr;
-    if (rebuild_mft ? rebuild(*volume, console) : volume->mount()) return volume;
+    if (asked.rebuild_mft ? rebuild(*volume, console) : volume->mount()) return volume;
     mft_damaged = volume->mft_damaged();
     return nullptr;
 }

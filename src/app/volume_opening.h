@@ -4,13 +4,14 @@
 
 #include "app/journal_source.h"
 #include "app/run_console.h"
+#include "journal/reading_settings.h"
 
 #include <memory>
 
 class ntfs_volume;
 
 // A mounted volume, or null. `mft_damaged` is set when nothing but a damaged $MFT stood in the way.
-[[nodiscard]] std::unique_ptr<ntfs_volume> open_volume(const journal_source& source, bool rebuild_mft,
+[[nodiscard]] std::unique_ptr<ntfs_volume> open_volume(const journal_source& source, const reading_settings& asked,
                                                        const run_console& console, bool& mft_damaged);
 
 inline constexpr const char* damaged_mft_message = "prob $MFT damaged, -rebuild_mft may help\n";

@@ -11,11 +11,17 @@ constexpr char32_t replacement_character = 0xFFFD;
 bool is_high_surrogate(char16_t unit) { return (unit & 0xFC00U) == 0xD800U; }
 bool is_low_surrogate(char16_t unit) { return (unit & 0xFC00U) == 0xDC00U; }
 
+// What a surrogate without its partner becomes.
+enum class lone_surrogate : std::uint8_t { replaced, kept };
+
 // The code point that starts at `at`, which moves behind it.
+template <lone_surrogate lone>
 char32_t next_code_point(std::u16string_view text, std::size_t& at) {
     const char16_t unit = text[at++];
     if (!is_high_surrogate(unit) && !is_low_surrogate(unit)) return unit;
-    if (is_low_surrogate(unit) || at == text.size() || !is_low_surrogate(text[at])) return replacement_character;
+    if (is_low_surrogate(unit) || at == text.size() || !is_low_surrogate(text[at])) {
+        return lone == lone_surrogate::kept ? unit : replacement_character;
+    }
     return 0x10000U + ((unit & 0x3FFU) << 10U) + (text[at++] & 0x3FFU);
 }
 
@@ -37,9 +43,8 @@ char* put_code_point(char32_t point, char* to) {
     return to;
 }
 
-}  // namespace
-
-void append_utf8(std::u16string_view text, std::string& out) {
+template <lone_surrogate lone>
+void append(std::u16string_view text, std::string& out) {
     static_assert(std::endian::native == std::endian::little, "units are packed as they lie");
     constexpr std::size_t most_bytes_per_unit = 3;  // four bytes take two units
     const std::size_t begin = out.size();
@@ -58,10 +63,18 @@ void append_utf8(std::u16string_view text, std::string& out) {
         if (text[at] < 0x80) {
             *to++ = static_cast<char>(text[at++]);
         } else {
-            to = put_code_point(next_code_point(text, at), to);
+            to = put_code_point(next_code_point<lone>(text, at), to);
         }
     }
     out.resize(static_cast<std::size_t>(to - out.data()));
+}
+
+}  // namespace
+
+void append_utf8(std::u16string_view text, std::string& out) { append<lone_surrogate::replaced>(text, out); }
+
+void append_utf8_with_surrogates(std::u16string_view text, std::string& out) {
+    append<lone_surrogate::kept>(text, out);
 }
 
 std::string to_utf8(std::u16string_view text) {
@@ -86,6 +99,14 @@ bool read_code_point(std::string_view utf8, std::size_t& at, char32_t& point) {
     if ((more == 2 && point < 0x800) || (more == 3 && point < 0x10000)) return false;
     if ((point >= 0xD800 && point < 0xE000) || point > 0x10FFFF) return false;
     at += more;
+    return true;
+}
+
+bool read_lone_surrogate(std::string_view utf8, std::size_t& at, char32_t& surrogate) {
+    const auto byte = [&](std::size_t behind) { return static_cast<unsigned char>(utf8[at + behind]); };
+    if (utf8.size() - at < 3 || byte(0) != 0xED || (byte(1) & 0xE0U) != 0xA0U || (byte(2) & 0xC0U) != 0x80U) return false;
+    surrogate = 0xD000U | (byte(1) & 0x3FU) << 6U | (byte(2) & 0x3FU);
+    at += 3;
     return true;
 }
 

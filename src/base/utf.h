@@ -8,11 +8,18 @@
 // Appends `text` as UTF-8. A surrogate without its partner becomes U+FFFD; a NUL stays.
 void append_utf8(std::u16string_view text, std::string& out);
 
+// The same, but a surrogate without its partner stays, as three bytes that no UTF-8 has: names that differ in nothing
+// else stay different. For text_guard, which writes what cannot be written as it is.
+void append_utf8_with_surrogates(std::u16string_view text, std::string& out);
+
 [[nodiscard]] std::string to_utf8(std::u16string_view text);
 
 // The code point that begins at `at`, which moves behind it. False where no well-formed sequence begins: `at` then
 // moves by one byte.
 [[nodiscard]] bool read_code_point(std::string_view utf8, std::size_t& at, char32_t& point);
+
+// Whether such a surrogate begins at `at`; if so `at` moves behind it.
+[[nodiscard]] bool read_lone_surrogate(std::string_view utf8, std::size_t& at, char32_t& surrogate);
 
 // Code points of a UTF-8 text: bytes that do not continue a sequence.
 [[nodiscard]] std::size_t count_characters(std::string_view utf8);

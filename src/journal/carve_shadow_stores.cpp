@@ -10,7 +10,7 @@
 namespace {
 
 constexpr std::uint64_t clusters_between_texts = 53;
-constexpr std::uint32_t piece_size = 4096;  // read at every cluster, whatever its size
+constexpr std::uint32_t usual_piece_size = 4096;  // read at every cluster, whatever its size
 
 class store_reader {
 public:
@@ -19,7 +19,11 @@ public:
           intake_(run.intake),
           shown_(run.shown),
           reader_(run.volume, run.intake),
-          pass_{.origin = record_origin::shadow_copy, .entry_bound = run.entry_bound, .label = {}},
+          pass_{.origin = record_origin::shadow_copy,
+                .entry_bound = run.entry_bound,
+                .label = {},
+                .cluster_size = volume_.cluster_size()},
+          piece_size_(intake_.complete() ? volume_.cluster_size() : usual_piece_size),
           clusters_left_(std::min(volume_.geometry().total_clusters, volume_.clusters_in_source())) {}
 
     // False when the rest of the stores must be left: the file cannot be loaded or its first data attribute is empty.
@@ -53,7 +57,7 @@ private:
         const std::uint64_t taken = std::min(there, clusters_left_);
         read_held(part.lcn, taken);
         clusters_left_ -= taken;
-        intake_.lose(claimed - taken, std::min(piece_size, volume_.cluster_size()));
+        intake_.lose(claimed - taken, std::min(piece_size_, volume_.cluster_size()));
     }
 
     void read_held(std::uint64_t lcn, std::uint64_t left) {
@@ -64,7 +68,7 @@ private:
             const std::uint64_t until_text = clusters_between_texts - counter_ % clusters_between_texts;
             const std::uint64_t count = shown_.wanted() ? std::min(left, until_text) : left;
             if (const auto at = volume_.cluster_offset(lcn)) {
-                reader_.read(*at, count, piece_size, volume_.cluster_size(), pass_);
+                reader_.read(*at, count, piece_size_, volume_.cluster_size(), pass_);
             }
             lcn += count;
             counter_ += count;
@@ -77,6 +81,7 @@ private:
     progress& shown_;
     piece_reader reader_;
     carving_pass pass_;
+    std::uint32_t piece_size_;
     std::uint64_t clusters_left_;
     std::uint64_t counter_ = 0;
 };
@@ -85,6 +90,7 @@ private:
 
 void carve_shadow_stores(carving_run& run) {
     if (!run.volume.mount()) return;
+    if (run.intake.complete()) run.entry_bound = entry_number_bound(run.volume);
     const in_phase carving(run.intake.meter(), phase::carve);
     std::uint64_t lost_bytes = 0;
     const std::vector<shadow_store> stores = find_shadow_stores(run.volume, lost_bytes);

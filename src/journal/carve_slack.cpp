@@ -28,7 +28,7 @@ public:
     explicit slack_reader(carving_run& run)
         : volume_(run.volume),
           intake_(run.intake),
-          pass_{.origin = record_origin::slack, .entry_bound = run.entry_bound, .label = {}},
+          pass_{.origin = record_origin::slack, .entry_bound = run.entry_bound, .label = {}, .cluster_size = 0},
           cluster_(volume_.cluster_size()),
           clusters_left_(readings_of_a_cluster * volume_.clusters_in_source()) {}
 

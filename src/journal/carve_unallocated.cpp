@@ -18,7 +18,10 @@ public:
     free_cluster_walk(carving_run& run, std::uint64_t clusters)
         : volume_(run.volume),
           reader_(run.volume, run.intake),
-          pass_{.origin = record_origin::unallocated, .entry_bound = run.entry_bound, .label = {}},
+          pass_{.origin = record_origin::unallocated,
+                .entry_bound = run.entry_bound,
+                .label = {},
+                .cluster_size = volume_.cluster_size()},
           shown_(run.shown),
           shown_clusters_(clusters),
           clusters_(std::min(clusters, volume_.geometry().total_clusters)) {}

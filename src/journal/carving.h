@@ -15,8 +15,10 @@ struct carving_run {
     journal_intake& intake;
     progress& shown;
 
-    // Entry numbers of carved records are below it. Set by the first and the last pass from what $MFT has room for.
-    // kept: the one between takes it as it finds it, so that without the first pass any number will do.
+    // Entry numbers of carved records are below it; in a complete intake records where they are not are marked. Set by
+    // the first and the last pass from what $MFT has room for.
+    // kept: the one between takes it as it finds it, so that without the first pass any number will do; with a complete
+    // intake it sets it too.
     std::uint64_t entry_bound = 0x3FFFFFFFFFFFFF;
 };
 

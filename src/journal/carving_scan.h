@@ -14,6 +14,7 @@ struct carving_pass {
     record_origin origin = record_origin::unallocated;
     std::uint64_t entry_bound = 0;  // entry numbers of its records are below it
     std::string label;              // of the shadow copy
+    std::uint32_t cluster_size = 0;  // bytes, where the pieces are clusters of which one may continue in the next
 };
 
 // Adds what passes every check under the pass's entry bound, with the marks of the pass. `chunk`: its image_offset is

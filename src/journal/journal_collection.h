@@ -28,7 +28,7 @@ public:
     journal_collection& operator=(const journal_collection&) = delete;
 
     // Packs a copy of what a decoder and the run's pass marks set. The key is the time stamp: 0 for version 4 and for
-    // records that failed a check. Of a name the first 255 units are kept; decoders yield at most 200.
+    // records that failed a check. Of a name the first 255 units are kept, as many as a name on NTFS can have.
     void add(const journal_entry& entry);
 
     [[nodiscard]] std::size_t size() const { return count_; }

@@ -28,10 +28,12 @@ struct journal_entry {
     std::uint32_t file_attributes = 0;
     std::u16string name;
     std::uint64_t record_offset = 0;  // bytes, in the source
+    std::uint8_t version = 0;         // 2 to 4; 0 for an entry that is not valid
 
     // Of the run. The views hold until the next entry is read.
     record_origin origin = record_origin::journal;
     std::string_view snapshot_label;  // of the shadow copy that it was carved from
+    bool foreign = false;             // carved, and of an entry that the volume's MFT has no room for
     mft_status status = mft_status::entry_gone;
     std::string_view parent_path;  // UTF-8, ends with "\"
     std::uint32_t path_number =

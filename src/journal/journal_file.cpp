@@ -11,6 +11,7 @@
 namespace {
 
 constexpr std::size_t piece_size = std::size_t{256} * journal_page_size;  // of one read
+constexpr std::size_t sector_size = 512;
 
 // Reads on after short reads. The result is how many bytes from the beginning of `into` are there.
 std::size_t read_fully(const platform::file& source, std::int64_t offset, std::span<std::uint8_t> into) {
@@ -47,10 +48,25 @@ private:
 
         // What failed is tried again page by page, so that a bad sector costs no more than its page.
         for (std::size_t at = whole; at < piece.size(); at += journal_page_size) {
-            const auto page = piece.subspan(at, std::min(journal_page_size, piece.size() - at));
-            const std::size_t got = read_fully(source_, offset + static_cast<std::int64_t>(at), page);
-            hand_on(offset, piece.first(at + got), at);
-            intake_.lose(1, page.size() - got);
+            const std::size_t end = std::min(at + journal_page_size, piece.size());
+            read_page(offset, piece, at, end, intake_.complete() ? sector_size : journal_page_size);
+        }
+    }
+
+    // [at, end) of a piece in steps, handing on what lies together.
+    void read_page(std::int64_t offset, std::span<std::uint8_t> piece, std::size_t at, std::size_t end,
+                   std::size_t step) {
+        for (std::size_t begin = at; begin < end; begin = at) {
+            std::size_t lost = 0;
+            while (at < end && lost == 0) {
+                const auto part = piece.subspan(at, std::min(step, end - at));
+                const std::size_t got = read_fully(source_, offset + static_cast<std::int64_t>(at), part);
+                lost = part.size() - got;
+                at += got;
+            }
+            hand_on(offset, piece.first(at), begin);
+            intake_.lose(1, lost);
+            at += lost;
         }
     }
 

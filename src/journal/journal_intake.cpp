@@ -4,10 +4,10 @@
 #include "journal/journal_walk.h"
 #include "journal/usn_record.h"
 
-// What is shorter than the fixed part of a record holds none.
 template <typename scan>
 bool journal_intake::take(byte_view chunk, phase during, const scan& take_records) {
-    if (chunk.size() < usn_v2::fixed_size) return false;
+    // What is shorter than the fixed part of a record holds none.
+    if (chunk.size() < usn_v2::fixed_size && !complete_) return false;
     const in_phase now(meter_, during);
     const std::size_t before = records_.size();
     take_records();
@@ -16,11 +16,35 @@ bool journal_intake::take(byte_view chunk, phase during, const scan& take_record
 }
 
 bool journal_intake::walk(byte_view chunk) {
-    return take(chunk, phase::decode, [&] { walk_chunk(records_, chunk, scratch_); });
+    const placed_part whole{.begin = 0, .offset = chunk.image_offset()};
+    return walk(chunk, std::span(&whole, 1));
+}
+
+bool journal_intake::walk(byte_view chunk, std::span<const placed_part> parts) {
+    return take(chunk, phase::decode, [&] {
+        if (complete_) {
+            walk_chunk_complete(records_, chunk, parts, account_, scratch_);
+        } else {
+            walk_chunk(records_, byte_view(chunk.bytes(), parts.front().offset), scratch_, reduced_);
+        }
+    });
 }
 
 bool journal_intake::carve(byte_view chunk, const carving_pass& pass) {
-    return take(chunk, phase::carve, [&] { carve_chunk(records_, chunk, pass, scratch_); });
+    return take(chunk, phase::carve, [&] {
+        if (complete_) {
+            strays_.take(records_, chunk, pass, scratch_);
+        } else {
+            carve_chunk(records_, chunk, pass, scratch_);
+        }
+    });
+}
+
+record_account journal_intake::account() const {
+    record_account account = account_;
+    account.read = records_.size() + account.of(record_fate::not_sound);
+    account.unreadable_bytes = lost_bytes_;
+    return account;
 }
 
 void journal_intake::lose(std::uint64_t pieces, std::uint64_t bytes_each) {

@@ -4,20 +4,30 @@
 
 #include "base/byte_view.h"
 #include "base/run_meter.h"
+#include "journal/account.h"
 #include "journal/carving_scan.h"
+#include "journal/complete_carving.h"
+#include "journal/complete_walk.h"
 #include "journal/journal_collection.h"
 #include "journal/journal_entry.h"
 
 #include <cstdint>
+#include <span>
 
 class journal_intake {
 public:
-    // The meter outlives the intake.
-    explicit journal_intake(run_meter& meter) : meter_(meter) {}
+    // The meter outlives the intake. `complete`: all that is sound is taken, not what the narrower checks let pass.
+    explicit journal_intake(run_meter& meter, bool complete = false) : meter_(meter), complete_(complete) {}
+
+    [[nodiscard]] bool complete() const { return complete_; }
 
     // A chunk of the $J stream or of an extracted file, whole 4096-byte pages from the stream's start on. Its
     // image_offset is the offset to report for its first byte. True when it held entries.
     bool walk(byte_view chunk);
+
+    // The same for a chunk whose parts lie apart on the source; the first one begins with it. Without `complete` the
+    // place of the first stands for all.
+    bool walk(byte_view chunk, std::span<const placed_part> parts);
 
     // Bytes that no structure points at any more, under one pass. The image_offset is their place on the source. True
     // when they held entries.
@@ -26,6 +36,13 @@ public:
     // Pieces of the source that could not be read, however many an image claims.
     void lose(std::uint64_t pieces, std::uint64_t bytes_each);
     [[nodiscard]] std::uint64_t lost_bytes() const { return lost_bytes_; }
+
+    // Of all that was taken so far, nothing of it written yet. Records are accounted for only when the intake is
+    // complete.
+    [[nodiscard]] record_account account() const;
+
+    // How many records of the walk a complete one had kept whole.
+    [[nodiscard]] std::uint64_t reduced_records() const { return reduced_; }
 
     [[nodiscard]] journal_collection& records() { return records_; }
     [[nodiscard]] const journal_collection& records() const { return records_; }
@@ -36,6 +53,10 @@ private:
     bool take(byte_view chunk, phase during, const scan& take_records);
 
     run_meter& meter_;
+    bool complete_;
+    stray_scan strays_;
+    record_account account_;
+    std::uint64_t reduced_ = 0;
     journal_collection records_;
     std::uint64_t lost_bytes_ = 0;
     journal_entry scratch_;

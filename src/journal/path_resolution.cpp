@@ -29,15 +29,19 @@ struct unread_group {
 
 class path_resolution {
 public:
-    path_resolution(journal_collection& records, ntfs_volume& mft_source, bool pull_times, progress& shown)
-        : context_(mft_source.mft(), pull_times), records_(records), shown_(shown), with_times_(pull_times) {}
+    path_resolution(journal_collection& records, ntfs_volume& mft_source, const resolution_settings& asked,
+                    progress& shown)
+        : context_(mft_source.mft(), asked.pull_times, asked.complete),
+          records_(records),
+          shown_(shown),
+          asked_(asked) {}
 
     void run(reference_pairs& pairs) {
         take(pairs);
         resolve_groups();
         resolve_unread();
         context_.paths->release_source();
-        found_->keep_directories(std::move(context_.paths));
+        found_->keep_directories(std::move(context_.paths), asked_.complete);
         records_.keep_paths(std::move(found_));
     }
 
@@ -45,7 +49,7 @@ private:
     void take(reference_pairs& pairs) {
         block_array<std::uint32_t> pair_of_record = pairs.take_numbers();
         pairs_ = pairs.in_order();
-        found_ = std::make_unique<resolved_paths>(std::move(pair_of_record), pairs_.size(), with_times_);
+        found_ = std::make_unique<resolved_paths>(std::move(pair_of_record), pairs_.size(), asked_.pull_times);
     }
 
     void resolve_groups() {
@@ -123,7 +127,7 @@ private:
     mft_entries_ctx context_;
     journal_collection& records_;
     progress& shown_;
-    bool with_times_;
+    resolution_settings asked_;
     std::vector<numbered_pair> pairs_;
     std::unique_ptr<resolved_paths> found_;
     std::vector<unread_group> unread_;                  // in order of directory
@@ -133,10 +137,11 @@ private:
 
 }  // namespace
 
-bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source, bool pull_times, progress& shown) {
+bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source,
+                           const resolution_settings& asked, progress& shown) {
     if (!mft_source.mount()) return false;
     const std::unique_ptr<reference_pairs> pairs = records.take_pairs();
     if (pairs == nullptr) return false;
-    path_resolution(records, mft_source, pull_times, shown).run(*pairs);
+    path_resolution(records, mft_source, asked, shown).run(*pairs);
     return true;
 }

@@ -7,8 +7,12 @@
 class journal_collection;
 class ntfs_volume;
 
-// Gives every record a path and a status from the MFT of `mft_source`, with `pull_times` the four times of the index
-// entry too. The volume may be closed afterwards. False, and nothing is given, when the collection did not number its
+struct resolution_settings {
+    bool pull_times = false;  // the four times of the index entry too
+    bool complete = false;    // remnants are told from entries by all that the source has, and names stay distinct
+};
+
+// Gives every record a path and a status from the MFT of `mft_source`. The volume may be closed afterwards. False, and nothing is given, when the collection did not number its
 // pairs or the volume does not mount. Work is done per distinct parent, never per record beyond a look-up.
-[[nodiscard]] bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source, bool pull_times,
-                                         progress& shown);
+[[nodiscard]] bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source,
+                                         const resolution_settings& asked, progress& shown);

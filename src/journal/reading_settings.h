@@ -5,6 +5,7 @@
 #include <string>
 
 struct reading_settings {
+    bool complete = false;  // all that is sound is read, and all of it is accounted for
     bool show_dir_path = false;
     bool pull_times = false;
     std::string mft_file_path;  // of an exported $MFT; empty: none was given

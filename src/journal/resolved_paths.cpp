@@ -28,13 +28,18 @@ std::string_view resolved_paths::composed(std::uint32_t path) const {
         std::u16string text;
         directories_->compose(paths_[path], text);
         composed_.clear();
-        append_utf8(text, composed_);
+        if (with_surrogates_) {
+            append_utf8_with_surrogates(text, composed_);
+        } else {
+            append_utf8(text, composed_);
+        }
         composed_path_ = path;
     }
     return composed_;
 }
 
-void resolved_paths::keep_directories(std::unique_ptr<const directory_path_cache> directories) {
+void resolved_paths::keep_directories(std::unique_ptr<const directory_path_cache> directories, bool with_surrogates) {
+    with_surrogates_ = with_surrogates;
     directories_ = std::move(directories);
     std::vector<std::uint32_t> places(paths_.size());
     texts_.assign(sizeof(std::uint16_t), '\0');

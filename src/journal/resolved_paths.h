@@ -27,8 +27,9 @@ public:
 
     [[nodiscard]] mft_status status_of(std::uint32_t pair) const { return outcomes_[pair].status(); }
 
-    // What composes the paths; the last thing to be given.
-    void keep_directories(std::unique_ptr<const directory_path_cache> directories);
+    // What composes the paths; the last thing to be given. `with_surrogates`: those without a partner stay in the
+    // texts, see base/utf.h.
+    void keep_directories(std::unique_ptr<const directory_path_cache> directories, bool with_surrogates);
 
     // The pair of the record that arrived as number `arrival`.
     [[nodiscard]] std::uint32_t pair_of(std::size_t arrival) const { return pair_of_record_[arrival]; }
@@ -61,6 +62,7 @@ private:
     std::vector<directory_path> paths_;  // the first stands for no path
     std::string texts_;                  // UTF-8, each behind its length in two bytes; the first is empty
     std::unique_ptr<const directory_path_cache> directories_;
+    bool with_surrogates_ = false;
     mutable std::string composed_;  // the latest text that is not kept
     mutable std::uint32_t composed_path_ = 0;
 };

@@ -8,9 +8,8 @@ namespace {
 constexpr std::uint16_t highest_sequence_number = 0xF000;
 constexpr std::uint32_t highest_file_attributes = 0x500000;
 
-// Names of more units than this are damage more often than names; of those only the beginning is kept.
+// Names of more units than this are damage more often than names.
 constexpr std::size_t longest_name_units = 200;
-constexpr std::size_t kept_units_of_longer_name = 10;
 
 // Versions 2 and 3 hold the same fields at different places.
 struct named_layout {
@@ -18,17 +17,18 @@ struct named_layout {
         name_length, name_offset, fixed_size;
     // A version-2 length and name are compared in 16 bits, so that a damaged name length can wrap and still pass.
     bool name_end_wraps;
+    std::uint8_t version;
 };
 
 constexpr named_layout layout_v2{usn_v2::file_reference, usn_v2::parent_reference, usn_v2::usn,
                                  usn_v2::timestamp,      usn_v2::reason,           usn_v2::source_info,
                                  usn_v2::security_id,    usn_v2::file_attributes,  usn_v2::name_length,
-                                 usn_v2::name_offset,    usn_v2::fixed_size,       true};
+                                 usn_v2::name_offset,    usn_v2::fixed_size,       true, 2};
 
 constexpr named_layout layout_v3{usn_v3::file_reference, usn_v3::parent_reference, usn_v3::usn,
                                  usn_v3::timestamp,      usn_v3::reason,           usn_v3::source_info,
                                  usn_v3::security_id,    usn_v3::file_attributes,  usn_v3::name_length,
-                                 usn_v3::name_offset,    usn_v3::fixed_size,       false};
+                                 usn_v3::name_offset,    usn_v3::fixed_size,       false, 3};
 
 std::uint32_t shortest_record_of(std::uint16_t major_version) {
     switch (major_version) {
@@ -86,6 +86,7 @@ void reset_decoded_fields(journal_entry& entry) {
     entry.file_attributes = 0;
     entry.name.clear();
     entry.record_offset = 0;
+    entry.version = 0;
 }
 
 template <const named_layout& at>
@@ -102,6 +103,7 @@ void decode_named_record(journal_entry& entry, byte_view record) {
     entry.security_id = record.value<std::uint32_t>(at.security_id);
     entry.file_attributes = record.value<std::uint32_t>(at.file_attributes);
     copy_name(record, at.fixed_size, record.value<std::uint16_t>(at.name_length), entry.name);
+    entry.version = at.version;
     entry.record_offset = record.image_offset();
 }
 
@@ -141,6 +143,7 @@ void decode_record_v4(journal_entry& entry, byte_view record) {
         entry.reason = record.value<std::uint32_t>(usn_v4::reason);
         entry.source_info = record.value<std::uint32_t>(usn_v4::source_info);
         entry.record_offset = record.image_offset();
+        entry.version = 4;
     }
     clear_run_fields(entry);
 }
@@ -148,6 +151,7 @@ void decode_record_v4(journal_entry& entry, byte_view record) {
 void clear_run_fields(journal_entry& entry) {
     entry.origin = record_origin::journal;
     entry.snapshot_label = {};
+    entry.foreign = false;
     entry.status = mft_status::entry_gone;
     entry.parent_path = {};
     entry.path_number = 0;

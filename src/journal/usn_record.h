@@ -64,6 +64,9 @@ inline constexpr std::uint32_t shortest_record = 64;
 // Exclusive bound for entry numbers where nothing is known about the volume's MFT.
 inline constexpr std::uint64_t any_entry_number = 0xFFFFFFFF;
 
+// Of a name that the decoders take for too long, only its beginning is kept. In UTF-16 units.
+inline constexpr std::size_t kept_units_of_longer_name = 10;
+
 // Whether the header names a known version with minor version 0 and a length that the version, the longest record and
 // the available bytes allow.
 [[nodiscard]] bool header_is_plausible(byte_view record);
@@ -78,5 +81,5 @@ void decode_record_v2(journal_entry& entry, byte_view record);
 void decode_record_v3(journal_entry& entry, byte_view record);
 void decode_record_v4(journal_entry& entry, byte_view record);
 
-// Clears what the run, not the record, gives an entry: origin and label, status, path and pulled times.
+// Clears what the run, not the record, gives an entry: origin and label, status, path and pulled times, whether it is foreign.
 void clear_run_fields(journal_entry& entry);

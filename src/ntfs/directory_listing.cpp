@@ -15,7 +15,10 @@ namespace {
 // node is not listed. Path look-ups (index_node.cpp) go on behind it.
 constexpr std::uint32_t largest_node = 4095;
 constexpr std::uint16_t longest_entry = 512;
+constexpr std::uint16_t longest_whole_entry = 600;  // with a name of 255 units and a sub-node
 constexpr std::size_t least_slack = 8;
+constexpr std::uint8_t longest_remnant_name = 64;
+constexpr std::uint8_t longest_name = 255;
 
 void take_entry(byte_view entry, listed_in where, directory_listing& listing) {
     wanted_file* const file = listing.meet(entry.value<std::uint64_t>(index_entry::reference), where);
@@ -28,18 +31,18 @@ void take_entry(byte_view entry, listed_in where, directory_listing& listing) {
 }
 
 // The result is what lies behind the last entry in use.
-byte_view walk_live_entries(byte_view node, directory_listing& listing) {
+byte_view walk_live_entries(byte_view node, listed_in where, std::uint16_t longest, directory_listing& listing) {
     std::uint64_t remaining = node.value<std::uint32_t>(index_node_header::total_size);
     byte_view entry = node.from(node.value<std::uint32_t>(index_node_header::first_entry));
     while (remaining != 0 && remaining <= largest_node && entry.fits(0, index_entry::key)) {
         const auto length = entry.value<std::uint16_t>(index_entry::length);
         const auto flags = entry.value<std::uint16_t>(index_entry::flags);
-        if (length > longest_entry || entry.value<std::uint16_t>(index_entry::key_length) > longest_entry ||
+        if (length > longest || entry.value<std::uint16_t>(index_entry::key_length) > longest ||
             entry.value<std::uint64_t>(index_entry::reference) == 0 || flags == index_entry::flag_last ||
             flags == index_entry::flag_last + 1 || !entry.fits(0, length)) {
             break;
         }
-        take_entry(entry, listed_in::index, listing);
+        take_entry(entry, where, listing);
         entry = entry.from(length);
         if (length >= remaining) break;
         remaining -= length;
@@ -84,10 +87,14 @@ bool listed_parent::present() const {
     return (flags & both) == both;
 }
 
-void collect_index_entries(byte_view node, std::uint64_t directory, bool look_into_slack, directory_listing& listing) {
-    const byte_view slack = walk_live_entries(node, listing);
-    if (!look_into_slack || slack.size() < least_slack) return;
-    for (const std::size_t start : find_slack_entries(slack, directory)) {
+void collect_index_entries(byte_view node, bool in_use, std::uint64_t directory, const index_reading& reading,
+                           directory_listing& listing) {
+    const listed_in where = in_use ? listed_in::index : listed_in::slack;
+    const std::uint16_t longest = reading.complete ? longest_whole_entry : longest_entry;
+    const byte_view slack = walk_live_entries(node, where, longest, listing);
+    if (!reading.slack || slack.size() < least_slack) return;
+    const std::uint8_t longest_name_there = reading.complete ? longest_name : longest_remnant_name;
+    for (const std::size_t start : find_slack_entries(slack, directory, longest_name_there)) {
         take_entry(slack.from(start), listed_in::slack, listing);
     }
 }
@@ -102,8 +109,12 @@ bool list_parent_directory(mft_entries_ctx& context, std::uint64_t& parent, dire
     found.flags = directory.flags;
     context.paths->add(parent, directory);
     if (!found.present()) return false;  // whatever its index holds, nothing is looked up in it
-    const auto collect = [&](byte_view node) { collect_index_entries(node, parent, context.look_into_slack, listing); };
-    visit_index_nodes(context.source.clusters(), directory, context.index_bytes, collect);
+    const index_reading& reading = context.reading;
+    const auto collect = [&](byte_view node, bool in_use) {
+        collect_index_entries(node, in_use, parent, reading, listing);
+    };
+    visit_index_nodes(context.source.clusters(), directory, context.index_bytes,
+                      reading.complete ? block_bits::asked : block_bits::not_asked, collect);
     found.index_out_of_reach = !context.source.clusters().readable() && needs_clusters(directory);
     return listing.any() || found.index_out_of_reach;
 }

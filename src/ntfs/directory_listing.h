@@ -5,6 +5,7 @@
 
 #include "base/byte_view.h"
 #include "ntfs/directory_path.h"
+#include "ntfs/index_node.h"
 #include "ntfs/mft_reader.h"
 
 #include <cstdint>
@@ -52,15 +53,15 @@ private:
 // What one path resolution works with. The path cache goes on to whoever keeps the paths.
 struct mft_entries_ctx {
     // `pull_times`: the times of the index entries are wanted. Remnants in the slack are then looked for as well, where
-    // clusters can be read.
-    mft_entries_ctx(mft_reader& mft_source, bool pull_times)
+    // clusters can be read. `complete`: they are looked for in any case, by wider rules, see index_reading.
+    mft_entries_ctx(mft_reader& mft_source, bool pull_times, bool complete)
         : source(mft_source),
-          look_into_slack(pull_times && mft_source.clusters().readable()),
+          reading{.slack = (pull_times || complete) && mft_source.clusters().readable(), .complete = complete},
           paths(std::make_unique<directory_path_cache>(mft_source)),
           index_bytes(readings::listed_indexes, mft_source.clusters().source_limit()) {}
 
     mft_reader& source;
-    bool look_into_slack;
+    index_reading reading;
     std::unique_ptr<directory_path_cache> paths;
     work_budget index_bytes;
 };
@@ -78,6 +79,7 @@ struct listed_parent {
 [[nodiscard]] bool list_parent_directory(mft_entries_ctx& context, std::uint64_t& parent, directory_listing& listing,
                                          listed_parent& found);
 
-// Adds the entries of one index node, and what its slack holds when that is asked for. `node`: from its header to the
-// end of its space. `directory`: the reference of the directory.
-void collect_index_entries(byte_view node, std::uint64_t directory, bool look_into_slack, directory_listing& listing);
+// Adds the entries of one index node, as remnants when its block is not in use, and what its slack holds when that is
+// asked for. `node`: from its header to the end of its space. `directory`: the reference of the directory.
+void collect_index_entries(byte_view node, bool in_use, std::uint64_t directory, const index_reading& reading,
+                           directory_listing& listing);

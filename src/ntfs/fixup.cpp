@@ -4,7 +4,16 @@
 
 #include <algorithm>
 
-bool is_well_formed_file_record(byte_view record) {
+namespace {
+
+constexpr std::size_t usual_words = 9;
+constexpr std::size_t most_words = 129;
+constexpr std::size_t usual_first_attribute = 72;
+
+}  // namespace
+
+bool is_well_formed_file_record(byte_view record, record_sizes sizes) {
+    const std::size_t words = sizes == record_sizes::all ? most_words : usual_words;
     std::uint32_t signature = 0;
     std::uint16_t sequence_offset = 0;
     std::uint16_t sequence_count = 0;
@@ -12,8 +21,10 @@ bool is_well_formed_file_record(byte_view record) {
     return record.get(multi_sector_header::signature, signature) && signature == signature_file &&
            record.get(multi_sector_header::sequence_offset, sequence_offset) &&
            (sequence_offset == 48 || sequence_offset == 42) &&
-           record.get(multi_sector_header::sequence_count, sequence_count) && sequence_count <= 9 &&
-           record.get(mft_record::first_attribute, first_attribute) && first_attribute <= 72;
+           record.get(multi_sector_header::sequence_count, sequence_count) &&
+           sequence_count <= words && record.get(mft_record::first_attribute, first_attribute) &&
+           (first_attribute <= usual_first_attribute ||
+            (sequence_count > usual_words && first_attribute <= (sequence_offset + 2 * sequence_count + 7) / 8 * 8));
 }
 
 void apply_update_sequence(std::span<std::uint8_t> block) {
@@ -27,11 +38,11 @@ void apply_update_sequence(std::span<std::uint8_t> block) {
     }
 }
 
-record_kind apply_fixup(std::span<std::uint8_t> block) {
+record_kind apply_fixup(std::span<std::uint8_t> block, record_sizes sizes) {
     const byte_view view(block);
     switch (view.value<std::uint32_t>(multi_sector_header::signature)) {
         case signature_file:
-            if (!is_well_formed_file_record(view)) return record_kind::none;
+            if (!is_well_formed_file_record(view, sizes)) return record_kind::none;
             apply_update_sequence(block);
             return record_kind::file_record;
         case signature_indx: apply_update_sequence(block); return record_kind::index_block;

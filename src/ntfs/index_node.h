@@ -36,6 +36,12 @@ inline constexpr std::size_t key = 16;         // a $FILE_NAME value
 inline constexpr std::uint16_t flag_last = 2;
 }  // namespace index_entry
 
+// How the entries of a node are told from what is left of others.
+struct index_reading {
+    bool slack = false;     // remnants are looked for
+    bool complete = false;  // entries have names of up to 255 units, and a block that is not in use has remnants only
+};
+
 // Adds the entry numbers that a node names. `node`: from its header to the end of its space. Every step advances by at
 // least a byte and at most 4096 bytes are walked.
 void collect_index_node(byte_view node, std::set<std::uint64_t>& children);

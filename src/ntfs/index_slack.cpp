@@ -11,7 +11,6 @@ namespace {
 constexpr std::size_t word_size = sizeof(std::uint64_t);
 constexpr std::size_t fixed_size = index_entry::key + file_name_value::name;
 constexpr std::size_t least_slack = 84;  // for an entry with a name
-constexpr std::uint8_t longest_name = 64;
 constexpr std::size_t times_size = 4 * word_size;
 
 // FILETIMEs of 1986-01-01 and 2100-01-01: what lies between is taken for a time of a file.
@@ -23,7 +22,7 @@ constexpr std::array<std::size_t, 4> time_places{
     index_entry::key + file_name_value::created, index_entry::key + file_name_value::modified,
     index_entry::key + file_name_value::mft_changed, index_entry::key + file_name_value::accessed};
 
-bool looks_like_entry(byte_view at) {
+bool looks_like_entry(byte_view at, std::uint8_t longest_name) {
     const auto length = at.value<std::uint16_t>(index_entry::length);
     const auto key_length = at.value<std::uint16_t>(index_entry::key_length);
     const auto flags = at.value<std::uint16_t>(index_entry::flags);
@@ -60,15 +59,15 @@ private:
     std::vector<std::size_t> starts_;
 };
 
-void scan_for_parent(byte_view slack, std::uint64_t directory, start_set& starts) {
+void scan_for_parent(byte_view slack, std::uint64_t directory, std::uint8_t longest_name, start_set& starts) {
     constexpr std::size_t behind_parent = 58;  // of the key, up to its last size
     for (std::size_t at = index_entry::key; slack.fits(at, behind_parent); at += word_size) {
         if (slack.value<std::uint64_t>(at) != directory) continue;
-        if (looks_like_entry(slack.from(at - index_entry::key))) starts.propose(at - index_entry::key);
+        if (looks_like_entry(slack.from(at - index_entry::key), longest_name)) starts.propose(at - index_entry::key);
     }
 }
 
-void scan_for_times(byte_view slack, start_set& starts) {
+void scan_for_times(byte_view slack, std::uint8_t longest_name, start_set& starts) {
     for (std::size_t at = 0; slack.fits(at, word_size);) {
         const auto word = slack.value<std::uint64_t>(at);
         if (word < earliest_time || word > latest_time) {
@@ -77,7 +76,7 @@ void scan_for_times(byte_view slack, start_set& starts) {
         }
         if (at >= time_places.front() && slack.fits(at, times_size)) {
             const auto* const place = std::ranges::find_if(time_places, [&](std::size_t before) {
-                return at >= before && looks_like_entry(slack.from(at - before));
+                return at >= before && looks_like_entry(slack.from(at - before), longest_name);
             });
             if (place != time_places.end()) starts.propose(at - *place);
         }
@@ -92,10 +91,10 @@ bool holds_name(byte_view entry) {
 
 }  // namespace
 
-std::vector<std::size_t> find_slack_entries(byte_view slack, std::uint64_t directory) {
+std::vector<std::size_t> find_slack_entries(byte_view slack, std::uint64_t directory, std::uint8_t longest_name) {
     start_set starts;
-    scan_for_parent(slack, directory, starts);
-    scan_for_times(slack, starts);
+    scan_for_parent(slack, directory, longest_name, starts);
+    scan_for_times(slack, longest_name, starts);
     std::vector<std::size_t> found = starts.take();
     std::erase_if(found, [&](std::size_t start) { return !holds_name(slack.from(start)); });
     return found;

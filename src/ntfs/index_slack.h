@@ -9,5 +9,6 @@
 #include <vector>
 
 // Where in `slack` remnants of index entries begin, ascending. `directory`: the reference of the directory whose index
-// it is.
-[[nodiscard]] std::vector<std::size_t> find_slack_entries(byte_view slack, std::uint64_t directory);
+// it is. `longest_name`: of a remnant, in UTF-16 units.
+[[nodiscard]] std::vector<std::size_t> find_slack_entries(byte_view slack, std::uint64_t directory,
+                                                          std::uint8_t longest_name);

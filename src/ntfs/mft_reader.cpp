@@ -65,7 +65,7 @@ bool mft_reader::read_first_record() {
     std::vector<std::uint8_t> record;
     record_stride_ = record_size_;
     for (int attempt = 0; attempt < 2; ++attempt) {
-        if (!fetch_record(mft_entry_number, record) || !is_well_formed_file_record(byte_view(record))) {
+        if (!fetch_record(mft_entry_number, record) || !is_well_formed_file_record(byte_view(record), sizes_)) {
             log().line("err: mount: MFT record 0 is damaged");
             return false;
         }
@@ -176,7 +176,7 @@ record_state mft_reader::view_record(std::uint64_t entry_number, byte_view& reco
 
 // Applies the update sequence. That of a file record ends before the first place it restores, so again is like once.
 record_state mft_reader::restore(std::span<std::uint8_t> record) const {
-    switch (apply_fixup(record)) {
+    switch (apply_fixup(record, sizes_)) {
         case record_kind::file_record:
         case record_kind::index_block: return record_state::good;
         case record_kind::bad_record: log().line("err: fixup_mft type: BAAD"); return record_state::marked_bad;

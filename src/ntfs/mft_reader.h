@@ -3,6 +3,7 @@
 #pragma once
 
 #include "base/work_budget.h"
+#include "ntfs/fixup.h"
 #include "ntfs/mft_entry.h"
 #include "ntfs/volume_clusters.h"
 
@@ -30,6 +31,10 @@ public:
     explicit mft_reader(volume_clusters& clusters) : clusters_(clusters) {}
     mft_reader(const mft_reader&) = delete;
     mft_reader& operator=(const mft_reader&) = delete;
+
+    // The usual sizes without it.
+    void take_records(record_sizes sizes) { sizes_ = sizes; }
+    [[nodiscard]] record_sizes taken_records() const { return sizes_; }
 
     // Forgets what it knows: the clusters are those of another source.
     void close();
@@ -86,6 +91,7 @@ private:
     void learn_extents(const attribute& piece);
 
     volume_clusters& clusters_;
+    record_sizes sizes_ = record_sizes::usual;
     bool mounted_ = false;
     bool damaged_ = false;
     std::uint32_t record_size_ = 0;    // of record 0

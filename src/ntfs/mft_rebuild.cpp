@@ -30,8 +30,9 @@ using record_store = std::map<std::uint32_t, stored_record>;  // by entry number
 
 class volume_scan {
 public:
-    volume_scan(volume_clusters& clusters, progress& shown)
+    volume_scan(volume_clusters& clusters, record_sizes sizes, progress& shown)
         : clusters_(clusters),
+          sizes_(sizes),
           shown_(shown),
           record_size_(clusters.geometry().record_size),
           // Where clusters are smaller than records, records begin on any cluster.
@@ -85,7 +86,7 @@ private:
             const byte_view record(bytes.subspan(slot));
             if (record.value<std::uint32_t>(multi_sector_header::signature) != signature_file ||
                 record.value<std::uint16_t>(multi_sector_header::sequence_offset) != header_with_own_number ||
-                !is_well_formed_file_record(record)) {
+                !is_well_formed_file_record(record, sizes_)) {
                 continue;
             }
             take(record, at + slot);
@@ -123,6 +124,7 @@ private:
     }
 
     volume_clusters& clusters_;
+    record_sizes sizes_;
     progress& shown_;
     std::uint64_t record_size_;
     std::uint64_t stride_;
@@ -212,7 +214,7 @@ rebuild_result rebuild_mft(ntfs_volume& volume, progress& shown) {
     std::size_t got = 0;
     if (!clusters.read_volume(0, sector, got)) return rebuild_result::unreadable;
     if (!clusters.read_geometry()) return rebuild_result::failed;
-    volume_scan scan(clusters, shown);
+    volume_scan scan(clusters, volume.mft().taken_records(), shown);
     scan.run();
     if (!volume.mft().mount_places(readable_places(clusters, scan.store()))) return rebuild_result::failed;
     if (volume.log().enabled()) store_paths(volume.mft(), scan.store()).log();

@@ -12,6 +12,9 @@ class ntfs_volume {
 public:
     explicit ntfs_volume(const diagnostic_log& log) : clusters_(log) {}
 
+    // Before anything is opened: the usual ones without it.
+    void take_records(record_sizes sizes) { mft_.take_records(sizes); }
+
     // Over a source; `volume_offset` is the byte offset of the boot sector in it. False when the reader does not open.
     [[nodiscard]] bool open_volume(const std::string& path, reader_mode mode, std::uint64_t volume_offset);
     void open_volume(disk_reader reader, std::uint64_t volume_offset);

@@ -3,6 +3,7 @@
 // dispatch for one run.
 #pragma once
 
+#include "journal/account.h"
 #include "journal/journal_entry.h"
 #include "output/layout_settings.h"
 #include "output/name_text.h"
@@ -12,15 +13,21 @@ namespace uni {
 
 class body_writer {
 public:
-    body_writer(const layout_settings& /*settings*/, bool /*with_paths*/) {}
+    body_writer(const layout_settings& settings, bool /*with_paths*/)
+        : complete_(settings.complete), guard_("|"), names_('|', ';', complete_ ? &guard_ : nullptr) {}
+    body_writer(const body_writer&) = delete;
+    body_writer& operator=(const body_writer&) = delete;
 
     void write_header(text_buffer& /*out*/) {}
 
-    // Appends the line of any record, closed or not, with a time or without.
-    void write_record(const journal_entry& entry, text_buffer& out);
+    // Appends the line of any record, closed or not, with a time or without. With -complete none of version 4, and a
+    // time before 1970 is negative.
+    [[nodiscard]] record_fate write_record(const journal_entry& entry, text_buffer& out);
 
 private:
-    name_text names_{'|', ';'};  // whatever the run's separator is
+    bool complete_;
+    text_guard guard_;  // against "|", whatever the run's separator is
+    name_text names_;
 };
 
 }  // namespace uni

@@ -37,19 +37,22 @@ csv_writer::csv_writer(const layout_settings& settings, bool with_paths)
       blank_(padding_ ? " " : ""),
       separator_length_(settings.separator.size()),
       time_kind_(settings.pair_date_time ? cell_kind::paired_time : cell_kind::split_time),
-      times_(settings.time_format_flags),
+      times_(settings.time_format_flags, settings.complete ? time_range::any : time_range::usual),
       reasons_(reason_tokens),
       attributes_(attribute_tokens) {
     std::copy_n(settings.separator.data(), std::min(separator_length_, short_separator_.size()),
                 short_separator_.data());
+    if (settings.complete) guard_.emplace(multiline_ ? std::string_view() : settings.separator);
     make_column_list();
 }
 
-void csv_writer::write_record(const journal_entry& entry, text_buffer& out) {
-    if (settings_.closed_only && (entry.reason & usn_reason::close) == 0) return;
-    if (!times_.format(entry.timestamp)) return;
+record_fate csv_writer::write_record(const journal_entry& entry, text_buffer& out) {
+    if (entry.version == 4 && settings_.complete) return record_fate::version_4;
+    if (settings_.closed_only && (entry.reason & usn_reason::close) == 0) return record_fate::not_closed;
+    if (!times_.format(entry.timestamp)) return record_fate::no_time;
     fill_row(entry);
     write_row(row_, out);
+    return record_fate::written;
 }
 
 void csv_writer::write_header(text_buffer& out) {
@@ -59,7 +62,7 @@ void csv_writer::write_header(text_buffer& out) {
         const table_column& column = column_list_[i];
         if (i != 0) to = put_separator(to);
         if (column.kind == cell_kind::time_column && settings_.leading_space) *to++ = ' ';
-        to = put_padded(to, column.name, column.width);
+        to = put_padded(to, own_words(column.name), column.width);
     }
     *to++ = '\n';
     out.end_at(to);
@@ -107,8 +110,10 @@ void csv_writer::make_column_list() {
     if (!settings_.host_name.empty()) add_column("host name", 9);
     if (multiline_) set_multiline_widths();
     row_.resize(column_list_.size());
+    const std::size_t guarded = guard_ && guard_->guards_own_words() ? text_guard::longest_mark : 1;
     for (const table_column& column : column_list_) {
-        fixed_room_ += settings_.separator.size() + name_width_ + column.name.size() + longest_value + column.width;
+        fixed_room_ += settings_.separator.size() + name_width_ + column.width +
+                       guarded * (column.name.size() + longest_value);
     }
 }
 
@@ -159,8 +164,9 @@ bool csv_writer::is_plain_path(const journal_entry& entry) {
     if (entry.path_number >= plain_paths_.size()) plain_paths_.resize(2 * std::size_t{entry.path_number}, unknown);
     std::uint8_t& known = plain_paths_[entry.path_number];
     if (known == unknown) {
-        const bool as_it_is = std::ranges::all_of(
-            entry.parent_path, [this](char c) { return c > '\r' && c < '\x7f' && c != settings_.replaced_character; });
+        const auto stays = [this](char c) { return c > '\r' && c < '\x7f' && c != settings_.replaced_character; };
+        const bool as_it_is =
+            guard_ ? guard_->is_plain(entry.parent_path) : std::ranges::all_of(entry.parent_path, stays);
         known = as_it_is ? plain : not_plain;
     }
     return known == plain;
@@ -202,24 +208,31 @@ char* csv_writer::put_cell(text_buffer& out, char* to, const table_cell& cell, s
 
 // Keeps room ahead for the cells that follow.
 char* csv_writer::put_text_cell(text_buffer& out, char* to, const table_cell& cell, std::size_t width) {
+    if (cell.content == text_kind::utf16) return put_name_and_path(out, to, cell, width);
     if (cell.content == text_kind::token) {
-        return put_padded(out.room(to, cell.text.size() + fixed_room_), cell.text, width);
+        const std::string_view text = own_words(cell.text);
+        return put_padded(out.room(to, text.size() + fixed_room_), text, width);
     }
-    std::string_view text = cell.text;
-    if (cell.content == text_kind::utf16) {
-        const std::size_t before = cell.text.size();
-        const std::size_t units = before + cell.wide_text.size();
-        to = out.room(to, units + fixed_room_);
-        if (cell.plain) put_text(to, cell.text);
-        if (cell.plain && put_name(out, to + before, cell.wide_text)) {
-            return put_padding(to + units, units, width);
-        }
-        name_.clear();
-        name_ += cell.text;
+    const std::string_view text = table_text_of(cell.text);
+    to = put_text(out.room(to, text.size() + fixed_room_), text);
+    return width == 0 ? to : put_padding(to, count_characters(text), width);
+}
+
+char* csv_writer::put_name_and_path(text_buffer& out, char* to, const table_cell& cell, std::size_t width) {
+    const std::size_t before = cell.text.size();
+    const std::size_t units = before + cell.wide_text.size();
+    to = out.room(to, units + fixed_room_);
+    if (cell.plain) put_text(to, cell.text);
+    if (cell.plain && put_name(out, to + before, cell.wide_text)) {
+        return put_padding(to + units, units, width);
+    }
+    name_ = cell.text;
+    if (guard_) {
+        append_utf8_with_surrogates(cell.wide_text, name_);
+    } else {
         append_utf8(cell.wide_text, name_);
-        text = name_;
     }
-    text = table_text(text, settings_, scratch_);
+    const std::string_view text = table_text_of(name_);
     to = put_text(out.room(to, text.size() + fixed_room_), text);
     return width == 0 ? to : put_padding(to, count_characters(text), width);
 }
@@ -230,10 +243,25 @@ bool csv_writer::put_name(const text_buffer& out, char* to, std::u16string_view 
         put_again(to, out.data() + put_name_place_, name.size());
         return true;
     }
-    if (!put_plain_name(name, settings_.replaced_character, to)) return false;
+    const bool plain =
+        guard_ ? guard_->put_plain_name(name, to) : put_plain_name(name, settings_.replaced_character, to);
+    if (!plain) return false;
     put_name_ = name;
     put_name_place_ = static_cast<std::size_t>(to - out.data());
     return true;
+}
+
+// A text from evidence or the user as it stands in the table; holds until the next one.
+std::string_view csv_writer::table_text_of(std::string_view text) {
+    if (!guard_) return table_text(text, settings_, scratch_);
+    scratch_.clear();
+    guard_->append(text, scratch_);
+    return scratch_;
+}
+
+// The same for what can hold nothing but the separator.
+std::string_view csv_writer::own_words(std::string_view text) {
+    return guard_ && guard_->guards_own_words() ? table_text_of(text) : text;
 }
 
 char* csv_writer::put_number(char* to, const table_cell& cell, std::size_t width) const {
@@ -245,10 +273,10 @@ char* csv_writer::put_number(char* to, const table_cell& cell, std::size_t width
 // Two columns, under -multiline one line. The leading space stays without padding: only -no_whitespace takes it away.
 char* csv_writer::put_split_time(char* to, std::uint64_t filetime, std::size_t index) {
     const bool valid = times_.format(filetime);
-    to = put_padded(to, valid ? times_.date() : blank_, column_list_[index].width);
+    to = put_padded(to, valid ? own_words(times_.date()) : blank_, column_list_[index].width);
     if (!multiline_) to = put_separator(to);
     if (settings_.leading_space) *to++ = ' ';
-    return put_padded(to, valid ? times_.time() : blank_, column_list_[index + 1].width);
+    return put_padded(to, valid ? own_words(times_.time()) : blank_, column_list_[index + 1].width);
 }
 
 // The leading space stands outside the column's width.
@@ -256,9 +284,9 @@ char* csv_writer::put_paired_time(char* to, std::uint64_t filetime, std::size_t 
     const bool valid = times_.format(filetime);
     if (settings_.leading_space && padding_) *to++ = ' ';
     const char* const begin = to;
-    to = put_text(to, valid ? times_.date() : blank_);
+    to = put_text(to, valid ? own_words(times_.date()) : blank_);
     *to++ = ' ';
-    to = put_text(to, valid ? times_.time() : blank_);
+    to = put_text(to, valid ? own_words(times_.time()) : blank_);
     return put_padding(to, static_cast<std::size_t>(to - begin), width);
 }
 

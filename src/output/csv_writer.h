@@ -3,16 +3,19 @@
 // to record.
 #pragma once
 
+#include "journal/account.h"
 #include "journal/journal_entry.h"
 #include "output/date_time.h"
 #include "output/layout_settings.h"
 #include "output/table_row.h"
+#include "output/text_guard.h"
 #include "output/text_buffer.h"
 #include "output/token_cache.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,7 +32,7 @@ public:
 
     // Appends the record's line: none for a record without the close flag (unless all are asked for), none for one
     // without a valid time.
-    void write_record(const journal_entry& entry, text_buffer& out);
+    [[nodiscard]] record_fate write_record(const journal_entry& entry, text_buffer& out);
 
     void write_row(const table_row& row, text_buffer& out);
 
@@ -46,12 +49,16 @@ private:
     char* put_separator(char* to) const;
     char* put_cell(text_buffer& out, char* to, const table_cell& cell, std::size_t index);
     char* put_text_cell(text_buffer& out, char* to, const table_cell& cell, std::size_t width);
+    char* put_name_and_path(text_buffer& out, char* to, const table_cell& cell, std::size_t width);
     bool put_name(const text_buffer& out, char* to, std::u16string_view name);
+    [[nodiscard]] std::string_view table_text_of(std::string_view text);
+    [[nodiscard]] std::string_view own_words(std::string_view text);
     char* put_number(char* to, const table_cell& cell, std::size_t width) const;
     char* put_split_time(char* to, std::uint64_t filetime, std::size_t index);
     char* put_paired_time(char* to, std::uint64_t filetime, std::size_t width);
 
     const layout_settings& settings_;
+    std::optional<text_guard> guard_;  // of -complete
     bool with_paths_;
     bool multiline_;
     bool padding_;

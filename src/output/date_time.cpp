@@ -15,8 +15,12 @@ constexpr std::array<std::string_view, 13> month_names = {"",    "Jan", "Feb", "
                                                           "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
 // What gmtime takes, and not the first second of 1970. An instant before that wraps to a huge number.
-constexpr bool representable(std::uint64_t second) {
+constexpr bool is_usual(std::uint64_t second) {
     return second - unix_epoch != 0 && second - unix_epoch <= last_unix_second;
+}
+
+constexpr bool is_valid(std::uint64_t filetime, time_range range) {
+    return range == time_range::any ? filetime != 0 : is_usual(filetime / units_per_second);
 }
 
 constexpr bool is_leap(std::uint64_t year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
@@ -57,7 +61,10 @@ void append_date(std::string& out, const date_time_parts& parts, std::uint32_t f
     const bool named = (flags & time_format::month_name) != 0;
     const auto separator = static_cast<char>(flags & time_format::separator_mask);
     const auto day = [&] { append_digits(out, parts.day, 2); };
-    const auto year = [&] { append_digits(out, parts.year, (flags & time_format::year_four_digits) != 0 ? 4 : 2); };
+    const auto year = [&] {
+        const std::size_t all = parts.year < 10'000 ? 4 : 5;
+        append_digits(out, parts.year, (flags & time_format::year_four_digits) != 0 ? all : 2);
+    };
     const auto month = [&] {
         if (named) {
             out += month_name(parts.month);
@@ -149,12 +156,11 @@ bool parse_date_format(std::uint32_t& flags, std::string_view pattern) {
 
 }  // namespace
 
-bool set_filetime(date_time_parts& parts, std::uint64_t filetime) {
+bool set_filetime(date_time_parts& parts, std::uint64_t filetime, time_range range) {
     parts = date_time_parts{};
     parts.filetime = filetime;
-    const std::uint64_t seconds = filetime / units_per_second;
-    if (!representable(seconds)) return false;
-    set_date(parts, seconds / seconds_per_day);
+    if (!is_valid(filetime, range)) return false;
+    set_date(parts, filetime / units_per_second / seconds_per_day);
     parts.valid = true;
     return true;
 }
@@ -189,17 +195,19 @@ std::string_view month_name(unsigned month) {
     return month < month_names.size() ? month_names[month] : std::string_view();
 }
 
-time_formatter::time_formatter(std::uint32_t flags)
-    : flags_(flags != 0 ? flags : time_format::of_default_patterns), full_length_(clock_length(flags_)) {}
+time_formatter::time_formatter(std::uint32_t flags, time_range range)
+    : flags_(flags != 0 ? flags : time_format::of_default_patterns),
+      range_(range),
+      full_length_(clock_length(flags_)) {}
 
 bool time_formatter::format_new(std::uint64_t filetime) {
     filetime_ = filetime;
     time_length_ = 0;
     const std::uint64_t second = filetime / units_per_second;
-    if (!representable(second)) return false;
+    if (!is_valid(filetime, range_)) return false;
     if (second / seconds_per_day != day_) {
         date_time_parts parts;
-        (void)set_filetime(parts, filetime);
+        (void)set_filetime(parts, filetime, range_);
         date_.clear();
         append_date(date_, parts, flags_);
         day_ = second / seconds_per_day;

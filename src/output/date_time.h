@@ -36,8 +36,11 @@ struct date_time_parts {
     bool valid = false;
 };
 
-// False, and the parts not valid, outside the second second of 1970 to the end of the year 3000.
-[[nodiscard]] bool set_filetime(date_time_parts& parts, std::uint64_t filetime);
+// Which times are valid: those from the second second of 1970 to the end of the year 3000, or all but 0.
+enum class time_range : std::uint8_t { usual, any };
+
+// False, and the parts not valid, outside the range.
+[[nodiscard]] bool set_filetime(date_time_parts& parts, std::uint64_t filetime, time_range range = time_range::usual);
 
 // False when the date pattern (lower case) is unusable; `flags` then keeps the bits found so far.
 [[nodiscard]] bool parse_time_formats(std::uint32_t& flags, std::string_view date_pattern,
@@ -55,7 +58,7 @@ bool format_date_time(std::string& date_text, std::string& time_text, const date
 // out once a day and the clock once a second. The views hold until the next call.
 class time_formatter {
 public:
-    explicit time_formatter(std::uint32_t flags);
+    explicit time_formatter(std::uint32_t flags, time_range range = time_range::usual);
 
     // False, and both texts empty, when the time is not valid.
     [[nodiscard]] bool format(std::uint64_t filetime) {
@@ -67,14 +70,17 @@ public:
     [[nodiscard]] std::string_view time() const { return {clock_.data(), time_length_}; }
 
 private:
+    static constexpr std::uint64_t none = ~std::uint64_t{0};
+
     bool format_new(std::uint64_t filetime);
 
     std::uint32_t flags_;
+    time_range range_;
     std::size_t full_length_;       // of a time text with its fraction
     std::size_t time_length_ = 0;   // the same, or 0 while the time is not valid
     std::uint64_t filetime_ = 0;    // the last one asked for
-    std::uint64_t second_ = 0;      // of clock_, since 1601
-    std::uint64_t day_ = 0;         // of date_, since 1601
+    std::uint64_t second_ = none;   // of clock_, since 1601
+    std::uint64_t day_ = none;      // of date_, since 1601
     std::array<char, 18> clock_{};  // hh:mm:ss.nnnnnnnnn, of which the first characters are the text
     std::string date_;
 };

@@ -2,6 +2,7 @@
 
 #include "base/program.h"
 #include "base/text.h"
+#include "base/utf.h"
 #include "output/entry_text.h"
 #include "output/macb.h"
 #include "output/number_text.h"
@@ -9,35 +10,41 @@
 
 namespace uni {
 
-namespace {
-
-std::string between(const layout_settings& settings, const std::string& text) {
-    return settings.separator + text + settings.separator;
-}
-
-}  // namespace
-
 l2t_writer::l2t_writer(const layout_settings& settings, bool with_paths)
     : settings_(settings),
+      guard_(settings.complete ? std::optional<text_guard>(settings.separator) : std::nullopt),
       with_paths_(with_paths),
-      times_(settings.time_format_flags),
+      times_(settings.time_format_flags, settings.complete ? time_range::any : time_range::usual),
       types_(slot_descriptions),
-      names_(settings.replaced_character, settings.replacement),
-      zone_(between(settings, "UTC")),
-      source_(between(settings, "USNJRNL" + settings.separator + "NTFS:$UsnJrnl:$J")),
-      owner_(between(settings, settings.user_name + settings.separator + settings.host_name)),
-      version_(between(settings, "2")),
-      parent_(settings.separator + "parent inode: "),
-      format_(between(settings, std::string(program_name) + " (korvane)") + "seq num: ") {
-    constexpr std::size_t longest_time = 40;
+      names_(settings.replaced_character, settings.replacement, guard_ ? &*guard_ : nullptr),
+      zone_(between("UTC")),
+      source_(between("USNJRNL" + settings.separator + field("NTFS:$UsnJrnl:$J"))),
+      owner_(between(field(settings.user_name, false) + settings.separator + field(settings.host_name, false))),
+      version_(between("2")),
+      parent_(settings.separator + field("parent inode: ")),
+      format_(between(field(std::string(program_name) + " (korvane)")) + field("seq num: ")) {
+    constexpr std::size_t longest_time = 40 * text_guard::longest_mark;
     fixed_room_ = 4 * settings.separator.size() + longest_time + zone_.size() + source_.size() + owner_.size() +
                   version_.size() + parent_.size() + format_.size() + 4 * number_room(0);
 }
 
-void l2t_writer::write_record(const journal_entry& entry, text_buffer& out) {
+std::string l2t_writer::field(const std::string& text, bool own) const {
+    if (!guard_ || (own && !guard_->guards_own_words())) return text;
+    std::string guarded;
+    guard_->append(text, guarded);
+    return guarded;
+}
+
+std::string l2t_writer::between(const std::string& fields) const {
+    return settings_.separator + fields + settings_.separator;
+}
+
+record_fate l2t_writer::write_record(const journal_entry& entry, text_buffer& out) {
+    if (entry.version == 4 && settings_.complete) return record_fate::version_4;
     const macb_letters letters = macb_text(entry.reason);
-    if (letters == no_macb_letters || !times_.format(entry.timestamp)) return;
-    const std::string_view type = types_.text_of(entry.reason);
+    if (letters == no_macb_letters) return record_fate::close_only;
+    if (!times_.format(entry.timestamp)) return record_fate::no_time;
+    const std::string_view type = own_words(types_.text_of(entry.reason), type_);
     const std::string_view name = names_.of(entry.name);
     const std::string_view path = full_path(entry);
 
@@ -61,6 +68,7 @@ void l2t_writer::write_record(const journal_entry& entry, text_buffer& out) {
     to = put_number(to, sequence_number(entry.file_ref), 4);
     *to++ = '\n';
     out.end_at(to);
+    return record_fate::written;
 }
 
 void l2t_writer::write_header(text_buffer& out) {
@@ -80,22 +88,37 @@ void l2t_writer::write_header(text_buffer& out) {
 // Empty when nothing is known of the parent.
 std::string_view l2t_writer::full_path(const journal_entry& entry) {
     if (!with_paths_ || entry.parent_path.empty() || entry.status == mft_status::parent_gone) return {};
+    if (guard_) {
+        std::string whole(entry.parent_path);
+        append_utf8_with_surrogates(entry.name, whole);
+        path_.clear();
+        guard_->append(whole, path_);
+        return path_;
+    }
     path_text(entry, path_);
     if (settings_.replaced_character != 0) replace_all(path_, settings_.replaced_character, settings_.replacement);
     mark_line_breaks(path_);
     return path_;
 }
 
-char* l2t_writer::put_time(char* to) const {
+// A text without anything but the separator to guard, kept in `guarded` when it has to be.
+std::string_view l2t_writer::own_words(std::string_view text, std::string& guarded) const {
+    if (!guard_ || !guard_->guards_own_words()) return text;
+    guarded.clear();
+    guard_->append(text, guarded);
+    return guarded;
+}
+
+char* l2t_writer::put_time(char* to) {
     if (settings_.pair_date_time && !settings_.no_whitespace) *to++ = ' ';
-    to = put_text(to, times_.date());
+    to = put_text(to, own_words(times_.date(), time_));
     if (settings_.pair_date_time) {
         *to++ = ' ';
     } else {
         to = put_text(to, settings_.separator);
         if (!settings_.no_whitespace) *to++ = ' ';
     }
-    return put_text(to, times_.time());
+    return put_text(to, own_words(times_.time(), time_));
 }
 
 char* l2t_writer::put_number(char* to, std::uint64_t value, std::size_t digits) const {

@@ -3,15 +3,18 @@
 // is put together once.
 #pragma once
 
+#include "journal/account.h"
 #include "journal/journal_entry.h"
 #include "output/date_time.h"
 #include "output/layout_settings.h"
 #include "output/name_text.h"
+#include "output/text_guard.h"
 #include "output/text_buffer.h"
 #include "output/token_cache.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace uni {
@@ -20,27 +23,36 @@ class l2t_writer {
 public:
     // The settings outlive the writer. `with_paths`: where files were is known and is told.
     l2t_writer(const layout_settings& settings, bool with_paths);
+    l2t_writer(const l2t_writer&) = delete;
+    l2t_writer& operator=(const l2t_writer&) = delete;
 
     void write_header(text_buffer& out);
 
     // Appends the record's line: closed or not, but none for a record whose reason touches no slot or whose time is not
     // valid.
-    void write_record(const journal_entry& entry, text_buffer& out);
+    [[nodiscard]] record_fate write_record(const journal_entry& entry, text_buffer& out);
 
 private:
     [[nodiscard]] std::string_view full_path(const journal_entry& entry);
-    char* put_time(char* to) const;
+    [[nodiscard]] std::string_view own_words(std::string_view text, std::string& guarded) const;
+    char* put_time(char* to);
     char* put_number(char* to, std::uint64_t value, std::size_t digits) const;
 
+    // The text as it stands in a field, `own` for the program's own words, which hold nothing but the separator.
+    [[nodiscard]] std::string field(const std::string& text, bool own = true) const;
+    [[nodiscard]] std::string between(const std::string& fields) const;
+
     const layout_settings& settings_;
+    std::optional<text_guard> guard_;  // of -complete
     bool with_paths_;
     time_formatter times_;
     token_cache types_;
     name_text names_;
     std::string path_;
+    std::string type_;  // guarded, like the next one
+    std::string time_;
 
-    // With the separators around them. No separator's character is in the last two or in a number, so they need no
-    // replacement.
+    // With the separators around them.
     std::string zone_;
     std::string source_;
     std::string owner_;

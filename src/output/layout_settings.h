@@ -13,6 +13,7 @@ enum class layout : std::uint8_t { table, multiline, csvl2t, bodyfile, xml };
 struct layout_settings {
     layout chosen = layout::table;
 
+    bool complete = false;  // every sound record is told, and no text can look like another
     bool closed_only = true;
     bool show_type = false;  // where a record was found
     bool show_offset = false;

@@ -42,7 +42,7 @@ private:
 
 template <typename writer>
 bool write_in_order(std::ostream& out, const layout_settings& settings, const journal_collection& records,
-                    run_meter& meter, progress& shown) {
+                    run_meter& meter, progress& shown, record_account& account) {
     constexpr std::size_t between_words = 1024;  // records
     const in_phase writing(meter, phase::write);
     const std::size_t count = records.size();
@@ -53,7 +53,7 @@ bool write_in_order(std::ostream& out, const layout_settings& settings, const jo
     to.write_header(sink.text());
     for (std::size_t done = 0; in_order.next(entry); ++done) {
         if (done % between_words == 0) shown.tell("writing", done, count, "records");
-        to.write_record(entry, sink.text());
+        account.count(to.write_record(entry, sink.text()));
         if (!sink.record_is_done()) return false;
     }
     meter.count(phase::write, count, 0);
@@ -69,7 +69,7 @@ constexpr layout_row rows[] = {
     {layout::multiline, "-multiline", "", true, run_header_alone, "", write_in_order<csv_writer>},
     {layout::csvl2t, "-csvl2t", ",", true, run_header_alone, "", write_in_order<l2t_writer>},
     {layout::bodyfile, "-bodyfile", "|", true, run_header_alone, "", write_in_order<body_writer>},
-    {layout::xml, "-xml", "", false, xml_beginning, xml_end, write_in_order<xml_writer>},
+    {layout::xml, "-xml", "", false, xml_beginning, xml_end, write_in_order<xml_writer>, xml_comment},
 };
 
 }  // namespace
@@ -79,8 +79,8 @@ std::span<const layout_row> layouts() { return rows; }
 const layout_row& row_of(layout id) { return *std::ranges::find(rows, id, &layout_row::id); }
 
 bool write_records(std::ostream& out, const layout_settings& settings, const journal_collection& records,
-                   run_meter& meter, progress& shown) {
-    return row_of(settings.chosen).write(out, settings, records, meter, shown);
+                   run_meter& meter, progress& shown, record_account& account) {
+    return row_of(settings.chosen).write(out, settings, records, meter, shown, account);
 }
 
 }  // namespace uni

@@ -5,6 +5,7 @@
 
 #include "base/progress.h"
 #include "base/run_meter.h"
+#include "journal/account.h"
 #include "journal/journal_collection.h"
 #include "output/layout_settings.h"
 
@@ -35,7 +36,10 @@ struct layout_row {
 
     // Every record in its order, behind the layout's own header. See write_records.
     bool (*write)(std::ostream& out, const layout_settings& settings, const journal_collection& records,
-                  run_meter& meter, progress& shown);
+                  run_meter& meter, progress& shown, record_account& account);
+
+    // A line of text as a comment, where the layout has any. Null: it has none.
+    std::string (*comment)(std::string_view text) = nullptr;
 };
 
 [[nodiscard]] std::span<const layout_row> layouts();
@@ -43,7 +47,8 @@ struct layout_row {
 
 // The output phase. Text goes to the stream in blocks that end with a whole record, each flushed, so that whoever reads
 // the file after a kill finds every record whole. True when the stream took every byte; stops early when it did not.
+// What becomes of each record is added to the account.
 [[nodiscard]] bool write_records(std::ostream& out, const layout_settings& settings, const journal_collection& records,
-                                 run_meter& meter, progress& shown);
+                                 run_meter& meter, progress& shown, record_account& account);
 
 }  // namespace uni

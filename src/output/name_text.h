@@ -1,5 +1,8 @@
-// output/name_text.h: file names as the timeline writers print them: in UTF-8, with the separator's character replaced.
+// output/name_text.h: file names as the timeline writers print them: in UTF-8, with the separator's character replaced,
+// with -complete guarded.
 #pragma once
+
+#include "output/text_guard.h"
 
 #include <string>
 #include <string_view>
@@ -8,8 +11,9 @@ namespace uni {
 
 class name_text {
 public:
-    // Nothing is replaced when `replaced` is 0.
-    name_text(char replaced, char replacement) : replaced_(replaced), replacement_(replacement) {}
+    // Nothing is replaced when `replaced` is 0. With a guard, which outlives this, names go through it instead.
+    name_text(char replaced, char replacement, const text_guard* guard)
+        : replaced_(replaced), replacement_(replacement), guard_(guard) {}
 
     // Holds until the next call.
     [[nodiscard]] std::string_view of(std::u16string_view name);
@@ -17,6 +21,7 @@ public:
 private:
     char replaced_;
     char replacement_;
+    const text_guard* guard_;
     std::string bytes_;
 };
 

@@ -17,6 +17,7 @@ using unit_block [[gnu::vector_size(2 * step)]] = std::uint16_t;
 using byte_block [[gnu::vector_size(step)]] = std::uint8_t;
 
 // Looks at a block of units and packs them into bytes.
+template <bool guarded>
 struct unit_packer {
     std::uint16_t replaced = 0;
     unit_block found{};  // a bit set: a unit was not plain
@@ -24,11 +25,16 @@ struct unit_packer {
     void put(const char16_t* from, char* to) {
         unit_block units;
         std::memcpy(&units, from, sizeof(units));
-        // Adding carries into bit 7 of a unit below 0x80 when it is above CR, and when it differs from the replaced
-        // one.
-        const unit_block above_cr = units + (0x7F - '\r');
-        const unit_block differs = (units ^ replaced) + 0x7F;
-        found |= (units & 0xFF80) | (~(above_cr & differs) & 0x80);
+        // Adding carries into bit 7 of a unit below 0x80 when it is high enough, when it differs from the replaced one,
+        // and when it is DEL.
+        constexpr std::uint16_t lowest = guarded ? ' ' : '\r' + 1;
+        constexpr std::uint16_t up_to_lowest = 0x80 - lowest;
+        unit_block good = (units + up_to_lowest) & ((units ^ replaced) + 0x7F);
+        if constexpr (guarded) {
+            constexpr std::uint16_t bracket = '[';
+            good &= ((units ^ bracket) + 0x7F) & ~(units + 1);
+        }
+        found |= (units & 0xFF80) | (~good & 0x80);
         const byte_block bytes = __builtin_convertvector(units, byte_block);
         std::memcpy(to, &bytes, sizeof(bytes));
     }
@@ -39,7 +45,26 @@ struct unit_packer {
     }
 };
 
+template <bool guarded>
+bool put_plain(std::u16string_view name, char replaced, char* to) {
+    unit_packer<guarded> found{.replaced = static_cast<unsigned char>(replaced)};
+    const std::size_t size = name.size();
+    if (size >= step) {
+        for (std::size_t at = 0; at < size - step; at += step) found.put(name.data() + at, to + at);
+        found.put(name.data() + size - step, to + size - step);  // overlaps the one before instead of single units
+        return found.plain();
+    }
+    std::array<char16_t, step> units{};
+    std::array<char, step> bytes{};
+    units.fill(u'x');
+    std::copy_n(name.data(), size, units.begin());
+    found.put(units.data(), bytes.data());
+    std::copy_n(bytes.begin(), size, to);
+    return found.plain();
+}
+
 }  // namespace
+
 void mark_line_breaks(std::string& text) {
     if (text.find_first_of("\r\n") == std::string::npos) return;
     const bool only_cr = text.find('\n') == std::string::npos;
@@ -75,21 +100,10 @@ std::string_view table_text(std::string_view text, const layout_settings& settin
     return scratch;
 }
 
-bool put_plain_name(std::u16string_view name, char replaced, char* to) {
-    unit_packer found{.replaced = static_cast<unsigned char>(replaced)};
-    const std::size_t size = name.size();
-    if (size >= step) {
-        for (std::size_t at = 0; at < size - step; at += step) found.put(name.data() + at, to + at);
-        found.put(name.data() + size - step, to + size - step);  // overlaps the one before instead of single units
-        return found.plain();
-    }
-    std::array<char16_t, step> units{};
-    std::array<char, step> bytes{};
-    units.fill(u'x');
-    std::copy_n(name.data(), size, units.begin());
-    found.put(units.data(), bytes.data());
-    std::copy_n(bytes.begin(), size, to);
-    return found.plain();
+bool put_plain_name(std::u16string_view name, char replaced, char* to) { return put_plain<false>(name, replaced, to); }
+
+bool put_plain_guarded_name(std::u16string_view name, char guarded, char* to) {
+    return put_plain<true>(name, guarded, to);
 }
 
 }  // namespace uni

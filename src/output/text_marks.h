@@ -20,4 +20,7 @@ void mark_line_breaks(std::string& text);
 // False when one is not; what was put is then worthless.
 [[nodiscard]] bool put_plain_name(std::u16string_view name, char replaced, char* to);
 
+// The same for text_guard, to which no control character is plain, nor "[".
+[[nodiscard]] bool put_plain_guarded_name(std::u16string_view name, char guarded, char* to);
+
 }  // namespace uni

@@ -47,4 +47,10 @@ std::string xml_beginning(const layout_settings& settings, const frame_facts& fa
     return text += ">\n";
 }
 
+std::string xml_comment(std::string_view text) {
+    std::string comment = "<!-- ";
+    append_comment_text(text, comment);
+    return comment += " -->\n";
+}
+
 }  // namespace uni

@@ -12,11 +12,6 @@ constexpr std::string_view replacement_character = "\xEF\xBF\xBD";
 
 constexpr bool is_control(char32_t point) { return point < 0x20 || (point >= 0x7F && point < 0xA0); }
 
-// Surrogates do not come this far.
-constexpr bool allowed_in_xml(char32_t point) {
-    return point >= 0x20 ? point != 0xFFFE && point != 0xFFFF : point == '\t' || point == '\n' || point == '\r';
-}
-
 // Empty for a character that stands for itself.
 constexpr std::string_view reference_for(char32_t point) {
     switch (point) {
@@ -40,6 +35,11 @@ constexpr auto stands_for_itself = [] {
 }();
 
 }  // namespace
+
+bool allowed_in_xml(char32_t point) {
+    if (point < 0x20) return point == '\t' || point == '\n' || point == '\r';
+    return point != 0xFFFE && point != 0xFFFF && (point < 0xD800 || point >= 0xE000);
+}
 
 void xml_escape(std::u16string_view text, std::u16string& out) {
     constexpr std::u16string_view digits = u"0123456789abcdef";

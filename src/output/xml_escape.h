@@ -7,6 +7,9 @@
 
 namespace uni {
 
+// Whether a document may hold a character, as itself or as a reference.
+[[nodiscard]] bool allowed_in_xml(char32_t point);
+
 // The default for names. Replaces `out`: "<", ">" and "&" as entities; a unit other than CR and LF whose low byte is no
 // printing ASCII character as "%" and the low byte in two hexadecimal digits, its high byte lost.
 void xml_escape(std::u16string_view text, std::u16string& out);

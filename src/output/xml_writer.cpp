@@ -4,6 +4,7 @@
 #include "journal/usn_text.h"
 #include "output/entry_text.h"
 #include "output/number_text.h"
+#include "output/text_guard.h"
 #include "output/xml_escape.h"
 
 namespace uni {
@@ -75,21 +76,25 @@ constexpr bool is_plausible(std::uint64_t filetime) {
 xml_writer::xml_writer(const layout_settings& settings, bool with_paths)
     : settings_(settings),
       with_paths_(with_paths),
-      times_(settings.time_format_flags),
-      pulled_times_(settings.time_format_flags),
+      times_(settings.time_format_flags, settings.complete ? time_range::any : time_range::usual),
+      pulled_times_(settings.time_format_flags, settings.complete ? time_range::any : time_range::usual),
       reasons_(reason_tokens),
       attributes_(attribute_tokens) {}
 
-void xml_writer::write_record(const journal_entry& entry, text_buffer& out) {
-    if (settings_.closed_only && (entry.reason & usn_reason::close) == 0) return;
-    if (!is_plausible(entry.timestamp) || !times_.format(entry.timestamp)) {
+record_fate xml_writer::write_record(const journal_entry& entry, text_buffer& out) {
+    if (settings_.closed_only && (entry.reason & usn_reason::close) == 0) return record_fate::not_closed;
+    const bool has_time = (settings_.complete || is_plausible(entry.timestamp)) && times_.format(entry.timestamp);
+    if (!has_time && !settings_.complete) {
         out.append(corrupted_entry);
-        return;
+        return record_fate::written;
     }
-    char* to = put_text(out.room(fixed_room), "<data_entry>\n");
-    to = put_field<usn_date>(to, times_.date());
-    to = put_field<usn_time>(to, times_.time());
-    to = put_name(out, to, entry.name);
+    const bool is_named = !settings_.complete || entry.version != 4;
+    char* to = put_opening(out.room(fixed_room), entry);
+    if (has_time) {
+        to = put_field<usn_date>(to, times_.date());
+        to = put_field<usn_time>(to, times_.time());
+    }
+    if (is_named) to = put_name(out, to, entry.name);
     to = put_long_field<reason>(out, to, reasons_.text_of(entry.reason));
     to = put_text(to, mft_ref.opening);
     to = put_text(put_number(to, entry_number(entry.file_ref), 12), mft_ref.closing);
@@ -97,18 +102,30 @@ void xml_writer::write_record(const journal_entry& entry, text_buffer& out) {
     to = put_text(put_number(to, sequence_number(entry.file_ref), 4), sequence.closing);
     to = put_text(to, parent_mft_ref.opening);
     to = put_text(put_number(to, entry_number(entry.parent_ref), 12), parent_mft_ref.closing);
-    to = put_long_field<attributes>(out, to, attributes_.text_of(entry.file_attributes));
+    if (is_named) to = put_long_field<attributes>(out, to, attributes_.text_of(entry.file_attributes));
     to = put_text(to, usn.opening);
     to = put_text(put_number(to, static_cast<std::uint64_t>(entry.usn), 12), usn.closing);
     if (with_paths_) to = put_path_fields(out, to, entry);
     out.end_at(put_text(to, "</data_entry>\n"));
+    return record_fate::written;
+}
+
+char* xml_writer::put_opening(char* to, const journal_entry& entry) const {
+    if (!settings_.complete) return put_text(to, "<data_entry>\n");
+    to = put_text(to, "<data_entry");
+    if (entry.version == 4) to = put_text(to, " version=\"4\"");
+    if (entry.foreign) to = put_text(to, " foreign=\"yes\"");
+    return put_text(to, ">\n");
 }
 
 char* xml_writer::put_name(text_buffer& out, char* to, std::u16string_view name) {
     to = put_text(out.room(to, name.size() + fixed_room), file_name.opening);
-    if (put_unescaped_name(name, to)) return put_text(to + name.size(), file_name.closing);
+    const bool may_hold_mark = settings_.complete && name.find(u'[') != std::u16string_view::npos;
+    if (!may_hold_mark && put_unescaped_name(name, to)) return put_text(to + name.size(), file_name.closing);
     text_.clear();
-    if (settings_.xml_escape) {
+    if (settings_.complete) {
+        append_utf8_with_surrogates(name, text_);
+    } else if (settings_.xml_escape) {
         append_utf8(name, text_);
     } else {
         xml_escape(name, wide_name_);
@@ -121,7 +138,12 @@ char* xml_writer::put_name(text_buffer& out, char* to, std::u16string_view name)
 // The times stand there whatever the status.
 char* xml_writer::put_path_fields(text_buffer& out, char* to, const journal_entry& entry) {
     to = put_field<status_field>(to, status_word(entry.status));
-    path_text(entry, text_);
+    if (settings_.complete && entry.status != mft_status::parent_gone) {
+        text_ = entry.parent_path;
+        append_utf8_with_surrogates(entry.name, text_);
+    } else {
+        path_text(entry, text_);
+    }
     to = put_long_field<path_field>(out, to, escaped(text_));
     if (!settings_.pull_times) return to;
     to = put_time_fields<modify_date, modify_time>(to, pulled_times_, entry.index_modified);
@@ -134,11 +156,15 @@ char* xml_writer::put_number(char* to, std::uint64_t value, std::size_t digits) 
     return settings_.hexadecimal ? put_hexadecimal(to, value, digits) : put_decimal(to, value, 0);
 }
 
-// The text itself unless -xml_escape is on.
+// The text itself unless -xml_escape is on, as it is with -complete.
 std::string_view xml_writer::escaped(const std::string& text) {
     if (!settings_.xml_escape) return text;
     escaped_.clear();
-    append_escaped(text, escaped_);
+    if (settings_.complete) {
+        append_guarded_xml(text, escaped_);
+    } else {
+        append_escaped(text, escaped_);
+    }
     return escaped_;
 }
 

@@ -2,6 +2,7 @@
 // xml_document's. Made by the dispatch for one run.
 #pragma once
 
+#include "journal/account.h"
 #include "journal/journal_entry.h"
 #include "output/date_time.h"
 #include "output/layout_settings.h"
@@ -23,13 +24,15 @@ public:
     void write_header(text_buffer& /*out*/) {}
 
     // Appends the record's element: none for a record without the close flag (unless all are asked for), one marked as
-    // corrupted and without values for one whose time is not in 1990 to 2100.
-    void write_record(const journal_entry& entry, text_buffer& out);
+    // corrupted and without values for one whose time is not in 1990 to 2100. With -complete every element has its
+    // values, one of version 4 without time, name and attributes, which it does not have.
+    [[nodiscard]] record_fate write_record(const journal_entry& entry, text_buffer& out);
 
 private:
     char* put_name(text_buffer& out, char* to, std::u16string_view name);
     char* put_path_fields(text_buffer& out, char* to, const journal_entry& entry);
     char* put_number(char* to, std::uint64_t value, std::size_t digits) const;
+    char* put_opening(char* to, const journal_entry& entry) const;
     [[nodiscard]] std::string_view escaped(const std::string& text);
 
     const layout_settings& settings_;

@@ -30,6 +30,30 @@ void add_bare_ext(byte_view disk, partition_list& list) {
     add_bare_volume(ext_superblock, superblock, list);
 }
 
+constexpr std::uint32_t large_sector_size = 4096;
+
+// Whether what an entry names stands there: an NTFS volume, or the record that an extended partition begins with.
+bool stands_there(disk_reader& reader, const boot_record_entry& entry, std::uint32_t sector_size) {
+    std::uint64_t offset = 0;
+    if (!sector_offset(entry.start, sector_size, offset)) return false;
+    if (!entry.is_extended()) return is_ntfs_at(reader, offset);
+    std::array<std::uint8_t, boot_record::size> buffer{};
+    byte_view sector;
+    return read_sectors(reader, entry.start, sector_size, buffer, sector) && has_boot_signature(sector);
+}
+
+// Of a record that a signature at the end of 512 bytes ends, as on disks with larger sectors too.
+std::uint32_t counted_sector_size(disk_reader& reader, byte_view record) {
+    bool large = false;
+    for (std::size_t i = 0; i < boot_record::entry_count; ++i) {
+        boot_record_entry entry;
+        if (!read_entry(record, i, entry) || !entry.names_partition()) continue;
+        if (stands_there(reader, entry, smallest_sector_size)) return smallest_sector_size;
+        large = large || stands_there(reader, entry, large_sector_size);
+    }
+    return large ? large_sector_size : smallest_sector_size;
+}
+
 // A table's types are a hint; the first sector of a partition knows better.
 void look_into_partitions(disk_reader& reader, partition_list& list) {
     std::vector<std::uint8_t> buffer(largest_sector_size);
@@ -58,7 +82,7 @@ void read_master_boot_record(disk_reader& reader, byte_view record, std::uint32_
     look_into_partitions(reader, list);
 }
 
-void read_by_first_sector(disk_reader& reader, partition_list& list) {
+void read_by_first_sector(disk_reader& reader, partition_list& list, table_sectors sectors) {
     std::vector<std::uint8_t> buffer(largest_sector_size);
     byte_view disk;
     // Damage behind the first sector does not hide what that says.
@@ -71,7 +95,9 @@ void read_by_first_sector(disk_reader& reader, partition_list& list) {
         byte_view sector = disk;
         (void)disk.sub(0, smallest_sector_size, sector);
         add_bare_volume(0, sector, list);
-    } else if (const std::uint32_t sector_size = boot_record_sector_size(disk); sector_size != 0) {
+    } else if (std::uint32_t sector_size = boot_record_sector_size(disk); sector_size != 0) {
+        const bool may_be_larger = sectors == table_sectors::by_content && sector_size == smallest_sector_size;
+        if (may_be_larger) sector_size = counted_sector_size(reader, disk);
         read_master_boot_record(reader, disk, sector_size, list);
     } else if (has_ext_superblock(disk)) {
         add_bare_ext(disk, list);
@@ -91,12 +117,12 @@ void scan_for_boot_record(disk_reader& reader, partition_list& list) {
 
 }  // namespace
 
-bool read_partitions(disk_reader& reader, partition_list& list, bool scan) {
+bool read_partitions(disk_reader& reader, partition_list& list, bool scan, table_sectors sectors) {
     list.clear();
     if (scan) {
         scan_for_boot_record(reader, list);
     } else {
-        read_by_first_sector(reader, list);
+        read_by_first_sector(reader, list, sectors);
     }
     return !list.empty();
 }

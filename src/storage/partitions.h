@@ -14,6 +14,10 @@
 #include <string_view>
 #include <vector>
 
+// What a master boot record with its signature at the end of 512 bytes counts in: sectors of 512 bytes, or larger ones
+// where only they lead to what its entries name.
+enum class table_sectors : std::uint8_t { by_signature, by_content };
+
 // ---- The choice: volume_offset.cpp -------------------------------------------------------------------------------
 
 // `offset` is what the user named, 0 when nothing was named. On success it is the volume's offset. On failure it is
@@ -22,11 +26,13 @@
 // line end; the caller decides whether that is shown. `ignore_image_size` accepts a volume that is longer than its
 // image.
 [[nodiscard]] bool select_volume_offset(std::string& messages, const std::string& image_path, std::int64_t& offset,
-                                        bool ignore_image_size, bool& found);
+                                        bool ignore_image_size, bool& found,
+                                        table_sectors sectors = table_sectors::by_signature);
 
 // The same over an image that is open already.
 [[nodiscard]] bool select_volume_offset(std::string& messages, disk_reader& reader, std::int64_t& offset,
-                                        bool ignore_image_size, bool& found);
+                                        bool ignore_image_size, bool& found,
+                                        table_sectors sectors = table_sectors::by_signature);
 
 // The message for a volume at `offset` that its image ends before.
 [[nodiscard]] std::string not_wholly_held(std::uint64_t offset);
@@ -61,7 +67,7 @@ inline constexpr std::size_t most_partitions = 0x10000;
 // Fills `list` anew. The first pass goes by the first sector; the second (`scan`) takes the first boot record found in
 // the megabyte behind it for the head of an extended chain, and does not look into the partitions. True when the list
 // is not empty.
-[[nodiscard]] bool read_partitions(disk_reader& reader, partition_list& list, bool scan);
+[[nodiscard]] bool read_partitions(disk_reader& reader, partition_list& list, bool scan, table_sectors sectors);
 
 // Adds the logical partitions of an extended one: what the chain of boot records that begins at sector `first` names,
 // links included, and after the first record's own entries an NTFS volume that stands where the first partition of old

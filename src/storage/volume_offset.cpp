@@ -69,18 +69,18 @@ bool choose(std::string& messages, const partition_list& list, std::uint64_t ima
 }  // namespace
 
 bool select_volume_offset(std::string& messages, const std::string& image_path, std::int64_t& offset,
-                          bool ignore_image_size, bool& found) {
+                          bool ignore_image_size, bool& found, table_sectors sectors) {
     disk_reader reader;
     if (!reader.open(image_path, reader_mode::image_file)) {
         found = false;
         messages += "invalid image: " + image_path + "\n";
         return false;
     }
-    return select_volume_offset(messages, reader, offset, ignore_image_size, found);
+    return select_volume_offset(messages, reader, offset, ignore_image_size, found, sectors);
 }
 
 bool select_volume_offset(std::string& messages, disk_reader& reader, std::int64_t& offset, bool ignore_image_size,
-                          bool& found) {
+                          bool& found, table_sectors sectors) {
     const std::uint64_t image_size = reader.disk_size();
     const auto selected = static_cast<std::uint64_t>(offset);  // a negative one lies behind every image
     found = false;
@@ -89,13 +89,13 @@ bool select_volume_offset(std::string& messages, disk_reader& reader, std::int64
         return false;
     }
     partition_list list;
-    if (!read_partitions(reader, list, false)) {
+    if (!read_partitions(reader, list, false, sectors)) {
         if (is_ntfs_at(reader, 0)) {
             found = true;
             offset = 0;
             return true;
         }
-        if (!read_partitions(reader, list, true)) {
+        if (!read_partitions(reader, list, true, sectors)) {
             messages += "couldn't find any partitions on disk\n";
             return false;
         }

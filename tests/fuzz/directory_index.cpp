@@ -10,8 +10,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     collect_index_node(byte_view(node), children);
     directory_listing listing;
     for (const std::uint64_t entry : {40U, 41U, 42U}) listing.want(reference(entry, 1));
-    for (const bool look_into_slack : {false, true}) {
-        collect_index_entries(byte_view(node), reference(24, 1), look_into_slack, listing);
+    for (const index_reading& reading : {index_reading{}, {.slack = true}, {.slack = true, .complete = true}}) {
+        collect_index_entries(byte_view(node), reading.complete, reference(24, 1), reading, listing);
     }
     return 0;
 }

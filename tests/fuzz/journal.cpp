@@ -6,7 +6,7 @@
 #include <array>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const std::array<usnjrnl_context, 8> layouts{
+    static const std::array<usnjrnl_context, 13> layouts{
         settings_from({"lorq", "-a"}),
         settings_from({"lorq", "-csv", "-show_offset"}),
         settings_from({"lorq", "-csvgen", "-base10", "-pair_datetime"}),
@@ -14,11 +14,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         settings_from({"lorq", "-bodyfile"}),
         settings_from({"lorq", "-a", "-xml", "-show_dir_path", "-pulltimes"}),
         settings_from({"lorq", "-a", "-xml", "-xml_escape", "-show_offset"}),
-        settings_from({"lorq", "-multiline", "-no_whitespace"})};
+        settings_from({"lorq", "-multiline", "-no_whitespace"}),
+        settings_from({"lorq", "-complete", "-a", "-csv_separator", "; "}),
+        settings_from({"lorq", "-complete", "-a", "-xml", "-show_dir_path"}),
+        settings_from({"lorq", "-complete", "-csvl2t", "-show_dir_path"}),
+        settings_from({"lorq", "-complete", "-a", "-csv", "-timeformat", "hh:mm:ss.xxxxxxxxx"}),
+        settings_from({"lorq", "-complete", "-bodyfile"})};
     fuzz_input in(data, size);
-    const bool by_pages = in.number<std::uint8_t>() % 2 == 0;  // as of a file; of a volume by larger chunks
+    const auto kind = in.number<std::uint8_t>();
+    const bool by_pages = kind % 2 == 0;  // as of a file; of a volume by larger chunks
     run_meter meter;
-    journal_intake intake(meter);
+    journal_intake intake(meter, (kind & 2U) != 0);
     for (std::uint64_t at = 0; !in.empty();) {
         const auto piece = in.take(by_pages ? journal_page_size : 4 * journal_page_size);
         const bytes chunk(piece.begin(), piece.end());

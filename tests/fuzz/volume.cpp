@@ -41,8 +41,9 @@ bytes changed_image(fuzz_input& in) {
     return image;
 }
 
-std::unique_ptr<ntfs_volume> opened(const bytes& image, bool rebuilt) {
+std::unique_ptr<ntfs_volume> opened(const bytes& image, bool rebuilt, bool complete) {
     auto volume = std::make_unique<ntfs_volume>(fuzz_log());
+    if (complete) volume->take_records(record_sizes::all);
     volume->open_volume(reader_over(image), 0);
     progress shown = shown_progress();
     const bool mounted = rebuilt ? rebuild_mft(*volume, shown) == rebuild_result::rebuilt : volume->mount();
@@ -55,11 +56,12 @@ void resolve_by_exported_mft(const bytes& image, ntfs_volume& source, const usnj
     ntfs_volume exported(fuzz_log());
     run_meter meter;
     progress shown = shown_progress();
-    journal_intake intake(meter);
+    journal_intake intake(meter, settings.reading.complete);
     intake.records().number_pairs();
     if (exported.open_mft_file(reader_over({begin, begin + 48 * 1024})) &&
         read_volume_journal(source, intake, shown, [] {}) == journal_found::yes) {
-        (void)resolve_journal_paths(intake.records(), exported, settings.reading.pull_times, shown);
+        (void)resolve_journal_paths(intake.records(), exported,
+                                    {settings.reading.pull_times, settings.reading.complete}, shown);
     }
     write_all(settings, intake);
 }
@@ -73,7 +75,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     bytes image = changed_image(in);
     if ((kind & 1U << 31U) == 0) settle_sequences(image);
     const bool rebuilt = (kind & 1U << 30U) != 0;
-    std::unique_ptr<ntfs_volume> volume = opened(image, rebuilt);
+    std::unique_ptr<ntfs_volume> volume = opened(image, rebuilt, settings.reading.complete);
     if (volume == nullptr) return 0;
     if ((kind & 1U << 29U) != 0) {
         resolve_by_exported_mft(image, *volume, settings);
@@ -82,7 +84,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     uni::status_line status([](std::string_view) {});
     run_meter meter;
     progress shown = shown_progress();
+    record_account account;
     (void)run_driver(nowhere(), settings, {source_named("-image", ""), std::move(volume)},
-                     {status, fuzz_log(), meter, shown});
+                     {status, fuzz_log(), meter, shown}, account);
     return 0;
 }

@@ -92,9 +92,9 @@ TEST(carve_unallocated, endless_volume_costs_what_is_there) {
 TEST(resolve_journal_paths, gives_nothing_where_pairs_were_not_numbered) {
     ntfs_image_builder made{};
     carving on(made.build().image);
-    EXPECT_FALSE(resolve_journal_paths(on.intake.records(), on.disk.volume, false, on.progress_shown));
+    EXPECT_FALSE(resolve_journal_paths(on.intake.records(), on.disk.volume, {}, on.progress_shown));
     on.intake.records().number_pairs();
-    EXPECT_TRUE(resolve_journal_paths(on.intake.records(), on.disk.volume, false, on.progress_shown));
+    EXPECT_TRUE(resolve_journal_paths(on.intake.records(), on.disk.volume, {}, on.progress_shown));
 }
 
 // Texts that are too long to be kept are composed each time; those around them, kept or not, must not show.
@@ -120,7 +120,7 @@ TEST(resolve_journal_paths, composes_long_paths_for_each_record) {
         entry.parent_ref = reference(parent, parent == 5 ? 5 : 1);
         on.intake.records().add(entry);
     }
-    ASSERT_TRUE(resolve_journal_paths(on.intake.records(), on.disk.volume, false, on.progress_shown));
+    ASSERT_TRUE(resolve_journal_paths(on.intake.records(), on.disk.volume, {}, on.progress_shown));
     ordered_reader records(on.intake.records(), on.meter);
     journal_entry entry;
     const std::string a(200, 'a'), b(200, 'b'), c(200, 'c');

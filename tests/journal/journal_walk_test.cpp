@@ -16,7 +16,8 @@ bytes record_named(const char16_t* name, std::uint64_t timestamp = 133'485'408'0
 std::string walked(const bytes& chunk, std::uint64_t offset = 0) {
     journal_collection journal;
     journal_entry entry;
-    walk_chunk(journal, byte_view(chunk, offset), entry);
+    std::uint64_t reduced = 0;
+    walk_chunk(journal, byte_view(chunk, offset), entry, reduced);
     std::string out;
     run_meter meter;
     ordered_reader records(journal, meter);

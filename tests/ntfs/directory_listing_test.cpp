@@ -14,7 +14,7 @@ bytes entry_of(std::uint64_t entry, std::size_t name_length = 3) {
 
 std::string starts_in(const bytes& slack) {
     std::string text;
-    for (const std::size_t start : find_slack_entries(byte_view(slack), home)) text += std::to_string(start) + " ";
+    for (const std::size_t start : find_slack_entries(byte_view(slack), home, 64)) text += std::to_string(start) + " ";
     return text;
 }
 
@@ -65,7 +65,7 @@ TEST(IndexSlack, TellsARemnantByItsParentOrByATimeAndChecksItsFields) {
 std::string listed(const bytes& node, bool look_into_slack = true) {
     directory_listing listing;
     for (std::uint64_t i = 40; i < 50; ++i) listing.want(reference(i, 1));
-    collect_index_entries(byte_view(node), home, look_into_slack, listing);
+    collect_index_entries(byte_view(node), true, home, {.slack = look_into_slack}, listing);
     std::string text = listing.any() ? "!" : "";
     for (const wanted_file& file : listing.files()) {
         const std::string number = " " + std::to_string(file.reference & 0xFF);
@@ -133,7 +133,7 @@ TEST(DirectoryListing, FreedBlocks) {
     made.write(22 * 4096 + 24 + 64 + 24 + 16, entry_of(43));  // behind the entry that ends the node
     opened_volume opened(made.image);
     ASSERT_TRUE(opened.volume.mount());
-    mft_entries_ctx context(opened.volume.mft(), true);
+    mft_entries_ctx context(opened.volume.mft(), true, false);
     directory_listing listing;
     for (std::uint64_t i = 40; i < 44; ++i) listing.want(reference(i, 1));
     listed_parent found;

@@ -61,7 +61,7 @@ inline std::string written(const std::string& options, const std::vector<journal
     uni::text_buffer text;
     const auto write = [&](auto writer) {
         writer.write_header(text);
-        for (const journal_entry& entry : entries) writer.write_record(entry, text);
+        for (const journal_entry& entry : entries) (void)writer.write_record(entry, text);
         return std::string(text.view());
     };
     const bool with_paths = settings.reading.show_dir_path;
