@@ -63,7 +63,9 @@ private:
     }
 
     void pull_file() {
-        if (read_extracted_journal(source_.path, intake_, console_.shown)) {
+        disk_reader file;
+        if (file.open(source_.path, source_.mode)) {
+            read_extracted_journal(file, intake_, console_.shown);
             if (intake_.records().size() == 0 && intake_.lost_bytes() == 0) report_no_records();
         } else if (journal_source volume = live_volume_behind(source_); !volume.path.empty()) {
             source_ = std::move(volume);

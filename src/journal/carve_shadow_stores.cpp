@@ -1,6 +1,7 @@
 #include "base/file_reference.h"
 #include "base/format_text.h"
 #include "base/utf.h"
+#include "base/work_budget.h"
 #include "journal/carving.h"
 #include "journal/piece_reader.h"
 #include "journal/shadow_stores.h"
@@ -24,7 +25,8 @@ public:
                 .label = {},
                 .cluster_size = volume_.cluster_size()},
           piece_size_(intake_.complete() ? volume_.cluster_size() : usual_piece_size),
-          clusters_left_(std::min(volume_.geometry().total_clusters, volume_.clusters_in_source())) {}
+          clusters_(readings::shadow_stores,
+                    std::min(volume_.geometry().total_clusters, volume_.clusters_in_source())) {}
 
     // False when the rest of the stores must be left: the file cannot be loaded or its first data attribute is empty.
     [[nodiscard]] bool read(const shadow_store& store) {
@@ -54,9 +56,8 @@ private:
         if (part.lcn >= total) return;
         const std::uint64_t claimed = std::min(part.length, total - part.lcn);
         const std::uint64_t there = part.lcn < held ? std::min(claimed, held - part.lcn) : 0;
-        const std::uint64_t taken = std::min(there, clusters_left_);
+        const std::uint64_t taken = clusters_.take_up_to(there);
         read_held(part.lcn, taken);
-        clusters_left_ -= taken;
         intake_.lose(claimed - taken, std::min(piece_size_, volume_.cluster_size()));
     }
 
@@ -82,7 +83,7 @@ private:
     piece_reader reader_;
     carving_pass pass_;
     std::uint32_t piece_size_;
-    std::uint64_t clusters_left_;
+    work_budget clusters_;
     std::uint64_t counter_ = 0;
 };
 

@@ -1,4 +1,5 @@
 #include "base/format_text.h"
+#include "base/work_budget.h"
 #include "journal/carving.h"
 
 #include <algorithm>
@@ -11,7 +12,6 @@ namespace {
 
 constexpr std::uint64_t entries_between_texts = 53;
 constexpr std::uint64_t slack_alignment = 8;
-constexpr std::uint64_t readings_of_a_cluster = 16;  // on the average of all
 
 bool has_slack(const attribute& piece) {
     switch (piece.type) {
@@ -30,7 +30,7 @@ public:
           intake_(run.intake),
           pass_{.origin = record_origin::slack, .entry_bound = run.entry_bound, .label = {}, .cluster_size = 0},
           cluster_(volume_.cluster_size()),
-          clusters_left_(readings_of_a_cluster * volume_.clusters_in_source()) {}
+          budget_(readings::slack, volume_.clusters_in_source()) {}
 
     void read(std::uint64_t entry_number) {
         if (!volume_.load_entry(entry_number, entry_)) return count_if_unreadable(entry_number);
@@ -74,8 +74,7 @@ private:
         if (start >= cluster_.size() || cluster >= volume_.geometry().total_clusters || !at) return;
         if (done_.contains(*at + start)) return;
         // A cluster is claimed by the file that has it and by those that had it before it, not by any number.
-        if (*at >= volume_.source_limit() || clusters_left_ == 0) return intake_.lose(1, cluster_.size());
-        --clusters_left_;
+        if (*at >= volume_.source_limit() || !budget_.take(1)) return intake_.lose(1, cluster_.size());
         std::size_t got = 0;
         if (!volume_.reader().read_at(*at, cluster_, got)) got = 0;
         intake_.lose(1, cluster_.size() - got);
@@ -89,7 +88,7 @@ private:
     carving_pass pass_;
     std::vector<std::uint8_t> cluster_;
     mft_entry entry_;
-    std::uint64_t clusters_left_;  // that may still be read
+    work_budget budget_;  // of clusters
     // Places on the source that held records or could not be read, since two files may claim one cluster. No others are
     // kept: a volume may have many millions of files, but found records are in memory anyway.
     std::unordered_set<std::uint64_t> done_;

@@ -110,6 +110,7 @@ std::uint64_t walk_bitmap(ntfs_volume& volume, const ntfs_stream& bitmap, std::u
     std::vector<std::uint8_t> piece(static_cast<std::size_t>(std::min(length, bitmap_piece)));
     std::uint64_t at = 0;
     std::uint64_t lost = 0;
+    loss_list losses;
     while (at < length) {
         const auto wanted =
             std::span(piece).first(static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), length - at)));
@@ -123,14 +124,16 @@ std::uint64_t walk_bitmap(ntfs_volume& volume, const ntfs_stream& bitmap, std::u
             at += bytes;
             continue;
         }
-        const std::size_t got = volume.clusters().read_stream_beginning(bitmap.extents, at, wanted);
-        walk.take(wanted.first(got));
-        at += got;
-        if (got == wanted.size()) continue;
-        const std::uint64_t behind = std::min((at / volume.cluster_size() + 1) * volume.cluster_size(), length);
-        walk.skip(behind - at);
-        lost += behind - at;
-        at = behind;
+        (void)volume.clusters().read_stream(bitmap.extents, at, wanted, losses);
+        std::size_t taken = 0;
+        for (const loss& one : losses) {
+            walk.take(wanted.subspan(taken, one.begin - taken));
+            walk.skip(one.end - one.begin);
+            lost += one.end - one.begin;
+            taken = one.end;
+        }
+        walk.take(wanted.subspan(taken));
+        at += wanted.size();
     }
     return lost;
 }

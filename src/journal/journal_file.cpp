@@ -1,104 +1,68 @@
 #include "journal/journal_file.h"
 
 #include "journal/journal_walk.h"
-#include "platform/platform.h"
+#include "storage/salvage.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <span>
-#include <vector>
 
 namespace {
 
-constexpr std::size_t piece_size = std::size_t{256} * journal_page_size;  // of one read
-constexpr std::size_t sector_size = 512;
-
-// Reads on after short reads. The result is how many bytes from the beginning of `into` are there.
-std::size_t read_fully(const platform::file& source, std::int64_t offset, std::span<std::uint8_t> into) {
-    std::size_t have = 0;
-    while (have < into.size()) {
-        std::size_t got = 0;
-        if (!source.read_at(offset + static_cast<std::int64_t>(have), into.subspan(have), got)) break;
-        have += got;
-    }
-    return have;
-}
+constexpr std::uint64_t sector_size = 512;
 
 class page_reader {
 public:
-    page_reader(const platform::file& source, journal_intake& intake, progress& shown)
-        : source_(source), intake_(intake), shown_(shown), buffer_(piece_size) {}
+    page_reader(disk_reader& source, journal_intake& intake) : source_(source), intake_(intake) {}
 
-    // [begin, end) in bytes; begin stands on a page boundary.
-    void read(std::int64_t begin, std::int64_t end) {
-        while (begin < end) {
-            const auto wanted = static_cast<std::size_t>(std::min<std::int64_t>(piece_size, end - begin));
-            read_piece(begin, std::span(buffer_).first(wanted));
-            intake_.meter().count(phase::read, 0, wanted);
-            shown_.tell_bytes("reading", static_cast<std::uint64_t>(begin), static_cast<std::uint64_t>(source_.size()));
-            begin += static_cast<std::int64_t>(wanted);
+    // A piece of the file that begins on a page: whole pages as they are, of damaged ones what is there.
+    void take(std::uint64_t offset, std::span<std::uint8_t> piece, const loss_list& losses) {
+        for (std::size_t at = 0; at < piece.size(); at += journal_page_size) {
+            const std::size_t end = std::min(at + journal_page_size, piece.size());
+            const std::size_t readable = readable_up_to(losses, at, end);
+            if (readable == end || !intake_.complete()) {
+                hand_on(offset, piece, at, readable);
+                intake_.lose(1, end - readable);
+            } else {
+                take_by_sectors(offset + at, piece.subspan(at, end - at));
+            }
         }
     }
 
 private:
-    void read_piece(std::int64_t offset, std::span<std::uint8_t> piece) {
-        const std::size_t have = read_fully(source_, offset, piece);
-        const std::size_t whole = have == piece.size() ? have : have / journal_page_size * journal_page_size;
-        for (std::size_t at = 0; at < whole; at += journal_page_size) hand_on(offset, piece.first(whole), at);
-
-        // What failed is tried again page by page, so that a bad sector costs no more than its page.
-        for (std::size_t at = whole; at < piece.size(); at += journal_page_size) {
-            const std::size_t end = std::min(at + journal_page_size, piece.size());
-            read_page(offset, piece, at, end, intake_.complete() ? sector_size : journal_page_size);
+    void take_by_sectors(std::uint64_t offset, std::span<std::uint8_t> page) {
+        loss_list losses;
+        (void)read_around_damage(source_, offset, page, {.unit = sector_size, .keep_beginning = true}, losses);
+        std::size_t at = 0;
+        for (const loss& one : losses) {
+            hand_on(offset, page, at, one.begin);
+            intake_.lose(1, one.end - one.begin);
+            at = one.end;
         }
+        hand_on(offset, page, at, page.size());
     }
 
-    // [at, end) of a piece in steps, handing on what lies together.
-    void read_page(std::int64_t offset, std::span<std::uint8_t> piece, std::size_t at, std::size_t end,
-                   std::size_t step) {
-        for (std::size_t begin = at; begin < end; begin = at) {
-            std::size_t lost = 0;
-            while (at < end && lost == 0) {
-                const auto part = piece.subspan(at, std::min(step, end - at));
-                const std::size_t got = read_fully(source_, offset + static_cast<std::int64_t>(at), part);
-                lost = part.size() - got;
-                at += got;
-            }
-            hand_on(offset, piece.first(at), begin);
-            intake_.lose(1, lost);
-            at += lost;
-        }
+    // [begin, end) of what stands at `offset`.
+    void hand_on(std::uint64_t offset, std::span<const std::uint8_t> bytes, std::size_t begin, std::size_t end) {
+        if (begin < end) intake_.walk(byte_view(bytes.subspan(begin, end - begin), offset + begin));
     }
 
-    void hand_on(std::int64_t offset, std::span<const std::uint8_t> piece, std::size_t at) {
-        const auto page = piece.subspan(at, std::min(journal_page_size, piece.size() - at));
-        intake_.walk(byte_view(page, static_cast<std::uint64_t>(offset) + at));
-    }
-
-    const platform::file& source_;
+    disk_reader& source_;
     journal_intake& intake_;
-    progress& shown_;
-    std::vector<std::uint8_t> buffer_;
 };
 
 }  // namespace
 
-bool read_extracted_journal(const std::string& path, journal_intake& intake, progress& shown) {
-    platform::file source;
-    if (!source.open_for_reading(path)) return false;
-
+void read_extracted_journal(disk_reader& source, journal_intake& intake, progress& shown) {
     const in_phase reading(intake.meter(), phase::read);
-    constexpr auto page = static_cast<std::int64_t>(journal_page_size);
-    const std::int64_t size = source.size();
-    page_reader reader(source, intake, shown);
-    std::int64_t begin = 0;
-    std::int64_t end = 0;
-    for (std::int64_t at = 0; at < size && source.next_data(at, begin, end); at = end) {
-        begin = std::max(at, begin / page * page);
-        end = end >= size ? size : std::min(size, (end + page - 1) / page * page);
-        if (begin >= end) break;
-        reader.read(begin, end);
-    }
+    const std::uint64_t size = source.disk_size();
+    page_reader pages(source, intake);
+    read_pieces(source, 0, size, {.unit = journal_page_size, .keep_beginning = true},
+                [&](std::uint64_t offset, std::span<std::uint8_t> piece, const loss_list& losses) {
+                    pages.take(offset, piece, losses);
+                    intake.meter().count(phase::read, 0, piece.size());
+                    shown.tell_bytes("reading", offset, size);
+                    return true;
+                });
     intake.meter().count(phase::read, intake.records().size(), 0);
-    return true;
 }

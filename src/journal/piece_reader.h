@@ -4,9 +4,9 @@
 
 #include "journal/journal_intake.h"
 #include "ntfs/ntfs_volume.h"
+#include "storage/salvage.h"
 
 #include <cstdint>
-#include <span>
 #include <vector>
 
 class piece_reader {
@@ -21,21 +21,14 @@ public:
               const carving_pass& pass);
 
 private:
-    struct pieces {
-        std::uint64_t offset;
-        std::uint64_t count;
-        std::uint32_t size;
-        std::uint32_t step;
-    };
-
-    void read_together(const pieces& these, const carving_pass& pass);
-    void read_one(std::uint64_t offset, const pieces& of, const carving_pass& pass);
-    [[nodiscard]] std::size_t read_beginning(std::uint64_t offset, std::span<std::uint8_t> into, std::uint32_t step);
+    void read_together(std::uint64_t offset, std::uint64_t count, std::uint32_t size, std::uint32_t step,
+                       const carving_pass& pass);
     [[nodiscard]] bool in_hole(std::uint64_t offset, std::uint64_t end);
 
     ntfs_volume& volume_;
     journal_intake& intake_;
     std::vector<std::uint8_t> buffer_;
+    loss_list losses_;
 
     // What the source last said of its holes: none of its bytes in [asked_from_, data_begin_).
     std::uint64_t asked_from_ = 0;

@@ -57,12 +57,11 @@ std::vector<std::uint8_t> read_catalog(ntfs_volume& volume, std::uint64_t& lost_
     const std::uint64_t length =
         std::min({data.real_size, end_in_bytes(data.extents, volume.cluster_size()), std::uint64_t{catalog::largest}});
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
-    const std::size_t cluster = volume.cluster_size();
-    for (std::size_t at = 0; at < bytes.size(); at += cluster) {
-        const auto piece = std::span(bytes).subspan(at, std::min(cluster, bytes.size() - at));
-        const std::size_t got = volume.clusters().read_stream_beginning(data.extents, at, piece);
-        std::ranges::fill(piece.subspan(got), std::uint8_t{0});
-        lost_bytes += piece.size() - got;
+    loss_list losses;
+    (void)volume.clusters().read_stream(data.extents, 0, bytes, losses);
+    for (const loss& one : losses) {
+        std::ranges::fill(std::span(bytes).subspan(one.begin, one.end - one.begin), std::uint8_t{0});
+        lost_bytes += one.end - one.begin;
     }
     return bytes;
 }
