@@ -13,8 +13,8 @@ bool rebuild(ntfs_volume& volume, const run_console& console) {
 
 }  // namespace
 
-std::unique_ptr<ntfs_volume> open_volume(const journal_source& source, const reading_settings& asked, const run_console& console,
-                                         bool& mft_damaged) {
+std::unique_ptr<ntfs_volume> open_volume(const journal_source& source, const reading_settings& asked,
+                                         const run_console& console, bool& mft_damaged) {
     mft_damaged = false;
     auto volume = std::make_unique<ntfs_volume>(console.log);
     if (asked.complete) volume->take_records(record_sizes::all);

@@ -104,7 +104,8 @@ bool read_code_point(std::string_view utf8, std::size_t& at, char32_t& point) {
 
 bool read_lone_surrogate(std::string_view utf8, std::size_t& at, char32_t& surrogate) {
     const auto byte = [&](std::size_t behind) { return static_cast<unsigned char>(utf8[at + behind]); };
-    if (utf8.size() - at < 3 || byte(0) != 0xED || (byte(1) & 0xE0U) != 0xA0U || (byte(2) & 0xC0U) != 0x80U) return false;
+    if (utf8.size() - at < 3 || byte(0) != 0xED || (byte(1) & 0xE0U) != 0xA0U || (byte(2) & 0xC0U) != 0x80U)
+        return false;
     surrogate = 0xD000U | (byte(1) & 0x3FU) << 6U | (byte(2) & 0x3FU);
     at += 3;
     return true;

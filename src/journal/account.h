@@ -20,7 +20,7 @@ enum class record_fate : std::uint8_t {
 
 struct record_account {
     std::array<std::uint64_t, static_cast<std::size_t>(record_fate::count)> records{};  // by fate
-    std::uint64_t read = 0;              // records, all of them
+    std::uint64_t read = 0;                                                             // records, all of them
     std::uint64_t no_record_bytes = 0;   // of the journal, see complete_walk.h
     std::uint64_t unreadable_bytes = 0;  // of the source
 

@@ -12,8 +12,8 @@
 // The pass that carves, and what it puts on its records.
 struct carving_pass {
     record_origin origin = record_origin::unallocated;
-    std::uint64_t entry_bound = 0;  // entry numbers of its records are below it
-    std::string label;              // of the shadow copy
+    std::uint64_t entry_bound = 0;   // entry numbers of its records are below it
+    std::string label;               // of the shadow copy
     std::uint32_t cluster_size = 0;  // bytes, where the pieces are clusters of which one may continue in the next
 };
 

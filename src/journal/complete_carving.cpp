@@ -90,6 +90,7 @@ std::size_t stray_scan::take_crossing(journal_collection& records, byte_view pie
     }
     std::size_t open = 0;
     while ((open = next_header(both, open)) < before && !reaches_behind(both, open)) open += alignment;
-    joined_.erase(joined_.begin(), joined_.begin() + static_cast<std::ptrdiff_t>(open < before ? open : joined_.size()));
+    joined_.erase(joined_.begin(),
+                  joined_.begin() + static_cast<std::ptrdiff_t>(open < before ? open : joined_.size()));
     return 0;
 }

@@ -14,10 +14,10 @@
 // Serves all passes of a run. What stands in no free cluster, or in one of 4096 bytes and more, is whole in its piece.
 class stray_scan {
 public:
-    // Adds the sound records of a piece whose image_offset is its place on the source, with the marks of the pass; those
-    // beyond its entry bound, when it is not 0, as foreign ones. Where clusters are smaller than a page of the journal,
-    // a record that began in the piece before, its neighbour on the source, is whole when by its own USN it crosses no
-    // such page. `scratch` is overwritten.
+    // Adds the sound records of a piece whose image_offset is its place on the source, with the marks of the pass;
+    // those beyond its entry bound, when it is not 0, as foreign ones. Where clusters are smaller than a page of the
+    // journal, a record that began in the piece before, its neighbour on the source, is whole when by its own USN it
+    // crosses no such page. `scratch` is overwritten.
     void take(journal_collection& records, byte_view piece, const carving_pass& pass, journal_entry& scratch);
 
 private:

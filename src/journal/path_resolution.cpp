@@ -133,8 +133,8 @@ private:
 
 }  // namespace
 
-bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source,
-                           const resolution_settings& asked, progress& shown) {
+bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source, const resolution_settings& asked,
+                           progress& shown) {
     if (!mft_source.mount()) return false;
     const std::unique_ptr<reference_pairs> pairs = records.take_pairs();
     if (pairs == nullptr) return false;

@@ -12,7 +12,8 @@ struct resolution_settings {
     bool complete = false;    // remnants are told from entries by all that the source has, and names stay distinct
 };
 
-// Gives every record a path and a status from the MFT of `mft_source`. The volume may be closed afterwards. False, and nothing is given, when the collection did not number its
-// pairs or the volume does not mount. Work is done per distinct parent, never per record beyond a look-up.
+// Gives every record a path and a status from the MFT of `mft_source`. The volume may be closed afterwards. False, and
+// nothing is given, when the collection did not number its pairs or the volume does not mount. Work is done per
+// distinct parent, never per record beyond a look-up.
 [[nodiscard]] bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source,
                                          const resolution_settings& asked, progress& shown);

@@ -20,15 +20,33 @@ struct named_layout {
     std::uint8_t version;
 };
 
-constexpr named_layout layout_v2{usn_v2::file_reference, usn_v2::parent_reference, usn_v2::usn,
-                                 usn_v2::timestamp,      usn_v2::reason,           usn_v2::source_info,
-                                 usn_v2::security_id,    usn_v2::file_attributes,  usn_v2::name_length,
-                                 usn_v2::name_offset,    usn_v2::fixed_size,       true, 2};
+constexpr named_layout layout_v2{usn_v2::file_reference,
+                                 usn_v2::parent_reference,
+                                 usn_v2::usn,
+                                 usn_v2::timestamp,
+                                 usn_v2::reason,
+                                 usn_v2::source_info,
+                                 usn_v2::security_id,
+                                 usn_v2::file_attributes,
+                                 usn_v2::name_length,
+                                 usn_v2::name_offset,
+                                 usn_v2::fixed_size,
+                                 true,
+                                 2};
 
-constexpr named_layout layout_v3{usn_v3::file_reference, usn_v3::parent_reference, usn_v3::usn,
-                                 usn_v3::timestamp,      usn_v3::reason,           usn_v3::source_info,
-                                 usn_v3::security_id,    usn_v3::file_attributes,  usn_v3::name_length,
-                                 usn_v3::name_offset,    usn_v3::fixed_size,       false, 3};
+constexpr named_layout layout_v3{usn_v3::file_reference,
+                                 usn_v3::parent_reference,
+                                 usn_v3::usn,
+                                 usn_v3::timestamp,
+                                 usn_v3::reason,
+                                 usn_v3::source_info,
+                                 usn_v3::security_id,
+                                 usn_v3::file_attributes,
+                                 usn_v3::name_length,
+                                 usn_v3::name_offset,
+                                 usn_v3::fixed_size,
+                                 false,
+                                 3};
 
 std::uint32_t shortest_record_of(std::uint16_t major_version) {
     switch (major_version) {

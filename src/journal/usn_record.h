@@ -81,5 +81,6 @@ void decode_record_v2(journal_entry& entry, byte_view record);
 void decode_record_v3(journal_entry& entry, byte_view record);
 void decode_record_v4(journal_entry& entry, byte_view record);
 
-// Clears what the run, not the record, gives an entry: origin and label, status, path and pulled times, whether it is foreign.
+// Clears what the run, not the record, gives an entry: origin and label, status, path and pulled times, whether it is
+// foreign.
 void clear_run_fields(journal_entry& entry);

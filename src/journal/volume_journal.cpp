@@ -74,7 +74,8 @@ private:
         const extent_list& extents = stream_.extents;
         for (std::uint64_t at = 0; at < chunk.size();) {
             const std::uint64_t place = begin + at;
-            parts_.push_back({.begin = static_cast<std::size_t>(at), .offset = place_on_source(volume_, extents, place)});
+            parts_.push_back(
+                {.begin = static_cast<std::size_t>(at), .offset = place_on_source(volume_, extents, place)});
             const std::size_t index = extent_at_or_behind(extents, place / cluster_size);
             if (index == extents.size()) break;
             const extent& part = extents[index];

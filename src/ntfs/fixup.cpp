@@ -21,8 +21,8 @@ bool is_well_formed_file_record(byte_view record, record_sizes sizes) {
     return record.get(multi_sector_header::signature, signature) && signature == signature_file &&
            record.get(multi_sector_header::sequence_offset, sequence_offset) &&
            (sequence_offset == 48 || sequence_offset == 42) &&
-           record.get(multi_sector_header::sequence_count, sequence_count) &&
-           sequence_count <= words && record.get(mft_record::first_attribute, first_attribute) &&
+           record.get(multi_sector_header::sequence_count, sequence_count) && sequence_count <= words &&
+           record.get(mft_record::first_attribute, first_attribute) &&
            (first_attribute <= usual_first_attribute ||
             (sequence_count > usual_words && first_attribute <= (sequence_offset + 2 * sequence_count + 7) / 8 * 8));
 }

@@ -112,8 +112,8 @@ void csv_writer::make_column_list() {
     row_.resize(column_list_.size());
     const std::size_t guarded = guard_ && guard_->guards_own_words() ? text_guard::longest_mark : 1;
     for (const table_column& column : column_list_) {
-        fixed_room_ += settings_.separator.size() + name_width_ + column.width +
-                       guarded * (column.name.size() + longest_value);
+        fixed_room_ +=
+            settings_.separator.size() + name_width_ + column.width + guarded * (column.name.size() + longest_value);
     }
 }
 

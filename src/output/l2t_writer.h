@@ -8,8 +8,8 @@
 #include "output/date_time.h"
 #include "output/layout_settings.h"
 #include "output/name_text.h"
-#include "output/text_guard.h"
 #include "output/text_buffer.h"
+#include "output/text_guard.h"
 #include "output/token_cache.h"
 
 #include <cstddef>

@@ -10,10 +10,10 @@
 
 namespace uni {
 
-// For layouts that are made of lines. Line breaks become "[CRLF]", "[LFCR]", "[LF]" and "[CR]" as in text_marks.h; other
-// control characters, the separators of lines and paragraphs, the characters that direct the writing, and surrogates
-// without their partner become "[U+XXXX]", and so do the separator's characters: those that are no blanks, or its
-// blanks when it has nothing else. A "[" that begins what looks like such a mark becomes one itself.
+// For layouts that are made of lines. Line breaks become "[CRLF]", "[LFCR]", "[LF]" and "[CR]" as in text_marks.h;
+// other control characters, the separators of lines and paragraphs, the characters that direct the writing, and
+// surrogates without their partner become "[U+XXXX]", and so do the separator's characters: those that are no blanks,
+// or its blanks when it has nothing else. A "[" that begins what looks like such a mark becomes one itself.
 class text_guard {
 public:
     static constexpr std::size_t longest_mark = 10;  // bytes
