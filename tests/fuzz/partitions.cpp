@@ -14,7 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string messages;
     bool found = false;
     for (int attempt = 0; attempt < 2; ++attempt) {  // the second with what the first found
-        (void)select_volume_offset(messages, reader, offset, (kind & 8U) != 0, found);
+        (void)select_volume_offset(messages, reader, offset, (kind & 8U) != 0, found,
+                                   (kind & 16U) != 0 ? table_sectors::by_content : table_sectors::by_signature);
     }
     return 0;
 }
