@@ -172,6 +172,8 @@ bool set_mft_file(option_run& run, const std::string& value) {
 // ---- The options, in the order of their taking -------------------------------------------------------------------
 
 constexpr option general_options[] = {
+    flag("-jsonl", choose<uni::layout::jsonl>),  // first of all: every other style wins over it
+
     flag("-pair_datetime", switch_to<&uni::layout_settings::pair_date_time>),
     valued("-diags", open_log),  // with -l2, -l3
 

@@ -4,10 +4,12 @@
 #include "output/layouts.h"
 #include "platform/platform.h"
 
+#include <string>
 #include <utility>
 
 bool run_driver(std::ostream& out, const usnjrnl_context& settings, opened_source source, const run_console& console) {
     journal_intake intake(console.meter);
+    const std::string typed = source.source.typed;
     pull_source(std::move(source), settings.reading, intake, console);
     console.shown.wipe();
     if (intake.records().size() == 0) return false;
@@ -15,7 +17,8 @@ bool run_driver(std::ostream& out, const usnjrnl_context& settings, opened_sourc
     if (settings.results_path.empty() && platform::is_terminal(platform::standard_stream::output)) {
         console.shown.say_no_more_words();
     }
-    const bool written = uni::write_records(out, settings.layout, intake.records(), console.meter, console.shown);
+    const bool written = uni::write_records(out, settings.layout, {.all = intake.records(), .source = typed},
+                                            console.meter, console.shown);
     if (console.shown.wanted()) console.status.clear_status();
     return written;
 }

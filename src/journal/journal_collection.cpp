@@ -15,9 +15,20 @@ constexpr std::size_t record_lead = 8;
 constexpr std::size_t text_lead = 8;
 constexpr std::size_t cache_line = 64;
 
-// The marks of a packed record: whether it is valid, and behind that bit its origin.
-constexpr std::uint8_t valid_mark = 1;
+// The marks of a packed record: whether it is valid, two bits of its origin, two of its version (one less, 0 for none),
+// whether it has details.
+constexpr unsigned valid_mark = 1;
 constexpr unsigned origin_shift = 1;
+constexpr unsigned version_shift = 3;
+constexpr unsigned two_bits = 3;
+constexpr unsigned details_mark = 0x20;
+
+std::uint8_t marks_of(const journal_entry& entry) {
+    const unsigned version = entry.version == 0 ? 0U : entry.version - 1U;
+    return static_cast<std::uint8_t>((entry.valid != 0 ? valid_mark : 0U) |
+                                     static_cast<unsigned>(entry.origin) << origin_shift | version << version_shift |
+                                     (entry.has_details ? details_mark : 0U));
+}
 
 }  // namespace
 
@@ -41,9 +52,9 @@ void journal_collection::add(const journal_entry& entry) {
     into->arrival_low = static_cast<std::uint32_t>(count_);
     into->arrival_high = static_cast<std::uint16_t>(std::uint64_t{count_} >> 32U);
     into->name_units = static_cast<std::uint8_t>(units);
-    into->marks = static_cast<std::uint8_t>((entry.valid != 0 ? valid_mark : 0U) | static_cast<unsigned>(entry.origin)
-                                                                                       << origin_shift);
+    into->marks = marks_of(entry);
     std::copy_n(entry.name.data(), units, into->name());
+    if (entry.has_details) details_.add(count_, entry.details);
     if (!entry.snapshot_label.empty() || !labels_.empty()) note_label(entry.snapshot_label);
     if (pairs_ != nullptr) pairs_->add({entry.parent_ref, entry.file_ref});
     ++count_;
@@ -163,7 +174,11 @@ void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) c
     entry.file_attributes = from.file_attributes;
     entry.name.assign(from.name(), from.name_units);
     entry.record_offset = from.record_offset;
-    entry.origin = static_cast<record_origin>(from.marks >> origin_shift);
+    entry.origin = static_cast<record_origin>(from.marks >> origin_shift & two_bits);
+    const unsigned version = from.marks >> version_shift & two_bits;
+    entry.version = static_cast<std::uint8_t>(version == 0 ? 0 : version + 1);
+    entry.has_details = (from.marks & details_mark) != 0;
+    if (entry.has_details) from_.details_.fill(from.arrival(), entry.details);
     entry.snapshot_label = from_.label_of(from.arrival());
     if (from_.paths_ != nullptr) from_.paths_->fill(next.pair, entry);
 }

@@ -6,6 +6,7 @@
 
 #include "base/run_meter.h"
 #include "journal/journal_entry.h"
+#include "journal/kept_details.h"
 #include "journal/record_run.h"
 #include "journal/reference_pairs.h"
 #include "journal/stray_records.h"
@@ -57,6 +58,7 @@ private:
     chunk_pool pool_;
     record_run in_order_;
     stray_records strays_;
+    kept_details details_;
     std::vector<labelled_stretch> labels_;         // where the shadow-copy label changes; few in any run
     std::unique_ptr<reference_pairs> pairs_;       // null: they are not numbered
     std::unique_ptr<const resolved_paths> paths_;  // null: they were not asked for

@@ -8,7 +8,7 @@
 namespace uni {
 
 // output/layouts.h has a row for each.
-enum class layout : std::uint8_t { table, multiline, csvl2t, bodyfile, xml };
+enum class layout : std::uint8_t { table, multiline, csvl2t, bodyfile, xml, jsonl };
 
 struct layout_settings {
     layout chosen = layout::table;

@@ -2,6 +2,7 @@
 
 #include "output/body_writer.h"
 #include "output/csv_writer.h"
+#include "output/json_writer.h"
 #include "output/l2t_writer.h"
 #include "output/text_buffer.h"
 #include "output/xml_document.h"
@@ -41,12 +42,11 @@ private:
 };
 
 template <typename writer>
-bool write_in_order(std::ostream& out, const layout_settings& settings, const journal_collection& records,
-                    run_meter& meter, progress& shown) {
+bool write_in_order(writer& to, std::ostream& out, const journal_collection& records, run_meter& meter,
+                    progress& shown) {
     constexpr std::size_t between_words = 1024;  // records
     const in_phase writing(meter, phase::write);
     const std::size_t count = records.size();
-    writer to(settings, records.has_paths());
     text_sink sink(out, meter);
     ordered_reader in_order(records, meter);
     journal_entry entry;
@@ -60,16 +60,32 @@ bool write_in_order(std::ostream& out, const layout_settings& settings, const jo
     return sink.hand_on();
 }
 
+template <typename writer>
+bool write_with(std::ostream& out, const layout_settings& settings, const run_records& records, run_meter& meter,
+                progress& shown) {
+    writer to(settings, records.all.has_paths());
+    return write_in_order(to, out, records.all, meter, shown);
+}
+
+bool write_json(std::ostream& out, const layout_settings& settings, const run_records& records, run_meter& meter,
+                progress& shown) {
+    json_writer to(settings, records.all.has_paths(), records.source);
+    return write_in_order(to, out, records.all, meter, shown);
+}
+
 std::string run_header_alone(const layout_settings& /*settings*/, const frame_facts& facts) {
     return std::string(facts.run_header);
 }
 
+std::string nothing(const layout_settings& /*settings*/, const frame_facts& /*facts*/) { return {}; }
+
 constexpr layout_row rows[] = {
-    {layout::table, "", " | ", true, run_header_alone, "", write_in_order<csv_writer>},
-    {layout::multiline, "-multiline", "", true, run_header_alone, "", write_in_order<csv_writer>},
-    {layout::csvl2t, "-csvl2t", ",", true, run_header_alone, "", write_in_order<l2t_writer>},
-    {layout::bodyfile, "-bodyfile", "|", true, run_header_alone, "", write_in_order<body_writer>},
-    {layout::xml, "-xml", "", false, xml_beginning, xml_end, write_in_order<xml_writer>},
+    {layout::table, "", " | ", false, true, run_header_alone, "", write_with<csv_writer>},
+    {layout::multiline, "-multiline", "", false, true, run_header_alone, "", write_with<csv_writer>},
+    {layout::csvl2t, "-csvl2t", ",", false, true, run_header_alone, "", write_with<l2t_writer>},
+    {layout::bodyfile, "-bodyfile", "|", false, true, run_header_alone, "", write_with<body_writer>},
+    {layout::xml, "-xml", "", false, false, xml_beginning, xml_end, write_with<xml_writer>},
+    {layout::jsonl, "-jsonl", "", true, false, nothing, "", write_json},
 };
 
 }  // namespace
@@ -78,8 +94,8 @@ std::span<const layout_row> layouts() { return rows; }
 
 const layout_row& row_of(layout id) { return *std::ranges::find(rows, id, &layout_row::id); }
 
-bool write_records(std::ostream& out, const layout_settings& settings, const journal_collection& records,
-                   run_meter& meter, progress& shown) {
+bool write_records(std::ostream& out, const layout_settings& settings, const run_records& records, run_meter& meter,
+                   progress& shown) {
     return row_of(settings.chosen).write(out, settings, records, meter, shown);
 }
 

@@ -90,7 +90,8 @@ inline usnjrnl_context settings_from(argument_list arguments) {
 inline usnjrnl_context settings_of(std::uint32_t bits) {
     std::istringstream options(
         "-a -csv -csvgen -csvl2t -bodyfile -xml -multiline -xml_escape -base10 -show_offset -show_dir_path -pulltimes "
-        "-pair_datetime -no_whitespace -include_unalloc_clusters -include_vss_clusters -include_slack_space -quiet");
+        "-pair_datetime -no_whitespace -include_unalloc_clusters -include_vss_clusters -include_slack_space -quiet "
+        "-jsonl");
     argument_list arguments{"lorq"};
     for (std::string option; options >> option; bits >>= 1U) {
         if ((bits & 1U) != 0) arguments.push_back(option);
@@ -118,5 +119,6 @@ inline std::ostream& nowhere() {
 
 inline void write_all(const usnjrnl_context& settings, const journal_intake& intake) {
     progress shown = shown_progress();
-    (void)uni::write_records(nowhere(), settings.layout, intake.records(), intake.meter(), shown);
+    (void)uni::write_records(nowhere(), settings.layout, {.all = intake.records(), .source = "j\xff"}, intake.meter(),
+                             shown);
 }

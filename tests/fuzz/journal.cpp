@@ -6,7 +6,7 @@
 #include <array>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const std::array<usnjrnl_context, 8> layouts{
+    static const std::array<usnjrnl_context, 9> layouts{
         settings_from({"lorq", "-a"}),
         settings_from({"lorq", "-csv", "-show_offset"}),
         settings_from({"lorq", "-csvgen", "-base10", "-pair_datetime"}),
@@ -14,6 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         settings_from({"lorq", "-bodyfile"}),
         settings_from({"lorq", "-a", "-xml", "-show_dir_path", "-pulltimes"}),
         settings_from({"lorq", "-a", "-xml", "-xml_escape", "-show_offset"}),
+        settings_from({"lorq", "-a", "-jsonl", "-show_offset", "-hostname", "\xE2\x80"}),
         settings_from({"lorq", "-multiline", "-no_whitespace"})};
     fuzz_input in(data, size);
     const bool by_pages = in.number<std::uint8_t>() % 2 == 0;  // as of a file; of a volume by larger chunks
