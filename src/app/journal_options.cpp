@@ -62,10 +62,32 @@ private:
     diagnostic_log& log_;
 };
 
+// To see what the options come to before any of them has an effect.
+class no_effects final : public option_effects {
+public:
+    bool open_log(const std::string&) override { return true; }
+    bool can_create_results(const std::string&) override { return true; }
+    void say(std::string_view) override {}
+    [[nodiscard]] bool stops_at_failure() const override { return false; }
+};
+
+usnjrnl_context planned_settings(argument_list arguments) {
+    usnjrnl_context planned;
+    no_effects effects;
+    (void)take_options(arguments, planned, effects);  // with these effects it never gives up
+    return planned;
+}
+
 }  // namespace
 
 bool parse_journal_options(argument_list& arguments, usnjrnl_context& settings, uni::status_line& status,
                            diagnostic_log& log) {
+    settings = planned_settings(arguments);
+    if (!settings.layout.choice.paths.empty() && !settings.reading.show_dir_path) {
+        status.say("prob a pattern of -find has a \\ and paths are not known, give -show_dir_path too, aborting\n");
+        return false;
+    }
+    settings = {};
     real_effects effects(arguments, status, log);
     return take_options(arguments, settings, effects);
 }

@@ -20,8 +20,6 @@ constexpr std::size_t fixed_room = 4096;
 constexpr std::size_t room_of_extent = 48;
 constexpr std::size_t longest_number = 20;
 
-constexpr std::string_view root = "[root]";
-
 char* put_number(char* to, std::integral auto value) { return std::to_chars(to, to + longest_number, value).ptr; }
 
 // `key` with its quotes, the comma before and the colon behind it.
@@ -76,14 +74,6 @@ std::string_view origin_word(record_origin origin) {
 std::u16string_view extension_of(std::u16string_view name) {
     const std::size_t dot = name.rfind(u'.');
     return dot == std::u16string_view::npos ? std::u16string_view{} : name.substr(dot + 1);
-}
-
-// What a record is found by, in place of its path where that is not known.
-std::string_view directory_of(const journal_entry& entry) {
-    if (entry.status == mft_status::parent_gone) return {};
-    std::string_view directory = entry.parent_path;
-    if (directory.starts_with(root)) directory.remove_prefix(root.size());
-    return directory;
 }
 
 char* put_lower_case(char* to, std::u16string_view text) {
@@ -150,7 +140,7 @@ char* json_writer::put_event(char* to, const journal_entry& entry, bool timed) {
         to = put_text(to, "range change");
     } else {
         directory_ = to;
-        if (with_paths_) to = put_json(to, directory_of(entry));
+        if (with_paths_) to = put_json(to, directory_text(entry));
         name_ = to;
         name_is_whole_ = true;
         to = put_json(to, entry.name, name_is_whole_);
@@ -185,7 +175,7 @@ char* json_writer::put_names(char* to, const journal_entry& entry) {
 
 // A record without a name has no path of its own.
 char* json_writer::put_place(char* to, const journal_entry& entry) {
-    if (const std::string_view directory = directory_of(entry); !directory.empty()) {
+    if (const std::string_view directory = directory_text(entry); !directory.empty()) {
         if (entry.version != 4) to = put_copy_field(to, ",\"path\":\"", directory_, name_end_);
         const bool root_itself = directory.size() == 1;
         to = put_text(to, ",\"directory\":\"");

@@ -2,6 +2,8 @@
 // it. Plain data, set once by the options.
 #pragma once
 
+#include "output/record_filter.h"
+
 #include <cstdint>
 #include <string>
 
@@ -14,6 +16,7 @@ struct layout_settings {
     layout chosen = layout::table;
 
     bool closed_only = true;
+    record_choice choice;
     bool show_type = false;  // where a record was found
     bool show_offset = false;
     bool pull_times = false;

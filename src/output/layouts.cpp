@@ -4,6 +4,7 @@
 #include "output/csv_writer.h"
 #include "output/json_writer.h"
 #include "output/l2t_writer.h"
+#include "output/record_filter.h"
 #include "output/text_buffer.h"
 #include "output/xml_document.h"
 #include "output/xml_writer.h"
@@ -41,9 +42,9 @@ private:
     text_buffer text_;
 };
 
-template <typename writer>
-bool write_in_order(writer& to, std::ostream& out, const journal_collection& records, run_meter& meter,
-                    progress& shown) {
+template <typename writer, typename filter>
+bool write_chosen(writer& to, std::ostream& out, const journal_collection& records, run_meter& meter, progress& shown,
+                  const filter& takes) {
     constexpr std::size_t between_words = 1024;  // records
     const in_phase writing(meter, phase::write);
     const std::size_t count = records.size();
@@ -53,6 +54,7 @@ bool write_in_order(writer& to, std::ostream& out, const journal_collection& rec
     to.write_header(sink.text());
     for (std::size_t done = 0; in_order.next(entry); ++done) {
         if (done % between_words == 0) shown.tell("writing", done, count, "records");
+        if (!takes(entry)) continue;
         to.write_record(entry, sink.text());
         if (!sink.record_is_done()) return false;
     }
@@ -61,16 +63,27 @@ bool write_in_order(writer& to, std::ostream& out, const journal_collection& rec
 }
 
 template <typename writer>
+bool write_in_order(writer& to, std::ostream& out, const layout_settings& settings, const journal_collection& records,
+                    run_meter& meter, progress& shown) {
+    if (settings.choice.all()) {
+        return write_chosen(to, out, records, meter, shown, [](const journal_entry&) { return true; });
+    }
+    record_filter filter(settings.choice);
+    return write_chosen(to, out, records, meter, shown,
+                        [&](const journal_entry& entry) { return filter.takes(entry); });
+}
+
+template <typename writer>
 bool write_with(std::ostream& out, const layout_settings& settings, const run_records& records, run_meter& meter,
                 progress& shown) {
     writer to(settings, records.all.has_paths());
-    return write_in_order(to, out, records.all, meter, shown);
+    return write_in_order(to, out, settings, records.all, meter, shown);
 }
 
 bool write_json(std::ostream& out, const layout_settings& settings, const run_records& records, run_meter& meter,
                 progress& shown) {
     json_writer to(settings, records.all.has_paths(), records.source);
-    return write_in_order(to, out, records.all, meter, shown);
+    return write_in_order(to, out, settings, records.all, meter, shown);
 }
 
 std::string run_header_alone(const layout_settings& /*settings*/, const frame_facts& facts) {

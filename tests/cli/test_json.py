@@ -111,3 +111,24 @@ def test_runs_that_fail_write_no_line(lorq):
     source = "\u00e9" if WINDOWS else "\udcff\""
     lorq.write(source, lorq.path("j").read_bytes())
     assert json.loads(lorq("-jsonl", "-file", source).out)["source"] == source.replace("\udcff", "\ufffd")
+
+
+@pytest.mark.parametrize("layout", ["-csv", "-multiline", "-csvl2t", "-bodyfile", "-xml", "-jsonl"])
+def test_only_what_was_asked_for_is_written(lorq, layout):
+    lorq.write("some", page(*(with_fields(record(name, usn=8 + at), filetime=FIRST + at) for at, name in enumerate("abcd"))))
+    chosen = lorq("-file", "some", layout, "-from", "2024-01-02T03:04:05.6780001", "-to", "2024-01-02T03:04:05.6780003", "-find", "[",
+                  "-find", "?")
+    lorq.write("less", page(*(with_fields(record(name, usn=9 + at), filetime=FIRST + 1 + at) for at, name in enumerate("bc"))))
+    less = lorq("-file", "less", layout)
+    body = lambda done: re.sub(r"(?s)^lorq.*?cmdline[^\n]*\n|^<\?xml.*?<logdata[^>]*>|some|less", "", done.out)
+    assert (chosen.code, body(chosen)) == (0, body(less))
+
+
+@pytest.mark.parametrize("arguments, said", [
+    (["-from", "yesterday"], "prob -from yesterday is no time, give one like 2022-03-10 or"),
+    (["-find", "\\Users\\*"], "-show_dir_path"), (["-find", ""], "*.docx")])
+def test_a_choice_that_cannot_be_read_ends_the_run_before_it_touches_anything(lorq, arguments, said):
+    lorq.write("old", b"old")
+    done = lorq("-jsonl", "-file", "j", "-diags", "log", "-out", "old", *arguments)
+    assert (done.code, done.out, lorq.path("old").read_bytes()) == (FAILED, "", b"old") and said in done.err
+    assert not lorq.path("log").exists()
