@@ -219,6 +219,7 @@ constexpr option general_options[] = {
     valued("-from", set_from),                   // before anything is opened
     valued("-to", set_to),
     valued("-find", add_patterns),
+    flag("-unique", switch_to<&uni::layout_settings::unique>),
 
     flag("-pair_datetime", switch_to<&uni::layout_settings::pair_date_time>),
     valued("-diags", open_log),  // with -l2, -l3

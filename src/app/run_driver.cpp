@@ -17,8 +17,12 @@ bool run_driver(std::ostream& out, const usnjrnl_context& settings, opened_sourc
     if (settings.results_path.empty() && platform::is_terminal(platform::standard_stream::output)) {
         console.shown.say_no_more_words();
     }
-    const bool written = uni::write_records(out, settings.layout, {.all = intake.records(), .source = typed},
-                                            console.meter, console.shown);
+    const uni::write_outcome written = uni::write_records(
+        out, settings.layout, {.all = intake.records(), .source = typed}, console.meter, console.shown);
     if (console.shown.wanted()) console.status.clear_status();
-    return written;
+    if (settings.layout.unique && written.whole) {
+        console.status.report_problem("records found again and left out: %llu\n",
+                                      static_cast<unsigned long long>(written.repeats));
+    }
+    return written.whole;
 }

@@ -5,7 +5,9 @@
 
 #include "base/file_reference.h"
 
+#include <compare>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,11 +19,19 @@ enum class record_origin : std::uint8_t { journal, unallocated, shadow_copy, sla
 // of an index entry, or names it.
 enum class mft_status : std::uint8_t { parent_gone, entry_gone, remnant, valid };
 
+// A place where a record was found once more; the label is that of a shadow copy.
+struct found_elsewhere {
+    record_origin origin = record_origin::journal;
+    std::string_view label;
+
+    friend bool operator==(const found_elsewhere&, const found_elsewhere&) = default;
+};
+
 struct file_extent {
     std::int64_t offset = 0;  // bytes, in the file
     std::int64_t length = 0;
 
-    friend bool operator==(const file_extent&, const file_extent&) = default;
+    friend auto operator<=>(const file_extent&, const file_extent&) = default;
 };
 
 // What hardly any record has.
@@ -52,6 +62,7 @@ struct journal_entry {
     // Of the run. The views hold until the next entry is read.
     record_origin origin = record_origin::journal;
     std::string_view snapshot_label;  // of the shadow copy that it was carved from
+    std::span<const found_elsewhere> also_in;
     mft_status status = mft_status::entry_gone;
     std::string_view parent_path;  // UTF-8, ends with "\"
     std::uint32_t path_number =

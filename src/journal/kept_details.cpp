@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <span>
+#include <tuple>
 
 void kept_details::add(std::uint64_t arrival, const record_details& details) {
     details_.push_back({.arrival = arrival,
@@ -28,11 +29,17 @@ void kept_details::fill(std::uint64_t arrival, record_details& out) const {
     out.name_is_cut = from.name_is_cut;
 }
 
-bool kept_details::equal(std::uint64_t one, std::uint64_t other) const {
+int kept_details::order(std::uint64_t one, std::uint64_t other) const {
     const details_of& a = at(one);
     const details_of& b = at(other);
-    return !a.name_is_cut && !b.name_is_cut && a.file_ref_high == b.file_ref_high &&
-           a.parent_ref_high == b.parent_ref_high && a.remaining_extents == b.remaining_extents &&
-           std::ranges::equal(std::span(extents_).subspan(a.first_extent, a.extents),
-                              std::span(extents_).subspan(b.first_extent, b.extents));
+    const auto fields = [](const details_of& of) {
+        return std::tuple(of.name_is_cut ? of.arrival + 1 : 0, of.file_ref_high, of.parent_ref_high,
+                          of.remaining_extents);
+    };
+    if (fields(a) != fields(b)) return fields(a) < fields(b) ? -1 : 1;
+    const auto first = std::span(extents_).subspan(a.first_extent, a.extents);
+    const auto second = std::span(extents_).subspan(b.first_extent, b.extents);
+    const auto extents =
+        std::lexicographical_compare_three_way(first.begin(), first.end(), second.begin(), second.end());
+    return extents == 0 ? 0 : extents < 0 ? -1 : 1;
 }

@@ -15,9 +15,9 @@ public:
     // Of a record that has some.
     void fill(std::uint64_t arrival, record_details& out) const;
 
-    // Whether two records that have some have the same. What was cut off a name is not known, so a record with such a
-    // name is like no other.
-    [[nodiscard]] bool equal(std::uint64_t one, std::uint64_t other) const;
+    // Of two records that have some: 0 when they have the same, any order of the others will do. What was cut off a
+    // name is not known, so a record with such a name is like no other.
+    [[nodiscard]] int order(std::uint64_t one, std::uint64_t other) const;
 
 private:
     struct details_of {

@@ -209,6 +209,7 @@ void decode_record_v4(journal_entry& entry, byte_view record) {
 void clear_run_fields(journal_entry& entry) {
     entry.origin = record_origin::journal;
     entry.snapshot_label = {};
+    entry.also_in = {};
     entry.status = mft_status::entry_gone;
     entry.parent_path = {};
     entry.path_number = 0;

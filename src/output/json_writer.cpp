@@ -99,6 +99,28 @@ char* put_extents(char* to, const record_details& details) {
     return to;
 }
 
+// Of a shadow copy its label tells more.
+std::string_view place_text(const found_elsewhere& place) {
+    return place.label.empty() ? origin_word(place.origin) : place.label;
+}
+
+std::size_t room_of(std::span<const found_elsewhere> places) {
+    constexpr std::size_t quotes_and_comma = 3;
+    std::size_t bytes = 0;
+    for (const found_elsewhere& place : places) bytes += place_text(place).size() + quotes_and_comma;
+    return bytes;
+}
+
+char* put_others(char* to, std::span<const found_elsewhere> places) {
+    to = put_text(to, ",\"also_in\":[");
+    for (const found_elsewhere& place : places) {
+        *to++ = '"';
+        to = put_text(put_text(to, place_text(place)), "\",");
+    }
+    to[-1] = ']';
+    return to;
+}
+
 }  // namespace
 
 json_writer::json_writer(const layout_settings& settings, bool with_paths, std::string_view source)
@@ -121,7 +143,8 @@ void json_writer::write_record(const journal_entry& entry, text_buffer& out) {
     constexpr std::size_t times_written = 5;  // of a name: in the message, under three keys, once in digits
     const std::size_t texts = times_written * most_json_bytes * (entry.name.size() + entry.parent_path.size());
     const std::size_t extents = entry.has_details ? room_of_extent * entry.details.extents.size() : 0;
-    char* to = out.room(fixed_room + texts + extents + entry.snapshot_label.size() + run_fields_.size());
+    char* to = out.room(fixed_room + texts + extents + entry.snapshot_label.size() + room_of(entry.also_in) +
+                        run_fields_.size());
     to = put_event(to, entry, timed);
     if (entry.version != 4) to = put_names(to, entry);
     if (with_paths_) to = put_place(to, entry);
@@ -222,6 +245,7 @@ char* json_writer::put_pulled_times(char* to, const journal_entry& entry) {
 char* json_writer::put_origin(char* to, const journal_entry& entry) {
     to = put_text_field(to, ",\"record_origin\":\"", origin_word(entry.origin));
     if (!entry.snapshot_label.empty()) to = put_text_field(to, ",\"snapshot\":\"", entry.snapshot_label);
+    if (!entry.also_in.empty()) to = put_others(to, entry.also_in);
     return to;
 }
 

@@ -17,6 +17,7 @@ struct layout_settings {
 
     bool closed_only = true;
     record_choice choice;
+    bool unique = false;     // a record that was found again is written once
     bool show_type = false;  // where a record was found
     bool show_offset = false;
     bool pull_times = false;

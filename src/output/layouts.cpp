@@ -43,45 +43,45 @@ private:
 };
 
 template <typename writer, typename filter>
-bool write_chosen(writer& to, std::ostream& out, const journal_collection& records, run_meter& meter, progress& shown,
-                  const filter& takes) {
+write_outcome write_chosen(writer& to, std::ostream& out, const layout_settings& settings,
+                           const journal_collection& records, run_meter& meter, progress& shown, const filter& takes) {
     constexpr std::size_t between_words = 1024;  // records
     const in_phase writing(meter, phase::write);
     const std::size_t count = records.size();
     text_sink sink(out, meter);
-    ordered_reader in_order(records, meter);
+    ordered_reader in_order(records, meter, settings.unique);
     journal_entry entry;
     to.write_header(sink.text());
     for (std::size_t done = 0; in_order.next(entry); ++done) {
         if (done % between_words == 0) shown.tell("writing", done, count, "records");
         if (!takes(entry)) continue;
         to.write_record(entry, sink.text());
-        if (!sink.record_is_done()) return false;
+        if (!sink.record_is_done()) return {};
     }
     meter.count(phase::write, count, 0);
-    return sink.hand_on();
+    return {.whole = sink.hand_on(), .repeats = in_order.repeats()};
 }
 
 template <typename writer>
-bool write_in_order(writer& to, std::ostream& out, const layout_settings& settings, const journal_collection& records,
-                    run_meter& meter, progress& shown) {
+write_outcome write_in_order(writer& to, std::ostream& out, const layout_settings& settings,
+                             const journal_collection& records, run_meter& meter, progress& shown) {
     if (settings.choice.all()) {
-        return write_chosen(to, out, records, meter, shown, [](const journal_entry&) { return true; });
+        return write_chosen(to, out, settings, records, meter, shown, [](const journal_entry&) { return true; });
     }
     record_filter filter(settings.choice);
-    return write_chosen(to, out, records, meter, shown,
+    return write_chosen(to, out, settings, records, meter, shown,
                         [&](const journal_entry& entry) { return filter.takes(entry); });
 }
 
 template <typename writer>
-bool write_with(std::ostream& out, const layout_settings& settings, const run_records& records, run_meter& meter,
-                progress& shown) {
+write_outcome write_with(std::ostream& out, const layout_settings& settings, const run_records& records,
+                         run_meter& meter, progress& shown) {
     writer to(settings, records.all.has_paths());
     return write_in_order(to, out, settings, records.all, meter, shown);
 }
 
-bool write_json(std::ostream& out, const layout_settings& settings, const run_records& records, run_meter& meter,
-                progress& shown) {
+write_outcome write_json(std::ostream& out, const layout_settings& settings, const run_records& records,
+                         run_meter& meter, progress& shown) {
     json_writer to(settings, records.all.has_paths(), records.source);
     return write_in_order(to, out, settings, records.all, meter, shown);
 }
@@ -107,8 +107,8 @@ std::span<const layout_row> layouts() { return rows; }
 
 const layout_row& row_of(layout id) { return *std::ranges::find(rows, id, &layout_row::id); }
 
-bool write_records(std::ostream& out, const layout_settings& settings, const run_records& records, run_meter& meter,
-                   progress& shown) {
+write_outcome write_records(std::ostream& out, const layout_settings& settings, const run_records& records,
+                            run_meter& meter, progress& shown) {
     return row_of(settings.chosen).write(out, settings, records, meter, shown);
 }
 

@@ -29,6 +29,11 @@ struct run_records {
     std::string_view source;  // as the user typed it
 };
 
+struct write_outcome {
+    bool whole = false;         // the stream took every byte
+    std::uint64_t repeats = 0;  // records that were left out because they had been written; told when it did
+};
+
 struct layout_row {
     layout id;
     std::string_view option;     // that chooses it; empty for the default
@@ -43,16 +48,16 @@ struct layout_row {
     std::string_view end;
 
     // Every record in its order, behind the layout's own header. See write_records.
-    bool (*write)(std::ostream& out, const layout_settings& settings, const run_records& records, run_meter& meter,
-                  progress& shown);
+    write_outcome (*write)(std::ostream& out, const layout_settings& settings, const run_records& records,
+                           run_meter& meter, progress& shown);
 };
 
 [[nodiscard]] std::span<const layout_row> layouts();
 [[nodiscard]] const layout_row& row_of(layout id);
 
 // The output phase. Text goes to the stream in blocks that end with a whole record, each flushed, so that whoever reads
-// the file after a kill finds every record whole. True when the stream took every byte; stops early when it did not.
-[[nodiscard]] bool write_records(std::ostream& out, const layout_settings& settings, const run_records& records,
-                                 run_meter& meter, progress& shown);
+// the file after a kill finds every record whole. Stops early when the stream does not take what is due.
+[[nodiscard]] write_outcome write_records(std::ostream& out, const layout_settings& settings,
+                                          const run_records& records, run_meter& meter, progress& shown);
 
 }  // namespace uni

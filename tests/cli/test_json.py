@@ -132,3 +132,10 @@ def test_a_choice_that_cannot_be_read_ends_the_run_before_it_touches_anything(lo
     done = lorq("-jsonl", "-file", "j", "-diags", "log", "-out", "old", *arguments)
     assert (done.code, done.out, lorq.path("old").read_bytes()) == (FAILED, "", b"old") and said in done.err
     assert not lorq.path("log").exists()
+
+
+def test_unique_tells_what_it_left_out(lorq):
+    lorq.write("twice", page(record(), record(), record(usn=9)))
+    done = lorq("-file", "twice", "-jsonl", "-unique")
+    assert [json.loads(line).get("also_in") for line in done.out.splitlines()] == [["journal"], None]
+    assert done.code == 0 and "records found again and left out: 1\n" in done.err

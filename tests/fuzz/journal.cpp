@@ -11,10 +11,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         settings_from({"lorq", "-csv", "-show_offset"}),
         settings_from({"lorq", "-csvgen", "-base10", "-pair_datetime"}),
         settings_from({"lorq", "-a", "-csvl2t", "-show_dir_path", "-timeformat", "hh:mm:ss.xxxxxxxxx"}),
-        settings_from({"lorq", "-bodyfile"}),
+        settings_from({"lorq", "-bodyfile", "-from", "1970-01-01T00:00:00.5Z", "-find", "*a?*"}),
         settings_from({"lorq", "-a", "-xml", "-show_dir_path", "-pulltimes"}),
         settings_from({"lorq", "-a", "-xml", "-xml_escape", "-show_offset"}),
-        settings_from({"lorq", "-a", "-jsonl", "-show_offset", "-hostname", "\xE2\x80"}),
+        settings_from({"lorq", "-a", "-jsonl", "-unique", "-show_offset", "-hostname", "\xE2\x80"}),
         settings_from({"lorq", "-multiline", "-no_whitespace"})};
     fuzz_input in(data, size);
     const bool by_pages = in.number<std::uint8_t>() % 2 == 0;  // as of a file; of a volume by larger chunks

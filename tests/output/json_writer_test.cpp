@@ -1,4 +1,6 @@
 // JSON Lines: every key and its absence, the times, names of any kind.
+#include "journal/journal_collection.h"
+#include "output/layouts.h"
 #include "support/command_line.h"
 
 #include <gtest/gtest.h>
@@ -132,5 +134,56 @@ TEST(JsonWriter, TheFirstThatAppliesDescribesAReason) {
     }
     for (const std::uint32_t stream : {0x10U, 0x20U, 0x200000U}) {
         EXPECT_NE(written("-a -jsonl", {sample_entry(stream)}).find("\"USN Stream Changed\""), std::string::npos);
+    }
+}
+
+// A journal, and the same again in each of three shadow copies; one of the copies has a record with another bit.
+TEST(JsonWriter, ARecordThatIsFoundAgainIsWrittenOnce) {
+    journal_collection records;
+    const auto add = [&](std::uint64_t time, std::uint32_t security, record_origin origin, std::string_view label) {
+        journal_entry entry = sample_entry(0x80000100, time);
+        entry.security_id = security;
+        entry.origin = origin;
+        entry.snapshot_label = label;
+        records.add(entry);
+    };
+    for (const std::uint64_t time : {sample_time, sample_time + 10}) add(time, 7, record_origin::journal, "");
+    add(sample_time, 7, record_origin::unallocated, "");
+    add(sample_time, 7, record_origin::unallocated, "");
+    for (const std::string label : {"SnapID: a", "SnapID: b", "SnapID: c"}) {
+        add(sample_time, 7, record_origin::shadow_copy, label);
+        add(sample_time + 10, label.back() == 'b' ? 6 : 7, record_origin::shadow_copy, label);
+    }
+    add(sample_time, 7, record_origin::slack, "");
+    const auto run = [&](const std::string& options, std::uint64_t repeats) {
+        std::ostringstream out;
+        run_meter meter;
+        progress shown;
+        const auto written =
+            uni::write_records(out, parsed_options(words(options)).settings.layout, {records, "j"}, meter, shown);
+        EXPECT_TRUE(written.whole);
+        EXPECT_EQ(written.repeats, repeats);
+        return out.str();
+    };
+    std::istringstream lines(run("-jsonl -unique", 8));
+    for (const std::string expected :
+         {R"("record_origin":"journal","also_in":["unallocated","SnapID: a","SnapID: b","SnapID: c","slack"])",
+          R"("record_origin":"journal","also_in":["SnapID: a","SnapID: c"])",
+          R"("record_origin":"shadow_copy","snapshot":"SnapID: b")"}) {
+        std::string line;
+        std::getline(lines, line);
+        EXPECT_EQ(between(line, "record_origin", "usn_version"), expected);
+    }
+    for (const std::string layout : {"-csv", "-multiline", "-csvl2t", "-bodyfile", "-xml", "-jsonl"}) {
+        const auto count = [&](const std::string& text) {
+            std::size_t found = 0;
+            for (std::size_t at = 0; (at = text.find("report.docx", at)) != std::string::npos; ++at) ++found;
+            return found;
+        };
+        const std::size_t each = count(written(layout));
+        EXPECT_EQ(count(run(layout, 0)), 11 * each);
+        EXPECT_EQ(count(run(layout + " -unique", 8)), 3 * each);
+        // What is counted knows nothing of what is chosen.
+        EXPECT_EQ(count(run(layout + " -unique -to 2024-01-02", 8)), 0U);
     }
 }
