@@ -10,7 +10,6 @@
 
 #include <charconv>
 #include <concepts>
-#include <utility>
 
 namespace uni {
 namespace {
@@ -20,23 +19,32 @@ constexpr std::size_t fixed_room = 4096;
 constexpr std::size_t room_of_extent = 48;
 constexpr std::size_t longest_number = 20;
 
+// The key, or whatever else is known here, so that the copy is a few plain stores.
+template <std::size_t size>
+char* put_literal(char* to, const char (&text)[size]) {
+    return put_text(to, std::string_view(text, size - 1));
+}
+
 char* put_number(char* to, std::integral auto value) { return std::to_chars(to, to + longest_number, value).ptr; }
 
 // `key` with its quotes, the comma before and the colon behind it.
-char* put_number_field(char* to, std::string_view key, std::integral auto value) {
-    return put_number(put_text(to, key), value);
+template <std::size_t size>
+char* put_number_field(char* to, const char (&key)[size], std::integral auto value) {
+    return put_number(put_literal(to, key), value);
 }
 
 // Of a text without anything to escape.
-char* put_text_field(char* to, std::string_view key, std::string_view text) {
-    to = put_text(put_text(to, key), text);
+template <std::size_t size>
+char* put_text_field(char* to, const char (&key)[size], std::string_view text) {
+    to = put_text(put_literal(to, key), text);
     *to++ = '"';
     return to;
 }
 
 // What stands in the same buffer already.
-char* put_copy_field(char* to, std::string_view key, const char* from, const char* end) {
-    to = put_again(put_text(to, key), from, static_cast<std::size_t>(end - from));
+template <std::size_t size>
+char* put_copy_field(char* to, const char (&key)[size], const char* from, const char* end) {
+    to = put_again(put_literal(to, key), from, static_cast<std::size_t>(end - from));
     *to++ = '"';
     return to;
 }
@@ -47,8 +55,9 @@ char* put_hex_digits(char* to, std::uint64_t value, unsigned digits) {
 }
 
 // `entry-sequence`, or the digits of one of 128 bits, which names no entry of an MFT.
-char* put_reference(char* to, std::string_view key, std::uint64_t high, std::uint64_t reference) {
-    to = put_text(to, key);
+template <std::size_t size>
+char* put_reference(char* to, const char (&key)[size], std::uint64_t high, std::uint64_t reference) {
+    to = put_literal(to, key);
     if (high != 0) {
         to = put_hex_digits(put_hex_digits(to, high, 16), reference, 16);
     } else {
@@ -86,13 +95,13 @@ char* put_lower_case(char* to, std::u16string_view text) {
 }
 
 char* put_extents(char* to, const record_details& details) {
-    to = put_text(to, ",\"extents\":[");
+    to = put_literal(to, ",\"extents\":[");
     for (const file_extent& extent : details.extents) {
         *to++ = '[';
         to = put_number(to, extent.offset);
         *to++ = ',';
         to = put_number(to, extent.length);
-        to = put_text(to, "],");
+        to = put_literal(to, "],");
     }
     if (!details.extents.empty()) --to;
     *to++ = ']';
@@ -112,7 +121,7 @@ std::size_t room_of(std::span<const found_elsewhere> places) {
 }
 
 char* put_others(char* to, std::span<const found_elsewhere> places) {
-    to = put_text(to, ",\"also_in\":[");
+    to = put_literal(to, ",\"also_in\":[");
     for (const found_elsewhere& place : places) {
         *to++ = '"';
         to = put_text(put_text(to, place_text(place)), "\",");
@@ -158,9 +167,9 @@ void json_writer::write_record(const journal_entry& entry, text_buffer& out) {
 
 // Message and time, and what they are.
 char* json_writer::put_event(char* to, const journal_entry& entry, bool timed) {
-    to = put_text(to, "{\"message\":\"");
+    to = put_literal(to, "{\"message\":\"");
     if (entry.version == 4) {
-        to = put_text(to, "range change");
+        to = put_literal(to, "range change");
     } else {
         directory_ = to;
         if (with_paths_) to = put_json(to, directory_text(entry));
@@ -170,7 +179,7 @@ char* json_writer::put_event(char* to, const journal_entry& entry, bool timed) {
         name_end_ = to;
         to = put_text(to, message_ends_.text_of(entry.reason));
     }
-    to = put_text(to, "\",\"datetime\":\"");
+    to = put_literal(to, "\",\"datetime\":\"");
     if (timed) {
         to = put_text(to, times_.text_of(entry.timestamp));
         to = put_number_field(to, "\",\"timestamp\":", microseconds_since_1970(entry.timestamp));
@@ -180,17 +189,17 @@ char* json_writer::put_event(char* to, const journal_entry& entry, bool timed) {
                       "1970-01-01T00:00:00.0000000+00:00\",\"timestamp\":0,\"timestamp_desc\":\"USN Without Time\""
                       ",\"time_missing\":true");
     }
-    return put_text(to, ",\"data_type\":\"fs:ntfs:usn_change\"");
+    return put_literal(to, ",\"data_type\":\"fs:ntfs:usn_change\"");
 }
 
 char* json_writer::put_names(char* to, const journal_entry& entry) {
     to = put_copy_field(to, ",\"filename\":\"", name_, name_end_);
     if (const std::u16string_view extension = extension_of(entry.name); !extension.empty()) {
-        to = put_lower_case(put_text(to, ",\"extension\":\""), extension);
+        to = put_lower_case(put_literal(to, ",\"extension\":\""), extension);
         *to++ = '"';
     }
     if (name_is_whole_) return to;
-    to = put_text(to, ",\"filename_utf16\":\"");
+    to = put_literal(to, ",\"filename_utf16\":\"");
     for (const char16_t unit : entry.name) to = put_hex_digits(to, unit, 4);
     *to++ = '"';
     return to;
@@ -201,7 +210,7 @@ char* json_writer::put_place(char* to, const journal_entry& entry) {
     if (const std::string_view directory = directory_text(entry); !directory.empty()) {
         if (entry.version != 4) to = put_copy_field(to, ",\"path\":\"", directory_, name_end_);
         const bool root_itself = directory.size() == 1;
-        to = put_text(to, ",\"directory\":\"");
+        to = put_literal(to, ",\"directory\":\"");
         to = put_json(to, root_itself ? directory : directory.substr(0, directory.size() - 1));
         *to++ = '"';
     }
@@ -230,15 +239,13 @@ char* json_writer::put_change(char* to, const journal_entry& entry) {
 }
 
 char* json_writer::put_pulled_times(char* to, const journal_entry& entry) {
-    const std::pair<std::string_view, std::uint64_t> times[] = {
-        {",\"file_modified\":\"", entry.index_modified},
-        {",\"file_accessed\":\"", entry.index_accessed},
-        {",\"file_mft_changed\":\"", entry.index_mft_changed},
-        {",\"file_created\":\"", entry.index_created},
-    };
-    for (const auto& [key, time] : times) {
+    const auto put_time = [this, &to](const auto& key, std::uint64_t time) {
         if (time != 0 && time < end_of_iso_times) to = put_text_field(to, key, pulled_times_.text_of(time));
-    }
+    };
+    put_time(",\"file_modified\":\"", entry.index_modified);
+    put_time(",\"file_accessed\":\"", entry.index_accessed);
+    put_time(",\"file_mft_changed\":\"", entry.index_mft_changed);
+    put_time(",\"file_created\":\"", entry.index_created);
     return to;
 }
 

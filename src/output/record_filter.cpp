@@ -12,12 +12,15 @@ namespace {
 constexpr char32_t any_number = U'*';
 constexpr char32_t any_one = U'?';
 
-void append_folded(std::u16string_view text, std::u32string& out) {
-    for (std::size_t at = 0; at < text.size();) {
+void fold(std::u16string_view text, std::u32string& out) {
+    out.resize(text.size());
+    std::size_t points = 0;
+    for (std::size_t at = 0; at < text.size(); ++points) {
         char32_t point = 0;
         (void)read_code_point(text, at, point);
-        out += folded(point);
+        out[points] = folded(point);
     }
+    out.resize(points);
 }
 
 void append_folded(std::string_view utf8, std::u32string& out) {
@@ -50,6 +53,18 @@ bool glob_matches(std::u32string_view pattern, std::u32string_view text) {
     return pattern.find_first_not_of(any_number, at) == std::u32string_view::npos;
 }
 
+// Whether one look at the end tells that the pattern does not match, as it does of nearly every name.
+bool ends_otherwise(std::u32string_view pattern, std::u16string_view name) {
+    constexpr char16_t first_surrogate = 0xD800;
+    const char32_t last = pattern.back();
+    return last != any_number && last != any_one && !name.empty() && name.back() < first_surrogate &&
+           folded(name.back()) != last;
+}
+
+bool all_end_otherwise(const std::vector<std::u32string>& patterns, std::u16string_view name) {
+    return std::ranges::all_of(patterns, [name](std::u32string_view one) { return ends_otherwise(one, name); });
+}
+
 bool any_matches(const std::vector<std::u32string>& patterns, std::u32string_view text) {
     return std::ranges::any_of(patterns, [text](std::u32string_view one) { return glob_matches(one, text); });
 }
@@ -69,8 +84,8 @@ bool record_filter::takes(const journal_entry& entry) {
 
 bool record_filter::matches(const journal_entry& entry) {
     if (entry.valid == 0 || entry.version == 4) return false;
-    name_.clear();
-    append_folded(entry.name, name_);
+    if (all_end_otherwise(choice_.names, entry.name) && all_end_otherwise(choice_.paths, entry.name)) return false;
+    fold(entry.name, name_);
     if (any_matches(choice_.names, name_)) return true;
     const std::string_view directory = directory_text(entry);
     if (choice_.paths.empty() || directory.empty()) return false;
