@@ -38,9 +38,10 @@ std::uint64_t filetime_now() {
 }
 
 bool open_results(uni::output_file& results, const usnjrnl_context& settings, uni::status_line& status) {
+    const bool bare = uni::row_of(settings.layout.chosen).bare;
     if (settings.results_path.empty()) {
-        results.use_standard_output();
-    } else if (!results.open(platform::native_results_path(settings.results_path), false, true)) {
+        results.use_standard_output(bare);
+    } else if (!results.open(platform::native_results_path(settings.results_path), bare, true)) {
         status.report_problem("prob opening results file: %s for writing\n", settings.results_path.c_str());
         return false;
     }
@@ -110,7 +111,8 @@ int run(argument_list& arguments, uni::status_line& status) {
     uni::output_file results;
     if (!parse_options(arguments, settings, status, log)) {
         results.use_standard_output();
-        if (results.make_stream() != nullptr) (void)hand_on(results, header);
+        const bool told = !uni::row_of(settings.layout.chosen).bare;
+        if (told && results.make_stream() != nullptr) (void)hand_on(results, header);
         (void)results_are_whole(results, usnjrnl_context{}, status);
         return exit_failed;
     }

@@ -143,6 +143,49 @@ bool set_stop_time(option_run& run, const std::string& value) {
     return true;
 }
 
+template <std::uint64_t uni::record_choice::*limit>
+bool set_limit(option_run& run, std::string_view option, const std::string& value) {
+    uni::record_choice& choice = run.settings.layout.choice;
+    choice.by_time = true;
+    if (read_utc_time(value, choice.*limit)) return true;
+    run.effects.say("prob " + std::string(option) + " " + value +
+                    " is no time, give one like 2022-03-10 or 2022-03-10T21:00 (UTC), aborting\n");
+    return false;
+}
+
+bool set_from(option_run& run, const std::string& value) {
+    return set_limit<&uni::record_choice::from>(run, "-from", value);
+}
+
+// The second of the two to be taken.
+bool set_to(option_run& run, const std::string& value) {
+    if (!set_limit<&uni::record_choice::to>(run, "-to", value)) return false;
+    const uni::record_choice& choice = run.settings.layout.choice;
+    if (choice.from < choice.to) return true;
+    run.effects.say(
+        "prob -to " + value +
+        " leaves no time behind -from, give a window like -from 2022-03-10T21:00 -to 2022-03-11, aborting\n");
+    return false;
+}
+
+bool add_pattern(option_run& run, const std::string& value) {
+    if (value.empty()) {
+        run.effects.say("prob -find has an empty pattern, give one like *.docx, aborting\n");
+        return false;
+    }
+    uni::record_choice& choice = run.settings.layout.choice;
+    const bool of_paths = value.find('\\') != std::string::npos;
+    (of_paths ? choice.paths : choice.names).push_back(uni::folded_pattern(value));
+    return true;
+}
+
+// However often it is given.
+bool add_patterns(option_run& run, const std::string& first) {
+    bool readable = add_pattern(run, first);
+    for (std::string more; readable && option_value("-find", more, run.arguments);) readable = add_pattern(run, more);
+    return readable;
+}
+
 bool change_separator(option_run& run, const std::string& value) {
     set_separator(run.settings.layout, value);
     return true;
@@ -178,6 +221,12 @@ bool set_mft_file(option_run& run, const std::string& value) {
 // ---- The options, in the order of their taking -------------------------------------------------------------------
 
 constexpr option general_options[] = {
+    flag("-jsonl", choose<uni::layout::jsonl>),  // first of all: every other style wins over it
+    valued("-from", set_from),                   // before anything is opened
+    valued("-to", set_to),
+    valued("-find", add_patterns),
+    flag("-unique", switch_to<&uni::layout_settings::unique>),
+
     flag("-pair_datetime", switch_to<&uni::layout_settings::pair_date_time>),
     valued("-diags", open_log),  // with -l2, -l3
 

@@ -62,9 +62,30 @@ private:
     diagnostic_log& log_;
 };
 
+// To see what the options come to before any of them has an effect.
+class no_effects final : public option_effects {
+public:
+    bool open_log(const std::string&) override { return true; }
+    bool can_create_results(const std::string&) override { return true; }
+    void say(std::string_view) override {}
+    [[nodiscard]] bool stops_at_failure() const override { return false; }
+};
+
+usnjrnl_context planned_settings(argument_list arguments) {
+    usnjrnl_context planned;
+    no_effects effects;
+    (void)take_options(arguments, planned, effects);  // with these effects it never gives up
+    return planned;
+}
+
 }  // namespace
 
 bool parse_options(argument_list& arguments, usnjrnl_context& settings, uni::status_line& status, diagnostic_log& log) {
+    const usnjrnl_context planned = planned_settings(arguments);
+    if (!planned.layout.choice.paths.empty() && !planned.reading.show_dir_path) {
+        status.say("prob a pattern of -find has a \\ and paths are not known, give -show_dir_path too, aborting\n");
+        return false;
+    }
     real_effects effects(arguments, status, log);
     return take_options(arguments, settings, effects);
 }

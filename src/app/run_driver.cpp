@@ -4,6 +4,7 @@
 #include "output/layouts.h"
 #include "platform/platform.h"
 
+#include <string>
 #include <utility>
 
 namespace {
@@ -20,6 +21,7 @@ void tell_reduced(std::uint64_t records, const usnjrnl_context& settings, uni::s
 bool run_driver(std::ostream& out, const usnjrnl_context& settings, opened_source source, const run_console& console,
                 record_account& account) {
     journal_intake intake(console.meter, settings.reading.complete);
+    const std::string typed = source.source.typed;
     pull_source(std::move(source), settings.reading, intake, console);
     console.shown.wipe();
     account = intake.account();
@@ -29,8 +31,12 @@ bool run_driver(std::ostream& out, const usnjrnl_context& settings, opened_sourc
     if (settings.results_path.empty() && platform::is_terminal(platform::standard_stream::output)) {
         console.shown.say_no_more_words();
     }
-    const bool written =
-        uni::write_records(out, settings.layout, intake.records(), console.meter, console.shown, account);
+    const bool written = uni::write_records(out, settings.layout, {.all = intake.records(), .source = typed},
+                                            console.meter, console.shown, account);
     if (console.shown.wanted()) console.status.clear_status();
+    if (settings.layout.unique && written) {
+        console.status.report_problem("records found again and left out: %llu\n",
+                                      static_cast<unsigned long long>(account.of(record_fate::found_again)));
+    }
     return written;
 }

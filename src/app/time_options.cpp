@@ -3,12 +3,15 @@
 #include "base/text.h"
 #include "output/date_time.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
 #include <cstdint>
 
 namespace {
+
+constexpr std::uint64_t units_per_second = 10'000'000;
 
 using three_numbers = std::array<unsigned, 3>;
 
@@ -39,7 +42,65 @@ bool days_since_1601(const three_numbers& date, std::uint64_t& days) {
     return true;
 }
 
+// Takes digits of a fixed number off the front of a text.
+bool take_number(std::string_view& text, std::size_t digits, unsigned& number) {
+    if (text.size() < digits || !read_number(text.substr(0, digits), number)) return false;
+    text.remove_prefix(digits);
+    return true;
+}
+
+bool take(std::string_view& text, char wanted) {
+    if (!text.starts_with(wanted)) return false;
+    text.remove_prefix(1);
+    return true;
+}
+
+// Takes all digits; the result is in units of a FILETIME, a part of one counts as a whole.
+bool take_fraction(std::string_view& text, std::uint64_t& units) {
+    const std::size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
+    constexpr std::size_t most_digits = 7;
+    for (std::size_t i = 0; i < most_digits; ++i) {
+        units = units * 10 + (i < digits ? static_cast<unsigned>(text[i] - '0') : 0U);
+    }
+    const std::string_view finer = text.substr(0, digits).substr(std::min(digits, most_digits));
+    if (finer.find_first_not_of('0') != std::string_view::npos) ++units;
+    text.remove_prefix(digits);
+    return digits != 0;
+}
+
+// Of the day, behind the "T".
+bool take_clock(std::string_view& text, std::uint64_t& units) {
+    unsigned hour = 0;
+    unsigned minute = 0;
+    unsigned second = 0;
+    std::uint64_t fraction = 0;
+    if (!take_number(text, 2, hour) || !take(text, ':') || !take_number(text, 2, minute)) return false;
+    if (take(text, ':')) {
+        if (!take_number(text, 2, second)) return false;
+        if (take(text, '.') && !take_fraction(text, fraction)) return false;
+    }
+    if (hour > 23 || minute > 59 || second > 59) return false;
+    units = ((hour * 60ULL + minute) * 60 + second) * units_per_second + fraction;
+    return true;
+}
+
 }  // namespace
+
+bool read_utc_time(std::string_view text, std::uint64_t& filetime) {
+    constexpr std::uint64_t units_per_day = 86'400 * units_per_second;
+    three_numbers date{};
+    std::uint64_t days = 0;
+    std::uint64_t units = 0;
+    if (!take_number(text, 4, date[0]) || !take(text, '-') || !take_number(text, 2, date[1]) || !take(text, '-') ||
+        !take_number(text, 2, date[2]) || !days_since_1601(date, days)) {
+        return false;
+    }
+    if (take(text, 'T') && !take_clock(text, units)) return false;
+    (void)take(text, 'Z');
+    if (!text.empty()) return false;
+    filetime = days * units_per_day + units;
+    return true;
+}
 
 bool is_date_format(std::string_view value) {
     std::uint32_t flags = 0;
@@ -66,7 +127,6 @@ window_text read_time_window(std::string_view value, std::string_view default_ti
     if (!read_three(date_text, date_text[separator], date) || !days_since_1601(date, days)) return window_text::invalid;
     if (!read_three(time_text, ':', time) || time[0] > 23 || time[1] > 59 || time[2] > 59) return window_text::invalid;
 
-    constexpr std::uint64_t units_per_second = 10'000'000;
     const std::uint64_t minutes = (days * 24 + time[0]) * 60 + time[1];
     const std::uint64_t seconds = minutes * 60 + time[2];
     window = {.valid = true, .filetime = seconds * units_per_second};

@@ -5,6 +5,11 @@
 #include <string>
 #include <string_view>
 
+// Reads "2022-03-10", "2022-03-10T21:00", "2022-03-10T21:00:05" or with a fraction of the second, each with or without
+// a "Z": a time in UTC, of the years 1601 to 9999, as a FILETIME; what is finer than that is rounded up, so that a
+// limit keeps its meaning. False, and nothing is written, for any other text.
+[[nodiscard]] bool read_utc_time(std::string_view text, std::uint64_t& filetime);
+
 // Whether a value may replace the default pattern.
 [[nodiscard]] bool is_date_format(std::string_view value);
 [[nodiscard]] bool is_time_format(std::string_view value);

@@ -14,21 +14,25 @@ bool is_low_surrogate(char16_t unit) { return (unit & 0xFC00U) == 0xDC00U; }
 // What a surrogate without its partner becomes.
 enum class lone_surrogate : std::uint8_t { replaced, kept };
 
-// The code point that starts at `at`, which moves behind it.
-template <lone_surrogate lone>
-char32_t next_code_point(std::u16string_view text, std::size_t& at) {
+}  // namespace
+
+bool read_code_point(std::u16string_view text, std::size_t& at, char32_t& point) {
     const char16_t unit = text[at++];
-    if (!is_high_surrogate(unit) && !is_low_surrogate(unit)) return unit;
-    if (is_low_surrogate(unit) || at == text.size() || !is_low_surrogate(text[at])) {
-        return lone == lone_surrogate::kept ? unit : replacement_character;
-    }
-    return 0x10000U + ((unit & 0x3FFU) << 10U) + (text[at++] & 0x3FFU);
+    point = unit;
+    if (!is_high_surrogate(unit) && !is_low_surrogate(unit)) return true;
+    point = replacement_character;
+    if (is_low_surrogate(unit) || at == text.size() || !is_low_surrogate(text[at])) return false;
+    point = 0x10000U + ((unit & 0x3FFU) << 10U) + (text[at++] & 0x3FFU);
+    return true;
 }
 
-// Writes one code point of at least 0x80; the result is the place behind it.
-char* put_code_point(char32_t point, char* to) {
+char* put_utf8(char* to, char32_t point) {
     const auto byte = [&to](char32_t value) { *to++ = static_cast<char>(value); };
     const auto rest = [&byte, point](unsigned shift) { byte(0x80U | ((point >> shift) & 0x3FU)); };
+    if (point < 0x80) {
+        byte(point);
+        return to;
+    }
     if (point < 0x800) {
         byte(0xC0U | (point >> 6U));
     } else if (point < 0x10000) {
@@ -42,6 +46,8 @@ char* put_code_point(char32_t point, char* to) {
     rest(0);
     return to;
 }
+
+namespace {
 
 template <lone_surrogate lone>
 void append(std::u16string_view text, std::string& out) {
@@ -63,7 +69,10 @@ void append(std::u16string_view text, std::string& out) {
         if (text[at] < 0x80) {
             *to++ = static_cast<char>(text[at++]);
         } else {
-            to = put_code_point(next_code_point<lone>(text, at), to);
+            const char16_t unit = text[at];
+            char32_t point = 0;
+            if (!read_code_point(text, at, point) && lone == lone_surrogate::kept) point = unit;
+            to = put_utf8(to, point);
         }
     }
     out.resize(static_cast<std::size_t>(to - out.data()));

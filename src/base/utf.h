@@ -14,6 +14,13 @@ void append_utf8_with_surrogates(std::u16string_view text, std::string& out);
 
 [[nodiscard]] std::string to_utf8(std::u16string_view text);
 
+// The code point that begins at `at`, which moves behind it. False at a surrogate without its partner: `point` is then
+// U+FFFD.
+[[nodiscard]] bool read_code_point(std::u16string_view text, std::size_t& at, char32_t& point);
+
+// Puts a code point at `to` as UTF-8, one to four bytes; the result is the place behind it.
+char* put_utf8(char* to, char32_t point);
+
 // The code point that begins at `at`, which moves behind it. False where no well-formed sequence begins: `at` then
 // moves by one byte.
 [[nodiscard]] bool read_code_point(std::string_view utf8, std::size_t& at, char32_t& point);

@@ -5,7 +5,8 @@
 namespace {
 
 constexpr std::array<std::string_view, static_cast<std::size_t>(record_fate::count)> fate_texts = {
-    " written", " not closed", " close only", " of version 4", " without a valid time", " not sound"};
+    " written",      " again elsewhere",      " outside",  " not closed", " close only",
+    " of version 4", " without a valid time", " not sound"};
 
 }  // namespace
 

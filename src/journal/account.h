@@ -10,11 +10,13 @@
 // What became of a record that was read. A new fate is a line here and its text in account.cpp.
 enum class record_fate : std::uint8_t {
     written,
-    not_closed,  // without the close flag, where only records with it are asked for
-    close_only,  // its reason touches no time of a timeline
-    version_4,   // neither name nor time, where a line needs both
-    no_time,     // its time is not printed; without -complete alone
-    not_sound,   // a header that names a record, and no record
+    found_again,  // with -unique: it was written from another place
+    outside,      // of the window of time, or of the names and paths, that are asked for
+    not_closed,   // without the close flag, where only records with it are asked for
+    close_only,   // its reason touches no time of a timeline
+    version_4,    // neither name nor time, where a line needs both
+    no_time,      // its time is not printed; without -complete alone
+    not_sound,    // a header that names a record, and no record
     count
 };
 
@@ -24,7 +26,7 @@ struct record_account {
     std::uint64_t no_record_bytes = 0;   // of the journal, see complete_walk.h
     std::uint64_t unreadable_bytes = 0;  // of the source
 
-    void count(record_fate fate) { ++records[static_cast<std::size_t>(fate)]; }
+    void count(record_fate fate, std::uint64_t number = 1) { records[static_cast<std::size_t>(fate)] += number; }
     [[nodiscard]] std::uint64_t of(record_fate fate) const { return records[static_cast<std::size_t>(fate)]; }
 };
 

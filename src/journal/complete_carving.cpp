@@ -33,9 +33,9 @@ bool crosses_page(const sound_record& record) {
     return static_cast<std::uint64_t>(record.usn) % journal_page_size + record.length > journal_page_size;
 }
 
-void add_stray(journal_collection& records, const sound_record& record, std::uint64_t offset, const carving_pass& pass,
-               journal_entry& scratch) {
-    take_sound_record(record, offset, scratch);
+void add_stray(journal_collection& records, const sound_record& record, byte_view bytes, std::uint64_t offset,
+               const carving_pass& pass, journal_entry& scratch) {
+    take_sound_record(record, bytes, offset, scratch);
     scratch.origin = pass.origin;
     scratch.snapshot_label = pass.label;
     scratch.foreign = pass.entry_bound != 0 && (entry_number(record.file_ref) >= pass.entry_bound ||
@@ -54,7 +54,7 @@ void stray_scan::take(journal_collection& records, byte_view piece, const carvin
     while ((at = next_header(piece, at)) < piece.size()) {
         const byte_view rest = piece.from(at);
         if (read_sound_stray(rest, record)) {
-            add_stray(records, record, rest.image_offset(), pass, scratch);
+            add_stray(records, record, rest, rest.image_offset(), pass, scratch);
             at += record.length;
             continue;
         }
@@ -83,7 +83,7 @@ std::size_t stray_scan::take_crossing(journal_collection& records, byte_view pie
         const byte_view rest = both.from(at);
         if (claimed_length(rest) <= before - at) continue;  // was looked at in its own piece
         if (read_sound_stray(rest, record) && !crosses_page(record)) {
-            add_stray(records, record, rest.image_offset(), pass, scratch);
+            add_stray(records, record, rest, rest.image_offset(), pass, scratch);
             joined_.clear();
             return at + record.length - before;
         }

@@ -39,7 +39,7 @@ std::uint64_t bytes_between(byte_view chunk, std::size_t begin, std::size_t end)
 
 }  // namespace
 
-void take_sound_record(const sound_record& record, std::uint64_t offset, journal_entry& entry) {
+void take_sound_record(const sound_record& record, byte_view bytes, std::uint64_t offset, journal_entry& entry) {
     entry.valid = 1;
     entry.version = static_cast<std::uint8_t>(record.version);
     entry.file_ref = record.file_ref;
@@ -53,6 +53,7 @@ void take_sound_record(const sound_record& record, std::uint64_t offset, journal
     entry.name.resize(record.name.size() / sizeof(char16_t));
     if (!entry.name.empty()) std::memcpy(entry.name.data(), record.name.bytes().data(), record.name.size());
     entry.record_offset = offset;
+    keep_details(bytes, entry);
     clear_run_fields(entry);
 }
 
@@ -66,7 +67,7 @@ void walk_chunk_complete(journal_collection& journal, byte_view chunk, std::span
         if (read_sound_record(rest, record)) {
             while (parts.size() > 1 && parts[1].begin <= at) parts = parts.subspan(1);
             if (accounted < at) account.no_record_bytes += bytes_between(chunk, accounted, at);
-            take_sound_record(record, parts.front().offset + (at - parts.front().begin), scratch);
+            take_sound_record(record, rest, parts.front().offset + (at - parts.front().begin), scratch);
             journal.add(scratch);
             at += record.length;
             accounted = at;

@@ -27,4 +27,4 @@ void walk_chunk_complete(journal_collection& journal, byte_view chunk, std::span
                          record_account& account, journal_entry& scratch);
 
 // An entry from a sound record, with the fields of the run cleared.
-void take_sound_record(const sound_record& record, std::uint64_t offset, journal_entry& entry);
+void take_sound_record(const sound_record& record, byte_view bytes, std::uint64_t offset, journal_entry& entry);

@@ -15,19 +15,12 @@ constexpr std::size_t record_lead = 8;
 constexpr std::size_t text_lead = 8;
 constexpr std::size_t cache_line = 64;
 
-// The marks of a packed record: whether it is valid, two bits of its origin, two of its version (one less, 0 for none),
-// whether it is foreign.
-constexpr unsigned valid_mark = 1;
-constexpr unsigned origin_shift = 1;
-constexpr unsigned version_shift = 3;
-constexpr unsigned two_bits = 3;
-constexpr unsigned foreign_mark = 0x40;
-
 std::uint8_t marks_of(const journal_entry& entry) {
     const unsigned version = entry.version == 0 ? 0U : entry.version - 1U;
-    return static_cast<std::uint8_t>((entry.valid != 0 ? valid_mark : 0U) |
-                                     static_cast<unsigned>(entry.origin) << origin_shift | version << version_shift |
-                                     (entry.foreign ? foreign_mark : 0U));
+    return static_cast<std::uint8_t>(
+        (entry.valid != 0 ? record_marks::valid : 0U) |
+        static_cast<unsigned>(entry.origin) << record_marks::origin_shift | version << record_marks::version_shift |
+        (entry.has_details ? record_marks::details : 0U) | (entry.foreign ? record_marks::foreign : 0U));
 }
 
 }  // namespace
@@ -54,6 +47,7 @@ void journal_collection::add(const journal_entry& entry) {
     into->name_units = static_cast<std::uint8_t>(units);
     into->marks = marks_of(entry);
     std::copy_n(entry.name.data(), units, into->name());
+    if (entry.has_details) details_.add(count_, entry.details);
     if (!entry.snapshot_label.empty() || !labels_.empty()) note_label(entry.snapshot_label);
     if (pairs_ != nullptr) pairs_->add({entry.parent_ref, entry.file_ref});
     ++count_;
@@ -72,8 +66,9 @@ void journal_collection::keep_paths(std::unique_ptr<const resolved_paths> paths)
 
 // ---- Reading in order -----------------------------------------------------------------------------------------------
 
-ordered_reader::ordered_reader(const journal_collection& from, run_meter& meter)
+ordered_reader::ordered_reader(const journal_collection& from, run_meter& meter, bool each_once)
     : from_(from), meter_(meter), run_(from.in_order_), in_order_(run_.next()) {
+    if (each_once) repeats_.emplace(from);
     stray_ = next_stray();
     for (upcoming_record& place : upcoming_) place = look_ahead();
 }
@@ -82,6 +77,10 @@ bool ordered_reader::next(journal_entry& entry) {
     upcoming_record& now = upcoming_[at_];
     if (now.record == nullptr) return false;
     unpack(now, entry);
+    if (repeats_) {
+        repeats_->fill_others(now.record, also_in_);
+        entry.also_in = also_in_;
+    }
     now = look_ahead();
     at_ = (at_ + 1) % upcoming_.size();
     if (const resolved_paths* const paths = from_.paths_.get(); paths != nullptr) {
@@ -95,7 +94,7 @@ bool ordered_reader::next(journal_entry& entry) {
 
 // The records of a directory are spread over the journal, and so is what was found out about them.
 ordered_reader::upcoming_record ordered_reader::look_ahead() {
-    upcoming_record soon{.record = advance()};
+    upcoming_record soon{.record = repeats_ ? repeats_->next([this] { return advance(); }) : advance()};
     if (from_.paths_ == nullptr || soon.record == nullptr) return soon;
     soon.pair = from_.paths_->pair_of(static_cast<std::size_t>(soon.record->arrival()));
     __builtin_prefetch(from_.paths_->outcome_place(soon.pair));
@@ -162,7 +161,7 @@ void ordered_reader::put_in_order(const record_run& run) {
 
 void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) const {
     const packed_record& from = *next.record;
-    entry.valid = (from.marks & valid_mark) != 0 ? 1 : 0;
+    entry.valid = (from.marks & record_marks::valid) != 0 ? 1 : 0;
     entry.file_ref = from.file_ref;
     entry.parent_ref = from.parent_ref;
     entry.usn = from.usn;
@@ -173,10 +172,12 @@ void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) c
     entry.file_attributes = from.file_attributes;
     entry.name.assign(from.name(), from.name_units);
     entry.record_offset = from.record_offset;
-    entry.origin = static_cast<record_origin>(from.marks >> origin_shift & two_bits);
-    const unsigned version = from.marks >> version_shift & two_bits;
+    entry.origin = record_marks::origin_of(from.marks);
+    const unsigned version = from.marks >> record_marks::version_shift & record_marks::two_bits;
     entry.version = static_cast<std::uint8_t>(version == 0 ? 0 : version + 1);
-    entry.foreign = (from.marks & foreign_mark) != 0;
+    entry.foreign = (from.marks & record_marks::foreign) != 0;
+    entry.has_details = (from.marks & record_marks::details) != 0;
+    if (entry.has_details) from_.details_.fill(from.arrival(), entry.details);
     entry.snapshot_label = from_.label_of(from.arrival());
     if (from_.paths_ != nullptr) from_.paths_->fill(next.pair, entry);
 }

@@ -6,14 +6,17 @@
 
 #include "base/run_meter.h"
 #include "journal/journal_entry.h"
+#include "journal/kept_details.h"
 #include "journal/record_run.h"
 #include "journal/reference_pairs.h"
+#include "journal/repeat_filter.h"
 #include "journal/stray_records.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,6 +48,7 @@ public:
 
 private:
     friend class ordered_reader;
+    friend class repeat_filter;
 
     struct labelled_stretch {
         std::uint64_t first_arrival;
@@ -57,6 +61,7 @@ private:
     chunk_pool pool_;
     record_run in_order_;
     stray_records strays_;
+    kept_details details_;
     std::vector<labelled_stretch> labels_;         // where the shadow-copy label changes; few in any run
     std::unique_ptr<reference_pairs> pairs_;       // null: they are not numbered
     std::unique_ptr<const resolved_paths> paths_;  // null: they were not asked for
@@ -66,10 +71,15 @@ private:
 // Goes through a collection in its order, once, while nothing is added.
 class ordered_reader {
 public:
-    ordered_reader(const journal_collection& from, run_meter& meter);
+    // `each_once`: of records that are the same but for where they were found the first to arrive, which tells the
+    // others.
+    ordered_reader(const journal_collection& from, run_meter& meter, bool each_once = false);
 
     // False at the end. `entry` keeps its buffers, so nothing is allocated once they have grown.
     [[nodiscard]] bool next(journal_entry& entry);
+
+    // How many were left out so far.
+    [[nodiscard]] std::uint64_t repeats() const { return repeats_ ? repeats_->repeats() : 0; }
 
 private:
     struct keyed_record {
@@ -90,6 +100,8 @@ private:
 
     const journal_collection& from_;
     run_meter& meter_;
+    std::optional<repeat_filter> repeats_;  // none: every record is read
+    std::vector<found_elsewhere> also_in_;  // of the entry that was read last
     record_run::cursor run_;
     const packed_record* in_order_;          // the next one of the run, null at its end
     const packed_record* stray_ = nullptr;   // the next one of the strays, null at their end

@@ -5,9 +5,12 @@
 
 #include "base/file_reference.h"
 
+#include <compare>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Where a record was found.
 enum class record_origin : std::uint8_t { journal, unallocated, shadow_copy, slack };
@@ -15,6 +18,30 @@ enum class record_origin : std::uint8_t { journal, unallocated, shadow_copy, sla
 // What the MFT says of a record's file: its parent directory is gone, does not name it, names it only in what is left
 // of an index entry, or names it.
 enum class mft_status : std::uint8_t { parent_gone, entry_gone, remnant, valid };
+
+// A place where a record was found once more; the label is that of a shadow copy.
+struct found_elsewhere {
+    record_origin origin = record_origin::journal;
+    std::string_view label;
+
+    friend bool operator==(const found_elsewhere&, const found_elsewhere&) = default;
+};
+
+struct file_extent {
+    std::int64_t offset = 0;  // bytes, in the file
+    std::int64_t length = 0;
+
+    friend auto operator<=>(const file_extent&, const file_extent&) = default;
+};
+
+// What hardly any record has.
+struct record_details {
+    std::uint64_t file_ref_high = 0;  // the upper half of a reference of 128 bits
+    std::uint64_t parent_ref_high = 0;
+    std::uint32_t remaining_extents = 0;  // of version 4: those that later records list
+    std::vector<file_extent> extents;     // of version 4: those that were changed
+    bool name_is_cut = false;             // the record's name is longer than the entry's
+};
 
 struct journal_entry {
     std::uint8_t valid = 0;  // 0: a field check failed; every decoded field is zero and the name is empty
@@ -29,11 +56,14 @@ struct journal_entry {
     std::u16string name;
     std::uint64_t record_offset = 0;  // bytes, in the source
     std::uint8_t version = 0;         // 2 to 4; 0 for an entry that is not valid
+    bool has_details = false;         // only then the next one means anything
+    record_details details;
 
     // Of the run. The views hold until the next entry is read.
     record_origin origin = record_origin::journal;
     std::string_view snapshot_label;  // of the shadow copy that it was carved from
     bool foreign = false;             // carved, and of an entry that the volume's MFT has no room for
+    std::span<const found_elsewhere> also_in;
     mft_status status = mft_status::entry_gone;
     std::string_view parent_path;  // UTF-8, ends with "\"
     std::uint32_t path_number =

@@ -3,6 +3,7 @@
 // up serve the next one.
 #pragma once
 
+#include "journal/journal_entry.h"
 #include "platform/platform.h"
 
 #include <array>
@@ -10,6 +11,22 @@
 #include <cstdint>
 #include <utility>
 #include <vector>
+
+// The marks of a packed record: whether it is valid, two bits of its origin, two of its version (one less, 0 for none),
+// whether it has details.
+namespace record_marks {
+inline constexpr unsigned valid = 1;
+inline constexpr unsigned origin_shift = 1;
+inline constexpr unsigned version_shift = 3;
+inline constexpr unsigned two_bits = 3;
+inline constexpr unsigned details = 0x20;
+inline constexpr unsigned foreign = 0x40;
+inline constexpr unsigned of_the_record = valid | two_bits << version_shift | details;  // wherever it was found
+
+[[nodiscard]] constexpr record_origin origin_of(unsigned marks) {
+    return static_cast<record_origin>(marks >> origin_shift & two_bits);
+}
+}  // namespace record_marks
 
 // One cache line, and right behind it `name_units` UTF-16 units.
 struct alignas(8) packed_record {

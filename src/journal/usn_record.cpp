@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -82,14 +84,45 @@ bool check_named_record(byte_view record, std::uint64_t entry_bound) {
                (at.name_end_wraps ? name_end & 0xFFFFU : name_end);
 }
 
-// The name starts at its fixed place, wherever the record says; it may run past the record, never past the view.
-void copy_name(byte_view record, std::size_t name_at, std::size_t name_bytes, std::u16string& name) {
+// The name starts at its fixed place, wherever the record says; it may run past the record, never past the view. True
+// when all of it was copied.
+bool copy_name(byte_view record, std::size_t name_at, std::size_t name_bytes, std::u16string& name) {
     std::size_t units = name_bytes / sizeof(char16_t);
     if (units > longest_name_units) units = kept_units_of_longer_name;
     const auto available = record.from(name_at).bytes();
     units = std::min(units, available.size() / sizeof(char16_t));
     name.resize(units);
     if (units != 0) std::memcpy(name.data(), available.data(), units * sizeof(char16_t));
+    return units * sizeof(char16_t) == name_bytes;
+}
+
+void keep_upper_halves(std::uint64_t file_ref, std::uint64_t parent_ref, journal_entry& entry) {
+    entry.has_details = entry.has_details || file_ref != 0 || parent_ref != 0;
+    entry.details.file_ref_high = file_ref;
+    entry.details.parent_ref_high = parent_ref;
+}
+
+// Those that the record has room for, whatever it counts.
+void copy_extents(byte_view record, journal_entry& entry) {
+    constexpr std::size_t length_field = sizeof(std::uint64_t);
+    constexpr std::size_t shortest = 2 * sizeof(std::uint64_t);
+    const std::size_t end = record.value<std::uint32_t>(usn_header::record_length);
+    const std::size_t count = record.value<std::uint16_t>(usn_v4::extent_count);
+    const std::size_t each = std::max<std::size_t>(record.value<std::uint16_t>(usn_v4::extent_size), shortest);
+    std::vector<file_extent>& extents = entry.details.extents;
+    for (std::size_t at = usn_v4::fixed_size; extents.size() < count && at + shortest <= end; at += each) {
+        extents.push_back({static_cast<std::int64_t>(record.value<std::uint64_t>(at)),
+                           static_cast<std::int64_t>(record.value<std::uint64_t>(at + length_field))});
+    }
+    entry.details.remaining_extents = record.value<std::uint32_t>(usn_v4::remaining_extents);
+    if (!extents.empty() || entry.details.remaining_extents != 0) entry.has_details = true;
+}
+
+void reset_details(journal_entry& entry) {
+    if (!entry.has_details) return;
+    entry.has_details = false;
+    entry.details.extents.clear();
+    entry.details = {.extents = std::move(entry.details.extents)};
 }
 
 void reset_decoded_fields(journal_entry& entry) {
@@ -105,6 +138,7 @@ void reset_decoded_fields(journal_entry& entry) {
     entry.name.clear();
     entry.record_offset = 0;
     entry.version = 0;
+    reset_details(entry);
 }
 
 template <const named_layout& at>
@@ -120,9 +154,12 @@ void decode_named_record(journal_entry& entry, byte_view record) {
     entry.source_info = record.value<std::uint32_t>(at.source_info);
     entry.security_id = record.value<std::uint32_t>(at.security_id);
     entry.file_attributes = record.value<std::uint32_t>(at.file_attributes);
-    copy_name(record, at.fixed_size, record.value<std::uint16_t>(at.name_length), entry.name);
     entry.version = at.version;
     entry.record_offset = record.image_offset();
+    if constexpr (at.version != 2) keep_details(record, entry);
+    if (!copy_name(record, at.fixed_size, record.value<std::uint16_t>(at.name_length), entry.name)) {
+        entry.has_details = entry.details.name_is_cut = true;
+    }
 }
 
 bool check_record_v4(byte_view record) {
@@ -134,6 +171,16 @@ bool check_record_v4(byte_view record) {
 }
 
 }  // namespace
+
+void keep_details(byte_view record, journal_entry& entry) {
+    reset_details(entry);
+    if (entry.version == 2) return;
+    if (entry.version == 4) copy_extents(record, entry);
+    static_assert(usn_v3::file_reference == usn_v4::file_reference);
+    static_assert(usn_v3::parent_reference == usn_v4::parent_reference);
+    keep_upper_halves(record.value<std::uint64_t>(usn_v3::file_reference + upper_half),
+                      record.value<std::uint64_t>(usn_v3::parent_reference + upper_half), entry);
+}
 
 bool header_is_plausible(byte_view record) {
     if (!record.fits(0, usn_header::size)) return false;
@@ -162,6 +209,7 @@ void decode_record_v4(journal_entry& entry, byte_view record) {
         entry.source_info = record.value<std::uint32_t>(usn_v4::source_info);
         entry.record_offset = record.image_offset();
         entry.version = 4;
+        keep_details(record, entry);
     }
     clear_run_fields(entry);
 }
@@ -170,6 +218,7 @@ void clear_run_fields(journal_entry& entry) {
     entry.origin = record_origin::journal;
     entry.snapshot_label = {};
     entry.foreign = false;
+    entry.also_in = {};
     entry.status = mft_status::entry_gone;
     entry.parent_path = {};
     entry.path_number = 0;

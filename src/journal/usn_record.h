@@ -34,7 +34,10 @@ inline constexpr std::size_t fixed_size = 60;        // the name follows, UTF-16
 inline constexpr std::uint32_t shortest_record = 62;
 }  // namespace usn_v2
 
-// References are 128 bits here; only their low 64 bits are used, and they read like those of version 2.
+// In versions 3 and 4 references have 128 bits. Their low 64 bits are used, and they read like those of version 2; the
+// others are kept as details where they are not zero.
+inline constexpr std::size_t upper_half = 8;  // of a reference, bytes behind its beginning
+
 namespace usn_v3 {
 inline constexpr std::size_t file_reference = 8;
 inline constexpr std::size_t parent_reference = 24;
@@ -50,13 +53,16 @@ inline constexpr std::size_t fixed_size = 76;
 inline constexpr std::uint32_t shortest_record = 78;
 }  // namespace usn_v3
 
-// Range tracking: no time stamp and no name. The extents behind the fixed part are not decoded.
+// Range tracking: no time stamp and no name. Behind the fixed part stand the extents that were changed.
 namespace usn_v4 {
 inline constexpr std::size_t file_reference = 8;
 inline constexpr std::size_t parent_reference = 24;
 inline constexpr std::size_t usn = 40;
 inline constexpr std::size_t reason = 48;
 inline constexpr std::size_t source_info = 52;
+inline constexpr std::size_t remaining_extents = 56;  // u32
+inline constexpr std::size_t extent_count = 60;       // u16
+inline constexpr std::size_t extent_size = 62;        // u16, bytes
 inline constexpr std::size_t fixed_size = 64;
 inline constexpr std::uint32_t shortest_record = 64;
 }  // namespace usn_v4
@@ -80,6 +86,10 @@ inline constexpr std::size_t kept_units_of_longer_name = 10;
 void decode_record_v2(journal_entry& entry, byte_view record);
 void decode_record_v3(journal_entry& entry, byte_view record);
 void decode_record_v4(journal_entry& entry, byte_view record);
+
+// What versions 3 and 4 have beside the fields: the upper halves of references, extents. `entry` has the record's
+// version; the record is sound. Replaces what the entry had.
+void keep_details(byte_view record, journal_entry& entry);
 
 // Clears what the run, not the record, gives an entry: origin and label, status, path and pulled times, whether it is
 // foreign.

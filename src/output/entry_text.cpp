@@ -24,6 +24,14 @@ std::string_view status_word(mft_status status) {
     return "del/entry";
 }
 
+std::string_view directory_text(const journal_entry& entry) {
+    constexpr std::string_view root = "[root]";
+    if (entry.status == mft_status::parent_gone) return {};
+    std::string_view directory = entry.parent_path;
+    if (directory.starts_with(root)) directory.remove_prefix(root.size());
+    return directory;
+}
+
 void path_text(const journal_entry& entry, std::string& out) {
     if (entry.status == mft_status::parent_gone) {
         out = parent_gone_text;

@@ -14,6 +14,9 @@ namespace uni {
 // "valid", "del/wisp", "del/entry", "del/parent".
 [[nodiscard]] std::string_view status_word(mft_status status);
 
+// The directory of the file from the root on, "\" or "\Users\a\"; empty where it is not known.
+[[nodiscard]] std::string_view directory_text(const journal_entry& entry);
+
 // In place of the path of a file whose parent is gone.
 inline constexpr std::string_view parent_gone_text = "parent dir and file no longer referenced in $MFT";
 

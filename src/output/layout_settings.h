@@ -2,19 +2,23 @@
 // it. Plain data, set once by the options.
 #pragma once
 
+#include "output/record_filter.h"
+
 #include <cstdint>
 #include <string>
 
 namespace uni {
 
 // output/layouts.h has a row for each.
-enum class layout : std::uint8_t { table, multiline, csvl2t, bodyfile, xml };
+enum class layout : std::uint8_t { table, multiline, csvl2t, bodyfile, xml, jsonl };
 
 struct layout_settings {
     layout chosen = layout::table;
 
     bool complete = false;  // every sound record is told, and no text can look like another
     bool closed_only = true;
+    record_choice choice;
+    bool unique = false;     // a record that was found again is written once
     bool show_type = false;  // where a record was found
     bool show_offset = false;
     bool pull_times = false;

@@ -2,7 +2,9 @@
 
 #include "output/body_writer.h"
 #include "output/csv_writer.h"
+#include "output/json_writer.h"
 #include "output/l2t_writer.h"
+#include "output/record_filter.h"
 #include "output/text_buffer.h"
 #include "output/xml_document.h"
 #include "output/xml_writer.h"
@@ -40,36 +42,54 @@ private:
     text_buffer text_;
 };
 
-template <typename writer>
-bool write_in_order(std::ostream& out, const layout_settings& settings, const journal_collection& records,
-                    run_meter& meter, progress& shown, record_account& account) {
+template <typename writer, typename filter>
+bool write_chosen(writer& to, const writing& on, const filter& takes) {
     constexpr std::size_t between_words = 1024;  // records
-    const in_phase writing(meter, phase::write);
-    const std::size_t count = records.size();
-    writer to(settings, records.has_paths());
-    text_sink sink(out, meter);
-    ordered_reader in_order(records, meter);
+    const in_phase now(on.meter, phase::write);
+    const std::size_t count = on.records.all.size();
+    text_sink sink(on.out, on.meter);
+    ordered_reader in_order(on.records.all, on.meter, on.settings.unique);
     journal_entry entry;
     to.write_header(sink.text());
     for (std::size_t done = 0; in_order.next(entry); ++done) {
-        if (done % between_words == 0) shown.tell("writing", done, count, "records");
-        account.count(to.write_record(entry, sink.text()));
+        if (done % between_words == 0) on.shown.tell("writing", done, count, "records");
+        on.account.count(takes(entry) ? to.write_record(entry, sink.text()) : record_fate::outside);
         if (!sink.record_is_done()) return false;
     }
-    meter.count(phase::write, count, 0);
+    on.account.count(record_fate::found_again, in_order.repeats());
+    on.meter.count(phase::write, count, 0);
     return sink.hand_on();
+}
+
+template <typename writer>
+bool write_in_order(writer to, const writing& on) {
+    if (on.settings.choice.all()) return write_chosen(to, on, [](const journal_entry&) { return true; });
+    record_filter filter(on.settings.choice);
+    return write_chosen(to, on, [&](const journal_entry& entry) { return filter.takes(entry); });
+}
+
+template <typename writer>
+bool write_with(const writing& on) {
+    return write_in_order(writer(on.settings, on.records.all.has_paths()), on);
+}
+
+bool write_json(const writing& on) {
+    return write_in_order(json_writer(on.settings, on.records.all.has_paths(), on.records.source), on);
 }
 
 std::string run_header_alone(const layout_settings& /*settings*/, const frame_facts& facts) {
     return std::string(facts.run_header);
 }
 
+std::string nothing(const layout_settings& /*settings*/, const frame_facts& /*facts*/) { return {}; }
+
 constexpr layout_row rows[] = {
-    {layout::table, "", " | ", true, run_header_alone, "", write_in_order<csv_writer>},
-    {layout::multiline, "-multiline", "", true, run_header_alone, "", write_in_order<csv_writer>},
-    {layout::csvl2t, "-csvl2t", ",", true, run_header_alone, "", write_in_order<l2t_writer>},
-    {layout::bodyfile, "-bodyfile", "|", true, run_header_alone, "", write_in_order<body_writer>},
-    {layout::xml, "-xml", "", false, xml_beginning, xml_end, write_in_order<xml_writer>, xml_comment},
+    {layout::table, "", " | ", false, true, run_header_alone, "", write_with<csv_writer>},
+    {layout::multiline, "-multiline", "", false, true, run_header_alone, "", write_with<csv_writer>},
+    {layout::csvl2t, "-csvl2t", ",", false, true, run_header_alone, "", write_with<l2t_writer>},
+    {layout::bodyfile, "-bodyfile", "|", false, true, run_header_alone, "", write_with<body_writer>},
+    {layout::xml, "-xml", "", false, false, xml_beginning, xml_end, write_with<xml_writer>, xml_comment},
+    {layout::jsonl, "-jsonl", "", true, false, nothing, "", write_json},
 };
 
 }  // namespace
@@ -78,9 +98,9 @@ std::span<const layout_row> layouts() { return rows; }
 
 const layout_row& row_of(layout id) { return *std::ranges::find(rows, id, &layout_row::id); }
 
-bool write_records(std::ostream& out, const layout_settings& settings, const journal_collection& records,
-                   run_meter& meter, progress& shown, record_account& account) {
-    return row_of(settings.chosen).write(out, settings, records, meter, shown, account);
+bool write_records(std::ostream& out, const layout_settings& settings, const run_records& records, run_meter& meter,
+                   progress& shown, record_account& account) {
+    return row_of(settings.chosen).write({out, settings, records, meter, shown, account});
 }
 
 }  // namespace uni

@@ -24,10 +24,29 @@ struct frame_facts {
     std::string_view journal_path;
 };
 
+// What a run writes.
+struct run_records {
+    const journal_collection& all;
+    std::string_view source;  // as the user typed it
+};
+
+// What the writing of every layout goes through.
+struct writing {
+    std::ostream& out;
+    const layout_settings& settings;
+    const run_records& records;
+    run_meter& meter;
+    progress& shown;
+    record_account& account;
+};
+
 struct layout_row {
     layout id;
     std::string_view option;     // that chooses it; empty for the default
     std::string_view separator;  // that it begins with, where the user gives none
+
+    // For programs alone: no run header, not even of a run that fails early, and lines end with a line feed everywhere.
+    bool bare;
 
     // Whether the output begins before it is known that there is a source to read.
     bool begins_at_once;
@@ -35,8 +54,7 @@ struct layout_row {
     std::string_view end;
 
     // Every record in its order, behind the layout's own header. See write_records.
-    bool (*write)(std::ostream& out, const layout_settings& settings, const journal_collection& records,
-                  run_meter& meter, progress& shown, record_account& account);
+    bool (*write)(const writing& on);
 
     // A line of text as a comment, where the layout has any. Null: it has none.
     std::string (*comment)(std::string_view text) = nullptr;
@@ -48,7 +66,7 @@ struct layout_row {
 // The output phase. Text goes to the stream in blocks that end with a whole record, each flushed, so that whoever reads
 // the file after a kill finds every record whole. True when the stream took every byte; stops early when it did not.
 // What becomes of each record is added to the account.
-[[nodiscard]] bool write_records(std::ostream& out, const layout_settings& settings, const journal_collection& records,
+[[nodiscard]] bool write_records(std::ostream& out, const layout_settings& settings, const run_records& records,
                                  run_meter& meter, progress& shown, record_account& account);
 
 }  // namespace uni

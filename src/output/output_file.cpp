@@ -15,10 +15,10 @@ bool output_file::open(const std::string& path, bool binary, bool create_truncat
     return file_.open_for_writing(path, binary, create_truncate);
 }
 
-void output_file::use_standard_output() {
+void output_file::use_standard_output(bool binary) {
     close();
     forget_failure();
-    file_.use_standard_output();
+    file_.use_standard_output(binary);
 }
 
 fileio_output* output_file::make_stream() {

@@ -24,8 +24,9 @@ public:
     // false: line feeds become carriage return and line feed. False for an empty path.
     [[nodiscard]] bool open(const std::string& path, bool binary, bool create_truncate);
 
-    // Standard output in the mode the system gave it; `close` flushes but leaves it open.
-    void use_standard_output();
+    // Standard output in the mode the system gave it, or with line feeds as they are when it is `binary`; `close`
+    // flushes but leaves it open.
+    void use_standard_output(bool binary = false);
 
     [[nodiscard]] bool is_usable() const { return file_.is_open(); }
 

@@ -241,7 +241,7 @@ bool file::open_for_writing(const std::string& path, bool binary, bool create_tr
     return is_open();
 }
 
-void file::use_standard_output() {
+void file::use_standard_output(bool /*binary*/) {
     close();
     descriptor_ = STDOUT_FILENO;
     owned_ = false;

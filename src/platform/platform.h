@@ -122,8 +122,9 @@ public:
     // is too long for a plain open is tried once more in the system's long form.
     [[nodiscard]] bool open_for_writing(const std::string& path, bool binary, bool create_truncate);
 
-    // Standard output in the mode the C runtime gave it; writes go where it stands, not to its end.
-    void use_standard_output();
+    // Standard output in the mode the C runtime gave it, or without one when it is `binary`; writes go where it stands,
+    // not to its end.
+    void use_standard_output(bool binary);
 
     [[nodiscard]] bool is_open() const { return descriptor_ >= 0; }
 

@@ -411,9 +411,10 @@ bool file::open_for_writing(const std::string& path, bool binary, bool create_tr
     return open_descriptor(path, flags, _S_IREAD | _S_IWRITE, descriptor_);
 }
 
-void file::use_standard_output() {
+void file::use_standard_output(bool binary) {
     close();
     descriptor_ = 1;
+    if (binary) (void)_setmode(descriptor_, _O_BINARY);
     owned_ = false;
 }
 

@@ -56,6 +56,9 @@ TEST(Options, Effects) {
         {"-csvgen -csvl2t", "dense=1 gen=1 layout=-csvl2t marks=1 sep=[,] swap=44>32 "},
         {"-multiline -csvgen -xml", "dense=1 gen=1 layout=-multiline marks=1 sep=[] swap=0>0 "},
         {"-xml -bodyfile", "layout=-xml sep=[] swap=0>0 "},
+        {"-jsonl", "layout=-jsonl sep=[] swap=0>0 "},
+        {"-bodyfile -jsonl", "layout=-bodyfile sep=[|] "},
+        {"-csv -jsonl", "dense=1 marks=1 sep=[,] swap=44>32 "},
         {"-profile -pipe -base10 -xml_escape -rebuild_mft -show_dir_path -show_offset",
          "dir=1 escape=1 hex=0 offset=1 profile=1 rebuild=1 "},
         {"-signal s -hostname h -username u~v -dateformat DD/mm/yy -timeformat hh:mm:ss.xxxxxxxxx",
@@ -96,6 +99,61 @@ TEST(Options, Effects) {
     EXPECT_EQ(parsed_options(words("-pair_datetime -timeformat hh:mm:ss")).settings.layout.time_format_flags,
               0x18600u + '-');
     EXPECT_EQ(changes(parsed_options({"-csv_separator", ""})), "sep=[] swap=0>0 ");
+}
+
+TEST(Options, LimitsOfTheWindow) {
+    constexpr std::uint64_t second = 133'486'724'960'000'000;  // 2024-01-02 12:34:56
+    const std::pair<const char*, std::uint64_t> readable[] = {
+        {"2024-01-02", 133'486'272'000'000'000},
+        {"2024-01-02Z", 133'486'272'000'000'000},
+        {"2024-01-02T12:34", second - 560'000'000},
+        {"2024-01-02T12:34:56Z", second},
+        {"2024-01-02T12:34:56.7891234", second + 7'891'234},
+        {"2024-01-02T12:34:56.5", second + 5'000'000},
+        {"2024-01-02T12:34:56.00000010", second + 1},  // finer than a tick: up to the next
+        {"2024-01-02T12:34:56.000000001Z", second + 1},
+        {"1601-01-02", 864'000'000'000},
+        {"9999-12-31T23:59:59.9999999", 2'650'467'743'999'999'999},
+    };
+    for (const auto& [text, filetime] : readable) {
+        const parsed_options p({"-from", text});
+        EXPECT_TRUE(p.succeeded) << text;
+        EXPECT_EQ(p.settings.layout.choice.from, filetime) << text;
+    }
+    for (const char* text : {"",
+                             "2024",
+                             "2024-1-2",
+                             "2024-02-30",
+                             "2024-00-01",
+                             "24-01-02",
+                             "1600-12-31",
+                             "2024-01-02T",
+                             "2024-01-02T12",
+                             "2024-01-02T12:3",
+                             "2024-01-02T24:00",
+                             "2024-01-02T12:60",
+                             "2024-01-02T12:34:60",
+                             "2024-01-02T12:34.5",
+                             "2024-01-02T12:34:56.",
+                             "2024-01-02 12:34",
+                             "2024-01-02T12:34+01:00",
+                             "2024-01-02ZZ",
+                             "+024-01-02",
+                             "10000-01-01",
+                             " 2024-01-02"}) {
+        for (const std::string option : {"-from", "-to"}) {
+            const parsed_options p({option, text});
+            EXPECT_FALSE(p.succeeded) << text;
+            EXPECT_EQ(p.said, "prob " + option + " " + text +
+                                  " is no time, give one like 2022-03-10 or 2022-03-10T21:00 (UTC), aborting\n");
+        }
+    }
+    EXPECT_TRUE(parsed_options(words("-to 2024-01-02T00:00:00.0000001 -from 2024-01-02")).succeeded);
+    for (const char* empty : {"-to 2024-01-02 -from 2024-01-02", "-from 2024-01-03 -to 2024-01-02", "-to 1601-01-01"}) {
+        const parsed_options p(words(empty));
+        EXPECT_FALSE(p.succeeded);
+        EXPECT_NE(p.said.find("a window like -from 2022-03-10T21:00 -to 2022-03-11"), std::string::npos) << p.said;
+    }
 }
 
 TEST(Options, HintsOnSlips) {

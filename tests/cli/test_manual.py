@@ -30,10 +30,10 @@ def test_manual_and_completion(lorq):
 
 
 def test_readme_shows_what_the_program_writes(lorq):
-    lorq.make("--records", "2000")
+    lorq.path(lorq.make("--records", "2000")).rename(lorq.path("J.bin"))
     shown = re.findall(r"^    \$ lorq -file J\.bin(.*)\n((?:    .+\n)+)", (ROOT / "README.md").read_text(), re.MULTILINE)
-    assert len(shown) == 7
+    assert len(shown) == 8
     for options, lines in shown:
         rows = [line[4:] for line in lines.splitlines() if not re.match('    (lorq|run|"cmd)', line)]
-        written = [line.rstrip() for line in lorq("-file", "made", *options.split()).out.splitlines()]
+        written = [line.rstrip() for line in lorq("-file", "J.bin", *options.split()).out.splitlines()]
         assert "\n".join(rows) in "\n".join(written)

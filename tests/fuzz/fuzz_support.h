@@ -91,7 +91,7 @@ inline usnjrnl_context settings_of(std::uint32_t bits) {
     std::istringstream options(
         "-a -csv -csvgen -csvl2t -bodyfile -xml -multiline -xml_escape -base10 -show_offset -show_dir_path -pulltimes "
         "-pair_datetime -no_whitespace -include_unalloc_clusters -include_vss_clusters -include_slack_space -quiet "
-        "-complete");
+        "-complete -jsonl -unique");
     argument_list arguments{"lorq"};
     for (std::string option; options >> option; bits >>= 1U) {
         if ((bits & 1U) != 0) arguments.push_back(option);
@@ -120,6 +120,7 @@ inline std::ostream& nowhere() {
 inline void write_all(const usnjrnl_context& settings, const journal_intake& intake) {
     progress shown = shown_progress();
     record_account account = intake.account();
-    (void)uni::write_records(nowhere(), settings.layout, intake.records(), intake.meter(), shown, account);
+    (void)uni::write_records(nowhere(), settings.layout, {.all = intake.records(), .source = "j\xff"}, intake.meter(),
+                             shown, account);
     (void)account_text(account);
 }

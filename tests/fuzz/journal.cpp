@@ -6,14 +6,15 @@
 #include <array>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const std::array<usnjrnl_context, 13> layouts{
+    static const std::array<usnjrnl_context, 14> layouts{
         settings_from({"lorq", "-a"}),
         settings_from({"lorq", "-csv", "-show_offset"}),
         settings_from({"lorq", "-csvgen", "-base10", "-pair_datetime"}),
         settings_from({"lorq", "-a", "-csvl2t", "-show_dir_path", "-timeformat", "hh:mm:ss.xxxxxxxxx"}),
-        settings_from({"lorq", "-bodyfile"}),
+        settings_from({"lorq", "-bodyfile", "-from", "1970-01-01T00:00:00.5Z", "-find", "*a?*"}),
         settings_from({"lorq", "-a", "-xml", "-show_dir_path", "-pulltimes"}),
         settings_from({"lorq", "-a", "-xml", "-xml_escape", "-show_offset"}),
+        settings_from({"lorq", "-a", "-jsonl", "-unique", "-show_offset", "-hostname", "\xE2\x80"}),
         settings_from({"lorq", "-multiline", "-no_whitespace"}),
         settings_from({"lorq", "-complete", "-a", "-csv_separator", "; "}),
         settings_from({"lorq", "-complete", "-a", "-xml", "-show_dir_path"}),

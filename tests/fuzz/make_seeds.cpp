@@ -119,7 +119,9 @@ void make(const std::filesystem::path& to) {
          text("-file\n%TEMP%\\j\n-out\no.txt\n-csv_separator\n|\n-dateformat\nmm/dd/yyyy\n-xml\n-a"),
          text("-cmd_start_time\n2024-01-01 00:00:00\n-cmd_stop_time\n2024/02/01\n-alias\na|b\n-diags\nd"),
          text("-csvgen\n-no_whitespace\n-multiline\n-base10\n-show_dir_path\n-pulltimes\n-mftfile\nm\n-l2"),
-         text("-partition\nc\n-csvl2t\n-bodyfile\n-xml_escape\n-vss\n2\n-append\n-show_offset\n-quiet")});
+         text("-partition\nc\n-csvl2t\n-bodyfile\n-xml_escape\n-vss\n2\n-append\n-show_offset\n-quiet"),
+         text("-jsonl\n-from\n2024-01-01T00:00:00.5Z\n-to\n2024-02-01\n-find\n*\\u?.txt\n-mftfile\nm\n-unique\n-"
+              "hostname\nh")});
     std::vector<bytes> runs;
     for (const std::uint32_t kind : {0x1FFFEU, 0x1FC00U, 0x4001FC20U, 0x20000C00U, 0x8001FC10U}) {
         runs.push_back(poked<std::uint32_t>(bytes(244), 0, kind));  // 20 changes that change nothing

@@ -7,6 +7,7 @@
 #include "journal/journal_entry.h"
 #include "output/body_writer.h"
 #include "output/csv_writer.h"
+#include "output/json_writer.h"
 #include "output/l2t_writer.h"
 #include "output/status_line.h"
 #include "output/xml_writer.h"
@@ -52,6 +53,7 @@ inline journal_entry sample_entry(std::uint32_t reason = 0x80000100, std::uint64
     entry.file_attributes = 0x20;
     entry.name = u"report.docx";
     entry.record_offset = 0x7E00;
+    entry.version = 2;
     return entry;
 }
 
@@ -69,6 +71,7 @@ inline std::string written(const std::string& options, const std::vector<journal
         case uni::layout::xml: return write(uni::xml_writer(settings.layout, with_paths));
         case uni::layout::csvl2t: return write(uni::l2t_writer(settings.layout, with_paths));
         case uni::layout::bodyfile: return write(uni::body_writer(settings.layout, with_paths));
+        case uni::layout::jsonl: return write(uni::json_writer(settings.layout, with_paths, "j"));
         default: return write(uni::csv_writer(settings.layout, with_paths));
     }
 }

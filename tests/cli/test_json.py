@@ -1,0 +1,141 @@
+"""JSON Lines as their readers take them."""
+import datetime
+import json
+import re
+import struct
+
+import pytest
+
+from conftest import FAILED, WINDOWS
+from journal import FIRST, page, record
+
+REASONS = dict(enumerate("DATA_OVERWRITE DATA_EXTEND DATA_TRUNCATION - NAMED_DATA_OVERWRITE NAMED_DATA_EXTEND NAMED_DATA_TRUNCATION"
+                         " - FILE_CREATE FILE_DELETE EA_CHANGE SECURITY_CHANGE RENAME_OLD_NAME RENAME_NEW_NAME INDEXABLE_CHANGE"
+                         " BASIC_INFO_CHANGE HARD_LINK_CHANGE COMPRESSION_CHANGE ENCRYPTION_CHANGE OBJECT_ID_CHANGE"
+                         " REPARSE_POINT_CHANGE STREAM_CHANGE TRANSACTED_CHANGE INTEGRITY_CHANGE"
+                         " DESIRED_STORAGE_CLASS_CHANGE - - - - - - CLOSE".split()))
+ATTRIBUTES = dict(enumerate("READONLY HIDDEN SYSTEM - DIRECTORY ARCHIVE DEVICE NORMAL TEMPORARY SPARSE_FILE REPARSE_POINT COMPRESSED"
+                            " OFFLINE NOT_CONTENT_INDEXED ENCRYPTED INTEGRITY_STREAM VIRTUAL NO_SCRUB_DATA RECALL_ON_OPEN PINNED"
+                            " UNPINNED - RECALL_ON_DATA_ACCESS".split()))
+ODD_NAMES = ["\"quoted\\\"", "".join(map(chr, range(32))), "\x7f\x85\u2028\u2029\ufeff\ufffe\uffff", "\ud800x\udc41\udc00\ud800.\udfff",
+             "\U0001F600\U0010FFFF.\U00010400", "\0", ".", "..", "", ".X", "a.B\u00c9\"", "2024-01-02", "null", "n" * 200, "\u4e2d" * 199 + ".x"]
+KEPT_OF_LONGER = 10
+
+
+def decoded(content):
+    """What the lines must give back, from the bytes of a journal without damage."""
+    for begin in range(0, len(content), 4096):
+        at = begin
+        while at < begin + 4096 and (length := struct.unpack_from("<I", content, at)[0]):
+            version = struct.unpack_from("<H", content, at + 4)[0]
+            wide = version > 2
+            file, parent = ((content[at + 8:at + 24], content[at + 24:at + 40]) if wide else
+                            (content[at + 8:at + 16], content[at + 16:at + 24]))
+            rest = at + (40 if wide else 24)
+            found = {"file_reference": reference(file), "parent_file_reference": reference(parent), "usn_version": version}
+            if version == 4:
+                usn, reason, source, _, count, _ = struct.unpack_from("<qIIIHH", content, rest)
+                found["extents"] = [list(struct.unpack_from("<qq", content, at + 64 + 16 * i)) for i in range(count)]
+            else:
+                usn, filetime, reason, source, security, attributes, size = struct.unpack_from("<qQIIIIH", content, rest)
+                name_at = rest + 36
+                units = content[name_at:name_at + (size if size <= 400 else 2 * KEPT_OF_LONGER)]
+                found |= {"filename": units, "ticks": filetime, "security_id": security, "file_attribute_flags": attributes,
+                          "file_attributes": names("FILE_ATTRIBUTE_", ATTRIBUTES, attributes)}
+            yield found | {"update_sequence_number": usn, "update_reason_flags": reason, "update_source_flags": source,
+                           "update_reason": names("USN_REASON_", REASONS, reason)}
+            at += length
+
+
+def reference(field):
+    low, high = struct.unpack("<QQ", field.ljust(16, b"\0"))
+    return f"{high:016x}{low:016x}" if high else f"{low & 0xFFFFFFFFFFFF}-{low >> 48}"
+
+
+def names(prefix, table, flags):
+    bits = [bit for bit in range(32) if flags >> bit & 1]
+    return [prefix + table[bit] if table.get(bit, "-") != "-" else f"0x{1 << bit:08X}" for bit in bits]
+
+
+def told(line):
+    """The same of a line."""
+    keys = ["file_reference", "parent_file_reference", "usn_version", "extents", "security_id", "file_attribute_flags",
+            "file_attributes", "update_sequence_number", "update_reason_flags", "update_source_flags", "update_reason"]
+    found = {key: line[key] for key in keys if key in line}
+    if line["usn_version"] == 4:
+        assert (line["message"], line["timestamp"], line["time_missing"]) == ("range change", 0, True)
+        return found
+    units = bytes.fromhex(line["filename_utf16"]) if "filename_utf16" in line else line["filename"].encode("utf-16-be")
+    day = datetime.date.fromisoformat(line["datetime"][:10]) - datetime.date(1601, 1, 1)
+    hours, minutes, seconds, fraction = map(int, re.fullmatch(r"T(..):(..):(..)\.(.{7})\+00:00", line["datetime"][10:]).groups())
+    ticks = (((day.days * 24 + hours) * 60 + minutes) * 60 + seconds) * 10_000_000 + fraction
+    assert line["timestamp"] == (ticks - 116_444_736_000_000_000) // 10
+    return found | {"filename": struct.pack(f"<{len(units) // 2}H", *struct.unpack(f">{len(units) // 2}H", units)), "ticks": ticks}
+
+
+def with_fields(content, **fields):
+    """A record of version 2 with other values."""
+    places = {"filetime": ("<Q", 32), "reason": ("<I", 40), "source": ("<I", 44), "security": ("<I", 48), "attributes": ("<I", 52)}
+    content = bytearray(content)
+    for field, value in fields.items():
+        struct.pack_into(places[field][0], content, places[field][1], value)
+    return bytes(content)
+
+
+@pytest.mark.parametrize("made", ["odd", "2:5,3,4"])
+def test_every_line_gives_back_its_record(lorq, made):
+    if made == "odd":
+        records = [record(name, usn=8 + at) for at, name in enumerate(ODD_NAMES)] + [record("l" * 201), record("m" * 255)]
+        records += [with_fields(record(usn=-1 - at), reason=1 << at, source=at, security=~at & 0xFFFFFFFF,
+                                attributes=min(1 << at, 0x500000), filetime=filetime)
+                    for at, filetime in enumerate([1, FIRST, 116_444_735_999_999_999, 2_650_467_743_999_999_999] * 8)]
+        lorq.write("odd", b"".join(map(page, records)))
+    else:
+        made = lorq.make("--records", "5000", "--versions", made)
+    arguments = ["-file", made, "-jsonl", "-a", "-show_offset"]
+    assert lorq(*arguments, "-out", "x.jsonl", "-base10", "-csv_separator", ";", "-no_whitespace", "-dateformat", "mm/dd/yyyy").code == 0
+    content = lorq.path("x.jsonl").read_bytes()
+    assert b"\r" not in content and content.endswith(b"}\n")
+    assert lorq.tool(*lorq.command, *arguments) == content
+    lines = [json.loads(line) for line in content.splitlines()]
+    rounded = [json.loads(line, parse_int=float) for line in content.splitlines()]  # as numbers are to jq
+    assert [json.loads(line, parse_int=float) for line in lorq.tool("jq", "-c", ".", "x.jsonl").splitlines()] == rounded
+    order = lambda one: repr(sorted(one.items(), key=lambda item: item[0]))
+    assert sorted(map(told, lines), key=order) == sorted(decoded(lorq.path(made).read_bytes().lstrip(b"\0")), key=order)
+
+
+def test_runs_that_fail_write_no_line(lorq):
+    lorq.write("zero", bytes(4096))
+    for arguments in ["-file", "zero"], ["-file", "missing"], ["-sqlite", "x"], []:
+        assert lorq("-jsonl", *arguments)[:2] == (FAILED, ""), arguments
+    source = "\u00e9" if WINDOWS else "\udcff\""
+    lorq.write(source, lorq.path("j").read_bytes())
+    assert json.loads(lorq("-jsonl", "-file", source).out)["source"] == source.replace("\udcff", "\ufffd")
+
+
+@pytest.mark.parametrize("layout", ["-csv", "-multiline", "-csvl2t", "-bodyfile", "-xml", "-jsonl"])
+def test_only_what_was_asked_for_is_written(lorq, layout):
+    lorq.write("some", page(*(with_fields(record(name, usn=8 + at), filetime=FIRST + at) for at, name in enumerate("abcd"))))
+    chosen = lorq("-file", "some", layout, "-from", "2024-01-02T03:04:05.6780001", "-to", "2024-01-02T03:04:05.6780003", "-find", "[",
+                  "-find", "?")
+    lorq.write("less", page(*(with_fields(record(name, usn=9 + at), filetime=FIRST + 1 + at) for at, name in enumerate("bc"))))
+    less = lorq("-file", "less", layout)
+    body = lambda done: re.sub(r"(?s)^lorq.*?cmdline[^\n]*\n|^<\?xml.*?<logdata[^>]*>|some|less", "", done.out)
+    assert (chosen.code, body(chosen)) == (0, body(less))
+
+
+@pytest.mark.parametrize("arguments, said", [
+    (["-from", "yesterday"], "prob -from yesterday is no time, give one like 2022-03-10 or"),
+    (["-find", "\\Users\\*"], "-show_dir_path"), (["-find", ""], "*.docx")])
+def test_a_choice_that_cannot_be_read_ends_the_run_before_it_touches_anything(lorq, arguments, said):
+    lorq.write("old", b"old")
+    done = lorq("-jsonl", "-file", "j", "-diags", "log", "-out", "old", *arguments)
+    assert (done.code, done.out, lorq.path("old").read_bytes()) == (FAILED, "", b"old") and said in done.err
+    assert not lorq.path("log").exists()
+
+
+def test_unique_tells_what_it_left_out(lorq):
+    lorq.write("twice", page(record(), record(), record(usn=9)))
+    done = lorq("-file", "twice", "-jsonl", "-unique")
+    assert [json.loads(line).get("also_in") for line in done.out.splitlines()] == [["journal"], None]
+    assert done.code == 0 and "records found again and left out: 1\n" in done.err
