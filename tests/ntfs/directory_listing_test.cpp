@@ -104,20 +104,33 @@ TEST(DirectoryListing, EntriesInUseAndRemnants) {
 // A node with entries for 41 and 40, the first with a name of so many units.
 bytes node_with_name(std::size_t length) {
     bytes node(16);
-    append(node, entry_of(41, length));
+    append(node, index_entry_of(41, home, std::u16string(length, u'n')));
     append(node, entry_of(40));
+    append(node, last_index_entry());
     poke<std::uint32_t>(node, index_node_header::first_entry, 16);
     poke<std::uint32_t>(node, index_node_header::total_size, static_cast<std::uint32_t>(node.size() - 16));
-    append(node, last_index_entry());
     return node;
 }
 
-TEST(DirectoryListing, ALongNameEndsIt) {
+// The longest name that there is, in an entry in use and in a remnant; a shorter one behind the first.
+TEST(DirectoryListing, ALongNameEndsItUnlessItIsComplete) {
     EXPECT_EQ(listed(node_with_name(215), false), "! 40 41");
     EXPECT_EQ(listed(node_with_name(216), false), "");
+    bytes node = node_with_name(255);
+    append(node, index_entry_of(42, home, std::u16string(255, u'n')));
+    const auto found = [&](bool complete, std::uint64_t file) {
+        directory_listing listing;
+        listing.want(reference(file, 1));
+        collect_index_entries(byte_view(node), true, home, {.slack = complete, .complete = complete}, listing);
+        return listing.files().front().where;
+    };
+    for (const std::uint64_t file : {40U, 41U, 42U}) EXPECT_EQ(found(false, file), listed_in::nowhere);
+    for (const std::uint64_t file : {40U, 41U}) EXPECT_EQ(found(true, file), listed_in::index);
+    EXPECT_EQ(found(true, 42), listed_in::slack);
 }
 
-// A directory that shrank frees index blocks and leaves them as they are. What they hold counts, used or not.
+// A directory that shrank frees index blocks and leaves them as they are. What they hold counts, used or not, and only
+// a complete listing tells that it is a remnant.
 TEST(DirectoryListing, FreedBlocks) {
     ntfs_image_builder made;
     made.build();
@@ -125,7 +138,8 @@ TEST(DirectoryListing, FreedBlocks) {
                                 .name = u"$I30",
                                 .runs = run_list({{20, 3}}),
                                 .real_size = 4096};  // of the first alone
-    const made_attribute used{.type = attribute_type::bitmap, .name = u"$I30", .value = bytes(8)};  // none
+    const made_attribute used{
+        .type = attribute_type::bitmap, .name = u"$I30", .value = {4, 0, 0, 0, 0, 0, 0, 0}};  // the last
     made.put(30, {.attributes = {name_attribute(u"home"), index_root({}), blocks, used}, .flags = 3, .sequence = 1});
     made.write(20 * 4096, index_block_of({40}));
     made.write(21 * 4096, poked(index_block_of({41}), 0, std::uint32_t{0}));
@@ -133,14 +147,17 @@ TEST(DirectoryListing, FreedBlocks) {
     made.write(22 * 4096 + 24 + 64 + 24 + 16, entry_of(43));  // behind the entry that ends the node
     opened_volume opened(made.image);
     ASSERT_TRUE(opened.volume.mount());
-    mft_entries_ctx context(opened.volume.mft(), true, false);
-    directory_listing listing;
-    for (std::uint64_t i = 40; i < 44; ++i) listing.want(reference(i, 1));
-    listed_parent found;
-    std::uint64_t parent = home;
-    ASSERT_TRUE(list_parent_directory(context, parent, listing, found));
-    constexpr std::array expected{listed_in::index, listed_in::nowhere, listed_in::index, listed_in::slack};
-    EXPECT_TRUE(std::ranges::equal(listing.files(), expected, {}, &wanted_file::where));
+    for (const bool complete : {false, true}) {
+        mft_entries_ctx context(opened.volume.mft(), !complete, complete);
+        directory_listing listing;
+        for (std::uint64_t i = 40; i < 44; ++i) listing.want(reference(i, 1));
+        listed_parent found;
+        std::uint64_t parent = home;
+        ASSERT_TRUE(list_parent_directory(context, parent, listing, found));
+        const std::array expected{complete ? listed_in::slack : listed_in::index, listed_in::nowhere, listed_in::index,
+                                  listed_in::slack};
+        EXPECT_TRUE(std::ranges::equal(listing.files(), expected, {}, &wanted_file::where));
+    }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "support/ntfs_image_builder.h"
+#include "ntfs/opened_volume.h"
 
 #include <gtest/gtest.h>
 
@@ -37,4 +37,24 @@ TEST(Fixup, RefusesRecordsThatAreNotWellFormed) {
             EXPECT_EQ(apply_fixup(record), value == inside ? record_kind::file_record : record_kind::none) << at;
         }
     }
+}
+
+TEST(Fixup, TakesLargeRecordsWhenAsked) {
+    for (const std::uint32_t size : {4096U, 8192U, 65536U}) {
+        ntfs_image_builder made{.record_size = size, .clusters = 1024, .mft_clusters = 400};
+        made.build();
+        made.put(20, {.attributes = {name_attribute(u"far")}, .sequence = 7});
+        for (const record_sizes sizes : {record_sizes::usual, record_sizes::all}) {
+            opened_volume opened(made.image);
+            opened.volume.take_records(sizes);
+            EXPECT_EQ(opened.volume.mount(), size == 4096 || sizes == record_sizes::all);
+            mft_entry entry;
+            const bool loaded = opened.volume.load_entry(20, entry);
+            EXPECT_TRUE(sizes == record_sizes::usual ||
+                        (loaded && entry.sequence == 7 && entry.attributes.size() == 1));
+        }
+    }
+    bytes wrong = made_record{}.build(8192);
+    poke<std::uint16_t>(wrong, 0x14, 96);  // its array ends at 82
+    EXPECT_EQ(apply_fixup(wrong, record_sizes::all), record_kind::none);
 }

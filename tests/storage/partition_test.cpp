@@ -30,6 +30,21 @@ TEST(Partitions, LogicalOnesHangInAChain) {
     EXPECT_EQ(image.select(), "no 32256 found\n" + head + "use option [-offset 0x7e00]\n");
 }
 
+TEST(Partitions, AreCountedInTheSectorsThatLeadToThem) {
+    test_image image(0x40000);
+    image.boot_record(0).entry(0, 0, 7, 2, 4).ntfs(0x2000, 4, 4096).entry(0, 1, 5, 8, 16);
+    image.boot_record(0x8000).entry(0x8000, 0, 7, 1, 8).ntfs(0x9000, 8, 4096);
+    const auto by_content = [&](std::int64_t offset) {
+        return image.select(offset, false, table_sectors::by_content).substr(0, 2);
+    };
+    EXPECT_EQ(image.select(0x2000).substr(0, 2), "no");
+    EXPECT_EQ(by_content(0x2000), "ok");
+    EXPECT_EQ(by_content(0x9000), "ok");
+    image.ntfs(0x400, 4);  // where sectors of 512 bytes lead
+    EXPECT_EQ(by_content(0x2000), "no");
+    EXPECT_EQ(by_content(0x400), "ok");
+}
+
 TEST(Partitions, PrimariesBehindAnExtendedOneAreNotListed) {
     test_image image(0x20000);
     image.boot_record(0).entry(0, 0, 0x0F, 100, 50).entry(0, 1, 7, 16, 8).ntfs(0x2000, 7);

@@ -41,12 +41,13 @@ struct test_image {
     }
 
     // "ok" or "no", the offset and the found flag afterwards, then what there is to say.
-    [[nodiscard]] std::string select(std::int64_t offset = 0, bool ignore_image_size = false) {
+    [[nodiscard]] std::string select(std::int64_t offset = 0, bool ignore_image_size = false,
+                                     table_sectors sectors = table_sectors::by_signature) {
         disk_reader reader;
         reader.open(std::make_unique<memory_source>(bytes, 1, true, &faults));
         std::string messages;
         bool found = !bytes.empty();
-        const bool selected = select_volume_offset(messages, reader, offset, ignore_image_size, found);
+        const bool selected = select_volume_offset(messages, reader, offset, ignore_image_size, found, sectors);
         return (selected ? "ok " : "no ") + std::to_string(offset) + (found ? " found\n" : "\n") + messages;
     }
 
