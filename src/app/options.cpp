@@ -8,6 +8,7 @@
 #include "platform/platform.h"
 
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -81,8 +82,9 @@ usnjrnl_context planned_settings(argument_list arguments) {
 }  // namespace
 
 bool parse_options(argument_list& arguments, usnjrnl_context& settings, uni::status_line& status, diagnostic_log& log) {
-    const usnjrnl_context planned = planned_settings(arguments);
-    if (!planned.layout.choice.paths.empty() && !planned.reading.show_dir_path) {
+    if (usnjrnl_context planned = planned_settings(arguments);
+        !planned.layout.choice.paths.empty() && !planned.reading.show_dir_path) {
+        settings = std::move(planned);  // the layout says what goes out all the same
         status.say("prob a pattern of -find has a \\ and paths are not known, give -show_dir_path too, aborting\n");
         return false;
     }
