@@ -34,7 +34,6 @@ private:
     char* put_place(char* to, const journal_entry& entry);
     char* put_change(char* to, const journal_entry& entry);
     char* put_pulled_times(char* to, const journal_entry& entry);
-    char* put_origin(char* to, const journal_entry& entry);
 
     const layout_settings& settings_;
     bool with_paths_;
