@@ -130,13 +130,6 @@ char* put_others(char* to, std::span<const found_elsewhere> places) {
     return to;
 }
 
-char* put_origin(char* to, const journal_entry& entry) {
-    to = put_text_field(to, ",\"record_origin\":\"", origin_word(entry.origin));
-    if (!entry.snapshot_label.empty()) to = put_text_field(to, ",\"snapshot\":\"", entry.snapshot_label);
-    if (!entry.also_in.empty()) to = put_others(to, entry.also_in);
-    return to;
-}
-
 }  // namespace
 
 json_writer::json_writer(const layout_settings& settings, bool with_paths, std::string_view source)
@@ -253,6 +246,13 @@ char* json_writer::put_pulled_times(char* to, const journal_entry& entry) {
     put_time(",\"file_accessed\":\"", entry.index_accessed);
     put_time(",\"file_mft_changed\":\"", entry.index_mft_changed);
     put_time(",\"file_created\":\"", entry.index_created);
+    return to;
+}
+
+char* json_writer::put_origin(char* to, const journal_entry& entry) {
+    to = put_text_field(to, ",\"record_origin\":\"", origin_word(entry.origin));
+    if (!entry.snapshot_label.empty()) to = put_text_field(to, ",\"snapshot\":\"", entry.snapshot_label);
+    if (!entry.also_in.empty()) to = put_others(to, entry.also_in);
     return to;
 }
 

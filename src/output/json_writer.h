@@ -33,6 +33,7 @@ private:
     char* put_place(char* to, const journal_entry& entry);
     char* put_change(char* to, const journal_entry& entry);
     char* put_pulled_times(char* to, const journal_entry& entry);
+    static char* put_origin(char* to, const journal_entry& entry);
 
     const layout_settings& settings_;
     bool with_paths_;

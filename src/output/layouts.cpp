@@ -93,12 +93,12 @@ std::string run_header_alone(const layout_settings& /*settings*/, const frame_fa
 std::string nothing(const layout_settings& /*settings*/, const frame_facts& /*facts*/) { return {}; }
 
 constexpr layout_row rows[] = {
-    {layout::table, false, true, "", " | ", run_header_alone, "", write_with<csv_writer>},
-    {layout::multiline, false, true, "-multiline", "", run_header_alone, "", write_with<csv_writer>},
-    {layout::csvl2t, false, true, "-csvl2t", ",", run_header_alone, "", write_with<l2t_writer>},
-    {layout::bodyfile, false, true, "-bodyfile", "|", run_header_alone, "", write_with<body_writer>},
-    {layout::xml, false, false, "-xml", "", xml_beginning, xml_end, write_with<xml_writer>},
-    {layout::jsonl, true, false, "-jsonl", "", nothing, "", write_json},
+    {layout::table, "", " | ", false, true, run_header_alone, "", write_with<csv_writer>},
+    {layout::multiline, "-multiline", "", false, true, run_header_alone, "", write_with<csv_writer>},
+    {layout::csvl2t, "-csvl2t", ",", false, true, run_header_alone, "", write_with<l2t_writer>},
+    {layout::bodyfile, "-bodyfile", "|", false, true, run_header_alone, "", write_with<body_writer>},
+    {layout::xml, "-xml", "", false, false, xml_beginning, xml_end, write_with<xml_writer>},
+    {layout::jsonl, "-jsonl", "", true, false, nothing, "", write_json},
 };
 
 }  // namespace

@@ -36,16 +36,14 @@ struct write_outcome {
 
 struct layout_row {
     layout id;
+    std::string_view option;     // that chooses it; empty for the default
+    std::string_view separator;  // that it begins with, where the user gives none
 
     // For programs alone: no run header, not even of a run that fails early, and lines end with a line feed everywhere.
     bool bare;
 
     // Whether the output begins before it is known that there is a source to read.
     bool begins_at_once;
-
-    std::string_view option;     // that chooses it; empty for the default
-    std::string_view separator;  // that it begins with, where the user gives none
-
     std::string (*beginning)(const layout_settings& settings, const frame_facts& facts);
     std::string_view end;
 
