@@ -87,9 +87,10 @@ private:
 // Some chunks' worth of the stream in memory, with what each part of it is.
 class window {
 public:
-    window(ntfs_volume& volume, const stream_plan& plan)
+    window(ntfs_volume& volume, const stream_plan& plan, chunk_starts starts)
         : volume_(volume),
           plan_(plan),
+          starts_(starts),
           chunk_size_(clusters_per_chunk * volume.cluster_size()),
           bytes_(static_cast<std::size_t>(
               std::min(plan.length(), (least_window + chunk_size_ - 1) / chunk_size_ * chunk_size_))) {}
@@ -161,14 +162,15 @@ private:
         return static_cast<std::size_t>(std::ranges::upper_bound(parts_, position, {}, &stretch::end) - parts_.begin());
     }
 
-    // Moves `from` to the first page at or behind it whose first byte lies in data. False when there is none before
-    // `end`.
+    // Moves `from` to the first place at or behind it where a chunk may start and whose byte lies in data. False when
+    // there is none before `end`.
     [[nodiscard]] bool find_start(std::uint64_t& from, std::uint64_t end) const {
-        from = (from + page_size - 1) / page_size * page_size;
+        const std::uint64_t step = starts_ == chunk_starts::at_pages ? page_size : 1;
+        from = (from + step - 1) / step * step;
         while (from < end) {
             const stretch& part = parts_[part_at(from)];
             if (part.what == stretch::kind::data) return true;
-            from = (part.end + page_size - 1) / page_size * page_size;
+            from = (part.end + step - 1) / step * step;
         }
         return false;
     }
@@ -188,6 +190,7 @@ private:
 
     ntfs_volume& volume_;
     const stream_plan& plan_;
+    chunk_starts starts_;
     std::uint64_t chunk_size_;
     std::vector<std::uint8_t> bytes_;
     std::vector<stretch> parts_;  // of the window, in order and without a gap
@@ -205,7 +208,8 @@ bool pull_resident(const ntfs_volume& volume, const ntfs_stream& stream, const c
 
 }  // namespace
 
-bool pull_stream(ntfs_volume& volume, const ntfs_stream& stream, const chunk_sink& sink, std::uint64_t& lost_bytes) {
+bool pull_stream(ntfs_volume& volume, const ntfs_stream& stream, const chunk_sink& sink, std::uint64_t& lost_bytes,
+                 chunk_starts starts) {
     if (stream.resident) return pull_resident(volume, stream, sink);
     if (stream.extents.empty()) {
         volume.log().line("err: no data");
@@ -215,15 +219,16 @@ bool pull_stream(ntfs_volume& volume, const ntfs_stream& stream, const chunk_sin
     volume.log().line(format_text("info: data size 0x%llx", static_cast<unsigned long long>(size)));
     if (stream.compressed) volume.log().line("info: compressed stream, read as it lies");
 
-    pull_extents(volume, stream.extents, size, stream.type == attribute_type::index_allocation, sink, lost_bytes);
+    pull_extents(volume, stream.extents, size, stream.type == attribute_type::index_allocation, sink, lost_bytes,
+                 starts);
     return true;
 }
 
 void pull_extents(ntfs_volume& volume, const extent_list& extents, std::uint64_t size, bool index_blocks,
-                  const chunk_sink& sink, std::uint64_t& lost_bytes) {
+                  const chunk_sink& sink, std::uint64_t& lost_bytes, chunk_starts starts) {
     const stream_plan plan(volume, extents, size);
     lost_bytes += plan.lost();
-    window part(volume, plan);
+    window part(volume, plan, starts);
     std::uint64_t at = 0;
     while (const stretch* next = plan.data_at_or_behind(at)) {
         at = std::max(at, next->begin / part.size() * part.size());
