@@ -31,7 +31,8 @@ std::uint64_t bytes_between(byte_view chunk, std::size_t begin, std::size_t end)
     std::uint64_t count = 0;
     byte_view part;
     for (std::size_t page_end = 0; begin < end; begin = page_end) {
-        page_end = std::min((begin / journal_page_size + 1) * journal_page_size, end);
+        const auto in_page = static_cast<std::size_t>((chunk.image_offset() + begin) % journal_page_size);
+        page_end = std::min(begin + journal_page_size - in_page, end);
         if (chunk.sub(begin, page_end - begin, part)) count += bytes_without_padding(part);
     }
     return count;

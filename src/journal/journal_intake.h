@@ -21,12 +21,13 @@ public:
 
     [[nodiscard]] bool complete() const { return complete_; }
 
-    // A chunk of the $J stream or of an extracted file, whole 4096-byte pages from the stream's start on. Its
-    // image_offset is the offset to report for its first byte. True when it held entries.
+    // A chunk of the $J stream or of an extracted file, whole 4096-byte pages from the stream's start on, in a complete
+    // intake also parts of them. Its image_offset is its place in the stream, and the offset to report for its first
+    // byte. True when it held entries.
     bool walk(byte_view chunk);
 
-    // The same for a chunk whose parts lie apart on the source; the first one begins with it. Without `complete` the
-    // place of the first stands for all.
+    // The same where other offsets are to be reported: of parts that lie apart on the source, the first of which begins
+    // with the chunk. Without `complete` that of the first stands for all.
     bool walk(byte_view chunk, std::span<const placed_part> parts);
 
     // Bytes that no structure points at any more, under one pass. The image_offset is their place on the source. True

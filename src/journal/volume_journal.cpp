@@ -116,7 +116,10 @@ journal_found read_volume_journal(ntfs_volume& volume, journal_intake& intake, p
         shown.tell_bytes("reading", chunk.image_offset(), stream.real_size);
     };
     std::uint64_t lost_bytes = 0;
-    if (!pull_stream(volume.clusters(), stream, hand_on, lost_bytes)) volume.log().line("err: nothing to pull from $J");
+    const auto starts = intake.complete() ? chunk_starts::at_data : chunk_starts::at_pages;
+    if (!pull_stream(volume.clusters(), stream, hand_on, lost_bytes, starts)) {
+        volume.log().line("err: nothing to pull from $J");
+    }
     intake.lose(1, lost_bytes);
     meter.count(phase::read, intake.records().size(), 0);
     return journal_found::yes;

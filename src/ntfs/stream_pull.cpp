@@ -86,9 +86,10 @@ private:
 // Some chunks' worth of the stream in memory, with what each part of it is.
 class window {
 public:
-    window(volume_clusters& clusters, const stream_plan& plan)
+    window(volume_clusters& clusters, const stream_plan& plan, chunk_starts starts)
         : clusters_(clusters),
           plan_(plan),
+          starts_(starts),
           chunk_size_(clusters_per_chunk * clusters.cluster_size()),
           bytes_(static_cast<std::size_t>(
               std::min(plan.length(), (least_window + chunk_size_ - 1) / chunk_size_ * chunk_size_))) {}
@@ -155,14 +156,15 @@ private:
         return static_cast<std::size_t>(std::ranges::upper_bound(parts_, position, {}, &stretch::end) - parts_.begin());
     }
 
-    // Moves `from` to the first page at or behind it whose first byte lies in data. False when there is none before
-    // `end`.
+    // Moves `from` to the first place at or behind it where a chunk may start and whose byte lies in data. False when
+    // there is none before `end`.
     [[nodiscard]] bool find_start(std::uint64_t& from, std::uint64_t end) const {
-        from = (from + page_size - 1) / page_size * page_size;
+        const std::uint64_t step = starts_ == chunk_starts::at_pages ? page_size : 1;
+        from = (from + step - 1) / step * step;
         while (from < end) {
             const stretch& part = parts_[part_at(from)];
             if (part.what == stretch::kind::data) return true;
-            from = (part.end + page_size - 1) / page_size * page_size;
+            from = (part.end + step - 1) / step * step;
         }
         return false;
     }
@@ -182,6 +184,7 @@ private:
 
     volume_clusters& clusters_;
     const stream_plan& plan_;
+    chunk_starts starts_;
     std::uint64_t chunk_size_;
     std::vector<std::uint8_t> bytes_;
     loss_list losses_;
@@ -201,7 +204,7 @@ bool pull_resident(const volume_clusters& clusters, const ntfs_stream& stream, c
 }  // namespace
 
 bool pull_stream(volume_clusters& clusters, const ntfs_stream& stream, const chunk_sink& sink,
-                 std::uint64_t& lost_bytes) {
+                 std::uint64_t& lost_bytes, chunk_starts starts) {
     if (stream.resident) return pull_resident(clusters, stream, sink);
     if (stream.extents.empty()) {
         clusters.log().line("err: no data");
@@ -211,15 +214,16 @@ bool pull_stream(volume_clusters& clusters, const ntfs_stream& stream, const chu
     clusters.log().line(format_text("info: data size 0x%llx", static_cast<unsigned long long>(size)));
     if (stream.compressed) clusters.log().line("info: compressed stream, read as it lies");
 
-    pull_extents(clusters, stream.extents, size, stream.type == attribute_type::index_allocation, sink, lost_bytes);
+    pull_extents(clusters, stream.extents, size, stream.type == attribute_type::index_allocation, sink, lost_bytes,
+                 starts);
     return true;
 }
 
 void pull_extents(volume_clusters& clusters, const extent_list& extents, std::uint64_t size, bool index_blocks,
-                  const chunk_sink& sink, std::uint64_t& lost_bytes) {
+                  const chunk_sink& sink, std::uint64_t& lost_bytes, chunk_starts starts) {
     const stream_plan plan(clusters, extents, size);
     lost_bytes += plan.lost();
-    window part(clusters, plan);
+    window part(clusters, plan, starts);
     std::uint64_t at = 0;
     while (const stretch* next = plan.data_at_or_behind(at)) {
         at = std::max(at, next->begin / part.size() * part.size());

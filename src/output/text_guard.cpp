@@ -68,7 +68,7 @@ constexpr bool is_in_own_words(char32_t point) {
 
 }  // namespace
 
-text_guard::text_guard(std::string_view separator) : guarded_letter_('[') {
+text_guard::text_guard(std::string_view separator) {
     std::u32string characters;
     for (std::size_t at = 0; at < separator.size();) characters += next_character(separator, at);
     const bool only_blanks = characters.find_first_not_of(U' ') == std::u32string::npos;

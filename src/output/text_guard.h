@@ -36,8 +36,8 @@ public:
 private:
     [[nodiscard]] bool is_marked(char32_t point) const;
 
-    std::u32string guarded_;  // the separator's characters that are marked
-    char guarded_letter_;     // the one of them that is ASCII, "[" when there is none
+    std::u32string guarded_;     // the separator's characters that are marked
+    char guarded_letter_ = '[';  // the one of them that is ASCII, "[" when there is none
     bool more_letters_ = false;
     bool guards_own_words_ = false;
 };

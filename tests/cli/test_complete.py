@@ -1,0 +1,74 @@
+"""-complete as a user sees it: the account, texts that cannot forge a row, the line that speaks of it without it."""
+import csv
+import io
+import re
+import xml.etree.ElementTree
+
+from conftest import FAILED, linux_only
+from journal import CLOSE, PAGE, page, record
+from test_failures import said
+
+# Line feed, carriage return, escape, separators of every layout, direction, surrogates, and what looks like their marks.
+HOSTILE = ["a\nb", "a\rb", "a\r\nb", "\x1b[2J", "a,b|c;d\te", "\u202egnp.exe", "\u2028", "\x9b31m", "\ud800", "[LF]", "[U+000A]", "n" * 255]
+CONTROLS = re.compile("[\0-\x08\x0b-\x1f\x7f-\x9f\u2028-\u202e\u2066-\u2069]")
+
+
+def hostile_journal(lorq):
+    """Of these names all but the last are closed; one more has no time, and bytes stand behind it."""
+    records = [record(name, CLOSE | 0x102, usn) for usn, name in enumerate(HOSTILE)]
+    records[-1] = record(HOSTILE[-1], 0x100, 0)
+    broken = bytearray(record())
+    broken[32:40] = bytes(8)
+    lorq.write("j", page(*records, broken, b"junk"))
+    return len(HOSTILE)
+
+
+def test_every_record_is_a_row_and_every_row_a_record(lorq):
+    names = hostile_journal(lorq)
+    rest = "1 not sound; 4 bytes were no records"
+    for layout, closed_only in ("-csv", True), ("-csvgen", True), ("-csvl2t", False), ("-bodyfile", False), ("-xml", True), \
+            ("-multiline", True), ("", True):
+        done = lorq("-file", "j", "-complete", "-quiet", *layout.split())
+        written = names - closed_only
+        account = f"read {names + 1} records: {written} written, {'1 not closed, ' * closed_only}{rest}"
+        assert (done.code, done.err) == (0, account + "\n")
+        assert not CONTROLS.search(done.out)
+        body = "\n".join(done.out.split("\n")[3:])
+        if layout == "-xml":
+            found = [entry.find("name").text for entry in xml.etree.ElementTree.fromstring(done.out).iter("data_entry")]
+            assert found == [name.replace("\x1b", "[U+001B]").replace("\ud800", "[U+D800]").replace("[U+000A]", "[U+005B]U+000A]")
+                             for name in HOSTILE[:-1]]
+            assert done.out.endswith(f"<!-- {account} -->\n</logdata>\n")
+        elif layout == "-multiline":
+            assert [line.count(":") > 0 for line in body.split("\n")] == ([True] * 9 + [False]) * written + [False]
+        else:
+            separator = {"-bodyfile": "|", "": "|"}.get(layout, ",")
+            rows = list(csv.reader(io.StringIO(body, newline=""), delimiter=separator, quoting=csv.QUOTE_NONE, strict=True))
+            rows = rows if layout == "-bodyfile" else rows[1:]
+            assert len(rows) == written and len({len(row) for row in rows}) == 1
+            column = {"-bodyfile": 1, "-csvl2t": 9}.get(layout, 8)
+            assert len({row[column] for row in rows}) == written
+
+
+def test_a_terminal_is_told_what_is_left_out(lorq):
+    hostile_journal(lorq)
+    told = "2 records are left out or have a name cut short, -complete keeps them whole\n"  # USN 0 twice
+    assert said(lorq.watched("-file", "j", "-a")) == told
+    for arguments in ["-quiet"], ["-complete"]:
+        assert "keeps them whole" not in lorq.watched("-file", "j", "-a", *arguments).err
+    assert "keeps them whole" not in lorq("-file", "j", "-a").err
+    lorq.write("zero", bytes(PAGE))
+    done = lorq("-file", "zero", "-complete", "-quiet")
+    assert done.code == FAILED and done.err.endswith("read 0 records\n")
+
+
+@linux_only
+def test_options_of_other_layouts_do_not_open_a_door(lorq):
+    """A separator that the program's own words hold, too."""
+    written = hostile_journal(lorq) - 1
+    for separator in ";", ":", "-", "::", " ", "tab":
+        done = lorq("-file", "j", "-complete", "-quiet", "-csv_separator", separator, "-no_whitespace")
+        glue = {"tab": "\t", " ": ""}.get(separator, separator)
+        if not glue:
+            continue  # nothing is left of it
+        assert [line.count(glue) for line in done.out.splitlines()[3:]] == [9] * (written + 1)
