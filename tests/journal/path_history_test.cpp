@@ -1,0 +1,114 @@
+#include "journal/path_history.h"
+
+#include "base/file_reference.h"
+#include "journal/history_walk.h"
+#include "support/volume_life.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr std::size_t page = 4096;
+
+struct tally {
+    std::array<int, 4> all{}, wrong{};
+
+    void operator+=(const tally& other) {
+        for (std::size_t i = 0; i < all.size(); ++i) all[i] += other.all[i], wrong[i] += other.wrong[i];
+    }
+};
+
+struct exported_mft {
+    volume_life::entries entries;
+    mft_origin origin = mft_origin::volume;
+
+    [[nodiscard]] mft_testimony testimony() const {
+        std::uint64_t moment = 0;
+        for (const auto& [number, one] : entries) moment = std::max(moment, one.last_usn);
+        const auto ask = [this](std::uint64_t number, mft_witness& found) {
+            const auto at = entries.find(number);
+            if (at == entries.end()) return false;
+            const volume_life::lived_entry& one = at->second;
+            found = {one.in_use, one.sequence, reference(one.parent, entries.at(one.parent).sequence),
+                     static_cast<std::int64_t>(one.last_usn), one.name};
+            return true;
+        };
+        return {origin, static_cast<std::int64_t>(moment), ask};
+    }
+};
+
+// What is left of a journal: its pages from `begin` on without those that were cut out, or could not be read.
+struct leftover {
+    bytes journal;
+    std::uint64_t first_usn = 0;
+    std::vector<bool> cut = std::vector<bool>(journal.size() / page), unreadable = cut;
+    bool as_file = true;  // stream offsets are those of what is left
+    std::size_t begin = 0;
+
+    [[nodiscard]] bool has(const volume_life::lived_record& one) const {
+        const std::size_t at = one.record.usn - first_usn;
+        const bytes whole = one.record.build();
+        return at >= begin && !cut[at / page] && !unreadable[at / page] &&
+               std::equal(whole.begin(), whole.end(), journal.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+};
+
+tally judge(const volume_life& life, const leftover& left, const exported_mft* mft) {
+    directory_places places;
+    history_walk walk(places);
+    std::uint64_t offset = 0;
+    for (std::size_t at = left.begin; at < left.journal.size(); at += page) {
+        if (left.cut[at / page]) continue;
+        const byte_view chunk(std::span(left.journal).subspan(at, page), at);
+        if (left.unreadable[at / page]) walk.lost();
+        else walk.take(chunk, left.as_file ? offset : left.first_usn + at);
+        offset += page;
+    }
+    walk.finish();
+    for (const auto& one : life.records()) (void)places.number_of(one.record.parent_ref);
+    const mft_testimony testimony = mft != nullptr ? mft->testimony() : mft_testimony{};
+    places.finish(mft != nullptr ? &testimony : nullptr);
+
+    std::vector<std::uint32_t> directories;
+    for (const auto& one : life.records()) directories.push_back(places.number_of(one.record.parent_ref));
+    path_history history(std::move(places));
+    tally found;
+    for (std::size_t i = 0; i < directories.size(); ++i) {
+        const auto& one = life.records()[i];
+        if (!left.has(one)) continue;
+        EXPECT_FALSE(walk.is_doubtful(one.record.usn - left.first_usn));
+        const path_history::past_path path =
+            history.path_at(directories[i], static_cast<std::int64_t>(one.record.usn));
+        const auto word = static_cast<std::size_t>(path.basis);
+        ++found.all[word];
+        if (path.text == one.path) continue;
+        ++found.wrong[word];
+        EXPECT_NE(path.basis, path_basis::exact) << path.text << " for " << one.path << " at " << one.record.usn;
+    }
+    return found;
+}
+
+void show(const char* what, const tally& of) {
+    std::printf("%-40s exact %d (%d) likely %d (%d) remnant %d (%d) partial %d (%d)\n", what, of.all[0], of.wrong[0],
+                of.all[1], of.wrong[1], of.all[2], of.wrong[2], of.all[3], of.wrong[3]);
+}
+
+TEST(PathHistory, WholeOrTheLastOfAJournal) {
+    for (const std::size_t part : {1U, 2U, 5U}) {
+        tally with_mft, without;
+        for (std::uint64_t seed = 1; seed <= 200; ++seed) {
+            volume_life life(seed, seed % 3 * 0x100000);
+            while (life.records().size() < 400) life.go_on();
+            leftover left{life.journal(), seed % 3 * 0x100000};
+            left.begin = left.journal.size() / page * (part - 1) / part * page;
+            left.as_file = seed % 2 == 0;
+            const exported_mft mft{life.mft(), seed % 2 == 0 ? mft_origin::exported : mft_origin::volume};
+            with_mft += judge(life, left, &mft);
+            without += judge(life, left, nullptr);
+        }
+        show("with MFT", with_mft);
+        show("without", without);
+    }
+}
+
+}  // namespace
