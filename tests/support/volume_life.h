@@ -34,7 +34,8 @@ public:
     explicit volume_life(std::uint64_t seed, std::uint64_t first_usn) : first_usn_(first_usn), random_(seed) {
         entries_[5] = {.sequence = 5, .in_use = true, .directory = true};
         for (std::uint64_t entry = 24; entry < 44; ++entry) {
-            entries_[entry] = {.sequence = static_cast<std::uint16_t>(below(3) == 0 ? 0xFFFE + below(2) : 1 + below(9))};
+            entries_[entry] = {.sequence =
+                                   static_cast<std::uint16_t>(below(3) == 0 ? 0xFFFE + below(2) : 1 + below(9))};
         }
         for (int i = 0; i < 6; ++i) appear(true);  // before the journal began
         next_usn_ = first_usn;
