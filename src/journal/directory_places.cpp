@@ -147,10 +147,7 @@ void directory_places::settle(known_directory& one, std::uint32_t& kept) {
             last->marks = static_cast<std::uint8_t>(last->marks | carved);
             next.marks = static_cast<std::uint8_t>(next.marks | carved);
         }
-        if (new_life) {
-            next.marks = static_cast<std::uint8_t>(next.marks | life_begins);
-            one.present_life = kept - one.first_place;
-        }
+        if (new_life) next.marks = static_cast<std::uint8_t>(next.marks | life_begins);
         places_[kept++] = next;
     }
     one.places = kept - one.first_place;
@@ -183,7 +180,20 @@ void directory_places::keep_entry(std::uint32_t directory, const mft_witness& fo
     const byte_view name({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
     const std::uint32_t parent = number_of(found.parent);
     directories_[directory].entry = static_cast<std::uint32_t>(entries_.size());
-    entries_.push_back({found.last_usn, {names_.keep(name), units}, parent, found.in_use});
+    entries_.push_back({found.last_usn,
+                        {names_.keep(name), units},
+                        parent,
+                        found.in_use,
+                        is_outdated(directories_[directory], found.last_usn)});
+}
+
+// Whether a record before the MFT's moment is later than the last one that the entry knows of.
+bool directory_places::is_outdated(const known_directory& directory, std::int64_t last_usn) const {
+    const auto told = std::span(places_).subspan(directory.first_place, directory.places);
+    return last_usn != 0 && std::ranges::any_of(told, [&](const place& one) {
+               return !one.is(carved) && one.first > last_usn &&
+                      (origin_ == mft_origin::volume || one.first <= moment_);
+           });
 }
 
 // ---- The place of a directory ---------------------------------------------------------------------------------------
@@ -197,8 +207,7 @@ directory_places::answer directory_places::place_at(std::uint32_t directory, std
     const auto next = std::ranges::upper_bound(places, usn, {}, &place::first);
     const place* const before = next == places.begin() ? nullptr : &*std::prev(next);
     const place* const behind = next == places.end() || next->is(life_begins) ? nullptr : &*next;
-    const bool in_present_life = asked.present_life == 0 || next - places.begin() > std::ptrdiff_t{asked.present_life};
-    const mft_place* const entry = asked.entry != 0 && in_present_life ? &entries_[asked.entry] : nullptr;
+    const mft_place* const entry = asked.entry != 0 ? &entries_[asked.entry] : nullptr;
 
     answer found{.from = now.from, .to = now.to};
     if (before != nullptr) found.from = std::max(found.from, before->first);
@@ -216,10 +225,8 @@ directory_places::answer directory_places::place_at(std::uint32_t directory, std
     if (now.whole && behind != nullptr && !behind->is(carved) && behind->first < now.to) {
         return told_by(*behind, path_basis::exact);
     }
-    if (entry != nullptr && entry->in_use) {
-        const bool contradicted = before != nullptr && !before->is(carved) && before->first > entry->last_usn;
-        if (tells_exactly(*entry, usn, now, contradicted, found))
-            return tell(entry->name, entry->parent, path_basis::exact);
+    if (entry != nullptr && tells_exactly(*entry, usn, now, found)) {
+        return tell(entry->name, entry->parent, path_basis::exact);
     }
     if (before != nullptr) return told_by(*before, path_basis::likely);
     if (behind != nullptr) return told_by(*behind, path_basis::likely);
@@ -227,18 +234,16 @@ directory_places::answer directory_places::place_at(std::uint32_t directory, std
     return tell(entry->name, entry->parent, entry->in_use ? path_basis::likely : path_basis::remnant);
 }
 
-// Whether an entry in use is of the moment that is asked about: it did not change since. Narrows `found` to where that
-// holds. `contradicted`: a record before that moment is later than the last one that the entry knows of.
+// Whether an entry is of the moment that is asked about: it did not change since. Narrows `found` to where that holds.
 bool directory_places::tells_exactly(const mft_place& entry, std::int64_t usn, const journal_stretches::span& now,
-                                     bool contradicted, answer& found) const {
-    if (origin_ == mft_origin::rebuilt) return false;
+                                     answer& found) const {
+    if (!entry.in_use || entry.outdated || origin_ == mft_origin::rebuilt) return false;
     if (entry.last_usn == 0) return origin_ == mft_origin::volume && stretches_.reaches_end(now);
     if (usn < entry.last_usn) {
         found.to = std::min(found.to, entry.last_usn);
         return false;
     }
     found.from = std::max(found.from, entry.last_usn);
-    if (contradicted) return false;
     if (origin_ == mft_origin::volume) return true;
     if (usn <= moment_) {
         found.to = std::min(found.to, moment_ + 1);

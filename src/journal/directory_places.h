@@ -121,8 +121,7 @@ private:
         std::uint64_t reference = 0;
         std::uint32_t first_place = 0;  // the latest one until all are there
         std::uint32_t places = 0;
-        std::uint32_t present_life = 0;  // the first place of it, counted from the directory's first
-        std::uint32_t entry = 0;         // what the MFT says, 0 for nothing
+        std::uint32_t entry = 0;  // what the MFT says, 0 for nothing
     };
 
     struct mft_place {
@@ -130,6 +129,7 @@ private:
         std::u16string_view name;
         std::uint32_t parent = 0;
         bool in_use = false;
+        bool outdated = false;  // the journal knows better
     };
 
     // Text that never moves.
@@ -150,8 +150,9 @@ private:
     [[nodiscard]] bool joins(const place& last, const place& next) const;
     void ask_mft(const mft_testimony& mft);
     void keep_entry(std::uint32_t directory, const mft_witness& found);
+    [[nodiscard]] bool is_outdated(const known_directory& directory, std::int64_t last_usn) const;
     [[nodiscard]] bool tells_exactly(const mft_place& entry, std::int64_t usn, const journal_stretches::span& now,
-                                     bool contradicted, answer& found) const;
+                                     answer& found) const;
 
     journal_stretches stretches_;
     reference_table numbers_;

@@ -77,6 +77,7 @@ tally judge(const volume_life& life, const leftover& left, const exported_mft* m
     for (const auto& one : life.records()) directories.push_back(places.number_of(one.record.parent_ref));
     path_history history(std::move(places));
     tally found;
+    std::vector<std::string> texts(directories.size());
     for (std::size_t i = 0; i < directories.size(); ++i) {
         const auto& one = life.records()[i];
         if (!left.has(one)) continue;
@@ -84,16 +85,28 @@ tally judge(const volume_life& life, const leftover& left, const exported_mft* m
         const path_history::past_path path = history.path_at(directories[i], static_cast<std::int64_t>(one.record.usn));
         const auto word = static_cast<std::size_t>(path.basis);
         ++found.all[word];
+        texts[i] = path.text;
+        texts[i] += static_cast<char>(word);
         if (path.text == one.path) continue;
         ++found.wrong[word];
         EXPECT_NE(path.basis, path_basis::exact) << path.text << " for " << one.path << " at " << one.record.usn;
     }
+    std::mt19937_64 random(directories.size());
+    for (std::size_t count = 0; count < directories.size(); ++count) {  // in any order the answers are the same
+        const std::size_t i = random() % directories.size();
+        if (texts[i].empty()) continue;
+        const auto path = history.path_at(directories[i], static_cast<std::int64_t>(life.records()[i].record.usn));
+        EXPECT_EQ(std::string(path.text) + static_cast<char>(path.basis), texts[i]);
+    }
     return found;
 }
 
-void show(const char* what, const tally& of) {
-    std::printf("%-40s exact %d (%d) likely %d (%d) remnant %d (%d) partial %d (%d)\n", what, of.all[0], of.wrong[0],
-                of.all[1], of.wrong[1], of.all[2], of.wrong[2], of.all[3], of.wrong[3]);
+void note(const char* what, const tally& of) {
+    std::string words;
+    for (std::size_t i = 0; i < of.all.size(); ++i) {
+        words += std::to_string(of.all[i]) + " (" + std::to_string(of.wrong[i]) + ") ";
+    }
+    testing::Test::RecordProperty(what, words);
 }
 
 TEST(PathHistory, WholeOrTheLastOfAJournal) {
@@ -109,8 +122,8 @@ TEST(PathHistory, WholeOrTheLastOfAJournal) {
             with_mft += judge(life, left, &mft);
             without += judge(life, left, nullptr);
         }
-        show("with MFT", with_mft);
-        show("without", without);
+        note(("with MFT, 1/" + std::to_string(part)).c_str(), with_mft);
+        note(("without, 1/" + std::to_string(part)).c_str(), without);
     }
 }
 
@@ -140,8 +153,9 @@ public:
             {.name = std::move(name), .file_ref = directory, .usn = usn, .reason = reason, .attributes = 0x10});
     }
 
-    // Word and path of a directory at a USN.
-    std::string ask(std::uint64_t directory, std::uint64_t usn, const mft_testimony* mft = nullptr) const {
+    // Word and path of a directory at a USN, when it was asked about another one just before.
+    std::string ask(std::uint64_t directory, std::uint64_t usn, const mft_testimony* mft = nullptr,
+                    std::int64_t other = 0) const {
         directory_places places;
         history_walk walk(places);
         walk.take(byte_view(journal_), 0);
@@ -154,6 +168,7 @@ public:
         const std::uint32_t number = places.number_of(directory);
         places.finish(mft);
         path_history history(std::move(places));
+        (void)history.path_at(number, other);
         const path_history::past_path path = history.path_at(number, static_cast<std::int64_t>(usn));
         constexpr std::array words{"exact ", "likely ", "remnant ", "partial "};
         return words[static_cast<std::size_t>(path.basis)] + std::string(path.text);
@@ -200,13 +215,12 @@ TEST(PathHistory, WitnessesInTheirOrder) {
     EXPECT_EQ(now(late, late + 8), "likely [root]\\two\\");   // changed, and no record here
     EXPECT_EQ(now(late, first - 8), "likely [root]\\two\\");  // the journal knows of a later change
     EXPECT_EQ(now(early, 0), "likely [root]\\one\\");
-    EXPECT_EQ(now(early, 8), "exact [root]\\now\\");
     EXPECT_EQ(now(early, 8, mft_origin::exported, early), "exact [root]\\now\\");
     EXPECT_EQ(now(early, 8, mft_origin::exported, 16), "likely [root]\\one\\");
     EXPECT_EQ(now(late, after, mft_origin::exported, late), "exact [root]\\now\\");
     EXPECT_EQ(now(late, after, mft_origin::exported, after), "likely [root]\\two\\");
     EXPECT_EQ(now(late, 0, mft_origin::exported, late), "likely [root]\\two\\");
-    EXPECT_EQ(now(late, late, mft_origin::rebuilt), "likely [root]\\two\\");
+    EXPECT_EQ(now(late, late, mft_origin::rebuilt, late), "likely [root]\\two\\");
 }
 
 TEST(PathHistory, EntriesOfTheMft) {
@@ -224,18 +238,39 @@ TEST(PathHistory, EntriesOfTheMft) {
     EXPECT_EQ(says(false, 8, 8, reference(41, 7)), "remnant [root]\\b\\");
 }
 
+// Of a volume or of an MFT of a moment of its own, where there are no records: the answer for one USN is none for the
+// next.
+TEST(PathHistory, AnswersHoldNoLongerThanTheMft) {
+    const scene of;
+    for (const mft_origin origin : {mft_origin::volume, mft_origin::exported}) {
+        const mft_testimony mft = mft_of(40, {true, 1, root, 800, u"now"}, origin, 1600);
+        for (const std::int64_t other : {800, 792, 1600, 1608}) {
+            EXPECT_EQ(of.ask(a, 792, &mft, other), "likely [root]\\now\\");
+            EXPECT_EQ(of.ask(a, 800, &mft, other), "exact [root]\\now\\");
+            EXPECT_EQ(of.ask(a, 1600, &mft, other), "exact [root]\\now\\");
+            EXPECT_EQ(of.ask(a, 1608, &mft, other).substr(0, 5), origin == mft_origin::volume ? "exact" : "likel");
+        }
+    }
+}
+
 TEST(PathHistory, AReferenceThatIsUsedAgain) {
     for (const bool gap : {false, true}) {
         scene of;
         of.say(a, root, u"one", 0x80000200);
         if (gap) of.lose();
         const std::uint64_t between = of.child();
-        if (gap) of.lose();
         const std::uint64_t again = of.say(a, root, u"two", 0x100);
-        const mft_testimony mft = mft_of(40, {true, 1, root, 8, u"now"});
+        const mft_testimony mft = mft_of(40, {true, 1, root, static_cast<std::int64_t>(again), u"now"});
         EXPECT_EQ(of.ask(a, between, &mft), gap ? "likely [root]\\one\\" : "exact [root]\\one\\");
         EXPECT_EQ(of.ask(a, again, &mft), "exact [root]\\two\\");
     }
+    scene renamed;  // its creation is still to be seen afterwards
+    renamed.say(a, root, u"one", 0x80000200);
+    renamed.say(a, root, u"one", 0x100);
+    renamed.lose();
+    const std::uint64_t then = renamed.child();
+    renamed.say(a, root, u"two", 0x2100);
+    EXPECT_EQ(renamed.ask(a, then), "exact [root]\\two\\");
     scene still_open;  // a creation that ends in a deletion begins no life
     still_open.say(a, root, u"one", 0x80000200);
     still_open.lose();
@@ -250,8 +285,8 @@ TEST(PathHistory, CarvedRecords) {
     of.lose();
     const std::uint64_t last = of.child();
     const std::uint64_t end = first_usn + of.journal_.size();
-    for (const auto& [usn, told] : std::vector<std::pair<std::uint64_t, bool>>{{first - 80, true},
-                                                                               {first - 72, false},
+    for (const auto& [usn, told] : std::vector<std::pair<std::uint64_t, bool>>{{first - 72, true},
+                                                                               {first - 64, false},
                                                                                {first, false},
                                                                                {last - 16, false},
                                                                                {last, false},
@@ -266,7 +301,7 @@ TEST(PathHistory, WhatIsNoGapAndWhatIs) {
     const auto word = [](const std::function<void(scene&)>& between) {
         scene of;
         of.child();
-        of.say(a, root, u"a");
+        of.say(a, root, u"a23456");
         between(of);
         const std::uint64_t usn = of.child();
         return of.ask(a, usn).substr(0, 6);
@@ -301,6 +336,25 @@ TEST(PathHistory, WhatIsNoGapAndWhatIs) {
     EXPECT_EQ(damaged(25, 0x55), "likely");  // a USN that is not that of its place
     EXPECT_EQ(damaged(60, 0), "likely");     // a NUL in the name
     EXPECT_EQ(damaged(58, 59), "likely");    // a name that begins too early
+}
+
+TEST(PathHistory, ARecordThatStandsWhereItsNeighboursSay) {
+    scene of;
+    of.say(a, root, u"a");
+    of.lose();
+    const std::uint64_t usn = of.child();
+    of.say({.name = u"b", .file_ref = b, .usn = 0x2000});
+    of.child();
+    of.lose();
+    of.say({.name = u"c", .file_ref = reference(42, 1), .usn = 0x3000});
+    EXPECT_EQ(of.ask(a, usn), "likely [root]\\a\\");  // alone, but as far from its USN as the next
+    EXPECT_EQ(of.ask(b, usn), "partial [unknown 41-65535]\\");
+    EXPECT_EQ(of.ask(reference(42, 1), usn), "partial [unknown 42-1]\\");
+    scene first;  // the USN of the second follows, its place does not
+    first.say(a, root, u"a");
+    first.lose();
+    first.say({.name = u"b", .file_ref = b, .usn = 0x1000 - 16});
+    EXPECT_EQ(first.ask(a, usn), "partial [unknown 40-1]\\");
 }
 
 TEST(PathHistory, NoEndAboveAndNoneBelow) {
@@ -387,12 +441,12 @@ TEST(PathHistory, WhatIsMissingIsNeverExactAndWrong) {
         volume_life first_half = life;
         later += judge(first_half, beginning, &much_later);
     }
-    show("own", own);
-    show("earlier", earlier);
-    show("later", later);
-    show("rebuilt", rebuilt);
-    show("none", none);
-    std::printf("%d unseen\n", unseen);
+    note("own", own);
+    note("earlier", earlier);
+    note("later", later);
+    note("rebuilt", rebuilt);
+    note("none", none);
+    testing::Test::RecordProperty("unseen", unseen);
 }
 
 }  // namespace

@@ -99,7 +99,7 @@ private:
     }
 
     [[nodiscard]] std::u16string new_name() {
-        std::u16string name(below(30) == 0 ? 200 + below(53) : below(12), u'n');
+        std::u16string name(below(9) == 0 ? 200 + below(53) : below(12), u'n');
         for (const char digit : std::to_string(below(300))) name += static_cast<char16_t>(digit);
         return name;
     }
