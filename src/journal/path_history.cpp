@@ -72,10 +72,9 @@ path_history::past_path path_history::text_of(std::uint32_t directory, std::int6
     const path_basis basis = steps_[directory].basis;
     if (!steps_[directory].text_is_kept) {
         std::size_t height = 0;
-        std::array<std::uint32_t, most_levels> names;
         std::uint32_t at = directory;
         for (; !steps_[at].name.empty() && !steps_[at].text_is_kept; at = steps_[at].parent) {
-            names[height++] = at;
+            way_[height++] = at;
             if (!steps_[steps_[at].parent].holds_at(usn)) (void)climb(steps_[at].parent, usn);
         }
         composed_.clear();
@@ -85,7 +84,7 @@ path_history::past_path path_history::text_of(std::uint32_t directory, std::int6
         } else {
             append_beginning(at);
         }
-        while (height != 0) append_name(steps_[names[--height]].name, composed_);
+        while (height != 0) append_name(steps_[way_[--height]].name, composed_);
         if (composed_.size() > longest_kept_text) return {composed_, 0, basis};
         keep_text(directory);
     }

@@ -66,6 +66,7 @@ private:
     std::vector<step> steps_;       // by directory
     std::vector<kept_text> texts_;  // by directory
     std::array<level, most_levels> chain_;
+    std::array<std::uint32_t, most_levels> way_{};
     std::string composed_;       // the latest text that was made
     std::uint32_t numbers_ = 0;  // given out
     level endless_;              // of which composed_ is the path, while its name is not empty
