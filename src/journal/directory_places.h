@@ -5,6 +5,7 @@
 
 #include "base/byte_view.h"
 #include "journal/journal_stretches.h"
+#include "journal/path_basis.h"
 #include "journal/reference_table.h"
 
 #include <cstdint>
@@ -14,14 +15,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-// How sure a path is. The weakest step decides, so the order counts.
-enum class path_basis : std::uint8_t {
-    exact,    // a record tells it and nothing was lost in between, or the MFT and it did not change since
-    likely,   // told across a gap, by a carved record, or by an MFT entry that changed later
-    remnant,  // a freed MFT entry tells it
-    partial,  // nothing does
-};
 
 // What a record says about a directory at its USN.
 struct directory_witness {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -12,12 +13,21 @@ constexpr std::size_t longest_name_units = 255;
 
 // How many entries ahead of the reader memory is fetched.
 constexpr std::size_t record_lead = 8;
+constexpr std::size_t step_lead = 16;
 constexpr std::size_t text_lead = 8;
 constexpr std::size_t cache_line = 64;
 
 // The marks of a packed record: whether it is valid, and behind that bit its origin.
 constexpr std::uint8_t valid_mark = 1;
 constexpr unsigned origin_shift = 1;
+
+record_origin origin_of(const packed_record& record) { return static_cast<record_origin>(record.marks >> origin_shift); }
+
+// All that the journal tells of a record.
+auto fields_of(const packed_record& of) {
+    return std::tuple(of.usn, of.file_ref, of.parent_ref, of.timestamp, of.reason, of.source_info, of.security_id,
+                      of.file_attributes, std::u16string_view(of.name(), of.name_units));
+}
 
 }  // namespace
 
@@ -44,6 +54,7 @@ void journal_collection::add(const journal_entry& entry) {
     into->marks = static_cast<std::uint8_t>((entry.valid != 0 ? valid_mark : 0U) | static_cast<unsigned>(entry.origin)
                                                                                        << origin_shift);
     std::copy_n(entry.name.data(), units, into->name());
+    any_carved_ = any_carved_ || entry.origin != record_origin::journal;
     if (!entry.snapshot_label.empty() || !labels_.empty()) note_label(entry.snapshot_label);
     if (pairs_ != nullptr) pairs_->add({entry.parent_ref, entry.file_ref});
     ++count_;
@@ -72,13 +83,24 @@ bool ordered_reader::next(journal_entry& entry) {
     upcoming_record& now = upcoming_[at_];
     if (now.record == nullptr) return false;
     unpack(now, entry);
+    const resolved_paths* const paths = from_.paths_.get();
+    past_paths* const past = paths == nullptr ? nullptr : paths->past();
+    if (past != nullptr) past->fill(now.pair, journal_offset(*now.record), entry);
     now = look_ahead();
     at_ = (at_ + 1) % upcoming_.size();
-    if (const resolved_paths* const paths = from_.paths_.get(); paths != nullptr) {
-        const upcoming_record& soon = upcoming_[(at_ + text_lead) % upcoming_.size()];
-        const char* const text = paths->text_place(soon.pair);
-        __builtin_prefetch(text);
-        __builtin_prefetch(text + cache_line);
+    if (paths != nullptr) {
+        const std::uint32_t soon = upcoming_[(at_ + text_lead) % upcoming_.size()].pair;
+        const auto fetch_text = [](const char* text) {
+            __builtin_prefetch(text);
+            __builtin_prefetch(text + cache_line);
+        };
+        fetch_text(paths->text_place(soon));
+        if (past != nullptr) {
+            const std::uint32_t later = upcoming_[(at_ + step_lead) % upcoming_.size()].pair;
+            __builtin_prefetch(past->step_place(later));
+            __builtin_prefetch(past->text_holder(later));
+            fetch_text(past->text_place(soon));
+        }
     }
     return true;
 }
@@ -90,6 +112,9 @@ ordered_reader::upcoming_record ordered_reader::look_ahead() {
     soon.pair = from_.paths_->pair_of(static_cast<std::size_t>(soon.record->arrival()));
     __builtin_prefetch(from_.paths_->outcome_place(soon.pair));
     __builtin_prefetch(from_.paths_->times_place(soon.pair));
+    if (const past_paths* const past = from_.paths_->past(); past != nullptr) {
+        __builtin_prefetch(past->directory_place(soon.pair));
+    }
     return soon;
 }
 
@@ -150,6 +175,27 @@ void ordered_reader::put_in_order(const record_run& run) {
     meter_.count(phase::order, run.size(), run.size() * sizeof(keyed_record));
 }
 
+// Where a record stands in the journal: a carved one that is the copy of a record there stands where that one does.
+// Both have the same time, so the one of the journal came first.
+std::optional<std::uint64_t> ordered_reader::journal_offset(const packed_record& record) {
+    const bool of_journal = origin_of(record) == record_origin::journal;
+    if (!from_.any_carved_) return record.record_offset;
+    if (!same_time_.empty() && same_time_.front()->timestamp != record.timestamp) {
+        same_time_.clear();
+        same_time_in_order_ = false;
+    }
+    if (of_journal) {
+        same_time_.push_back(&record);
+        return record.record_offset;
+    }
+    const auto before = [](const packed_record* a, const packed_record* b) { return fields_of(*a) < fields_of(*b); };
+    if (!same_time_in_order_) std::ranges::sort(same_time_, before);
+    same_time_in_order_ = true;
+    const auto copied = std::ranges::lower_bound(same_time_, &record, before);
+    if (copied == same_time_.end() || before(&record, *copied)) return std::nullopt;
+    return (*copied)->record_offset;
+}
+
 void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) const {
     const packed_record& from = *next.record;
     entry.valid = (from.marks & valid_mark) != 0 ? 1 : 0;
@@ -163,7 +209,7 @@ void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) c
     entry.file_attributes = from.file_attributes;
     entry.name.assign(from.name(), from.name_units);
     entry.record_offset = from.record_offset;
-    entry.origin = static_cast<record_origin>(from.marks >> origin_shift);
+    entry.origin = origin_of(from);
     entry.snapshot_label = from_.label_of(from.arrival());
     if (from_.paths_ != nullptr) from_.paths_->fill(next.pair, entry);
 }

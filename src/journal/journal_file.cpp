@@ -56,7 +56,8 @@ private:
 
     void hand_on(std::int64_t offset, std::span<const std::uint8_t> piece, std::size_t at) {
         const auto page = piece.subspan(at, std::min(journal_page_size, piece.size() - at));
-        intake_.walk(byte_view(page, static_cast<std::uint64_t>(offset) + at));
+        const std::uint64_t begin = static_cast<std::uint64_t>(offset) + at;
+        intake_.walk(byte_view(page, begin), begin);
     }
 
     const platform::file& source_;

@@ -15,14 +15,21 @@ bool journal_intake::take(byte_view chunk, phase during, const scan& take_record
     return records_.size() != before;
 }
 
-bool journal_intake::walk(byte_view chunk) {
+bool journal_intake::walk(byte_view chunk, std::uint64_t stream_offset) {
+    if (history_ != nullptr) {
+        const in_phase now(meter_, phase::history);
+        history_->take(chunk, stream_offset);
+        meter_.count(phase::history, 0, chunk.size());
+    }
     return take(chunk, phase::decode, [&] { walk_chunk(records_, chunk, scratch_); });
 }
 
 bool journal_intake::carve(byte_view chunk, const carving_pass& pass) {
-    return take(chunk, phase::carve, [&] { carve_chunk(records_, chunk, pass, scratch_); });
+    if (history_ != nullptr) history_->end_walk();
+    return take(chunk, phase::carve, [&] { carve_chunk(records_, chunk, pass, scratch_, history_.get()); });
 }
 
 void journal_intake::lose(std::uint64_t pieces, std::uint64_t bytes_each) {
+    if (history_ != nullptr && pieces != 0 && bytes_each != 0) history_->lose();
     lost_bytes_ = saturating_sum(lost_bytes_, saturating_product(pieces, bytes_each));
 }

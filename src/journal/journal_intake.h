@@ -5,19 +5,26 @@
 #include "base/byte_view.h"
 #include "base/run_meter.h"
 #include "journal/carving_scan.h"
+#include "journal/gathered_history.h"
 #include "journal/journal_collection.h"
 #include "journal/journal_entry.h"
 
 #include <cstdint>
+#include <memory>
 
 class journal_intake {
 public:
     // The meter outlives the intake.
     explicit journal_intake(run_meter& meter) : meter_(meter) {}
 
-    // A chunk of the $J stream or of an extracted file, whole 4096-byte pages from the stream's start on. Its
-    // image_offset is the offset to report for its first byte. True when it held entries.
-    bool walk(byte_view chunk);
+    // Before the first chunk: gathers what is told of the paths that files had, for path resolution, which takes it;
+    // null when it was not gathered.
+    void gather_history() { history_ = std::make_unique<gathered_history>(); }
+    [[nodiscard]] std::unique_ptr<gathered_history> take_history() { return std::move(history_); }
+
+    // A chunk of the $J stream or of an extracted file, whole 4096-byte pages from the stream's start on, which lies at
+    // `stream_offset` of it. Its image_offset is the offset to report for its first byte. True when it held entries.
+    bool walk(byte_view chunk, std::uint64_t stream_offset);
 
     // Bytes that no structure points at any more, under one pass. The image_offset is their place on the source. True
     // when they held entries.
@@ -37,6 +44,7 @@ private:
 
     run_meter& meter_;
     journal_collection records_;
+    std::unique_ptr<gathered_history> history_;
     std::uint64_t lost_bytes_ = 0;
     journal_entry scratch_;
 };

@@ -25,8 +25,9 @@ public:
     // The path of a directory, by its number in the places, at a USN.
     [[nodiscard]] past_path path_at(std::uint32_t directory, std::int64_t usn);
 
-    // What path_at will read first, and then, to be fetched ahead.
+    // What path_at will read first, and then, and then, to be fetched ahead.
     [[nodiscard]] const void* step_place(std::uint32_t directory) const { return &steps_[directory]; }
+    [[nodiscard]] const void* text_holder(std::uint32_t directory) const { return &texts_[directory]; }
     [[nodiscard]] const char* text_place(std::uint32_t directory) const { return texts_[directory].text.data(); }
 
 private:

@@ -1,7 +1,10 @@
 #include "journal/path_resolution.h"
 
 #include "base/file_reference.h"
+#include "journal/gathered_history.h"
 #include "journal/journal_collection.h"
+#include "journal/mft_witnesses.h"
+#include "journal/past_paths.h"
 #include "journal/reference_pairs.h"
 #include "journal/resolved_paths.h"
 #include "ntfs/directory_listing.h"
@@ -12,6 +15,7 @@
 #include <array>
 #include <memory>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -32,10 +36,14 @@ public:
     path_resolution(journal_collection& records, ntfs_volume& mft_source, bool pull_times, progress& shown)
         : context_(mft_source.mft(), pull_times), records_(records), shown_(shown), with_times_(pull_times) {}
 
-    void run(reference_pairs& pairs) {
+    void run(reference_pairs& pairs, std::unique_ptr<gathered_history> told, ntfs_volume& mft_source) {
         take(pairs);
         resolve_groups();
         resolve_unread();
+        if (told != nullptr) {
+            const mft_testimony mft = testimony_of(mft_source, shown_);
+            found_->keep_past(std::make_unique<past_paths>(std::move(told), pairs_, &mft));
+        }
         context_.paths->release_source();
         found_->keep_directories(std::move(context_.paths));
         records_.keep_paths(std::move(found_));
@@ -133,10 +141,20 @@ private:
 
 }  // namespace
 
-bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source, bool pull_times, progress& shown) {
+bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source, bool pull_times, progress& shown,
+                           std::unique_ptr<gathered_history> told) {
     if (!mft_source.mount()) return false;
     const std::unique_ptr<reference_pairs> pairs = records.take_pairs();
     if (pairs == nullptr) return false;
-    path_resolution(records, mft_source, pull_times, shown).run(*pairs);
+    path_resolution(records, mft_source, pull_times, shown).run(*pairs, std::move(told), mft_source);
     return true;
+}
+
+void resolve_past_paths(journal_collection& records, std::unique_ptr<gathered_history> told) {
+    const std::unique_ptr<reference_pairs> numbered = records.take_pairs();
+    block_array<std::uint32_t> pair_of_record = numbered->take_numbers();
+    const std::vector<numbered_pair> pairs = numbered->in_order();
+    auto found = std::make_unique<resolved_paths>(std::move(pair_of_record), pairs.size(), false);
+    found->keep_past(std::make_unique<past_paths>(std::move(told), pairs, nullptr));
+    records.keep_paths(std::move(found));
 }

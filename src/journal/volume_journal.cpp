@@ -59,7 +59,8 @@ journal_found read_volume_journal(ntfs_volume& volume, journal_intake& intake, p
         return journal_found::yes;
     }
     const auto hand_on = [&](byte_view chunk) {
-        intake.walk(byte_view(chunk.bytes(), place_on_source(volume, stream.extents, chunk.image_offset())));
+        intake.walk(byte_view(chunk.bytes(), place_on_source(volume, stream.extents, chunk.image_offset())),
+                    chunk.image_offset());
         meter.count(phase::read, 0, chunk.size());
         shown.tell_bytes("reading", chunk.image_offset(), stream.real_size);
     };

@@ -1,5 +1,6 @@
 #include "output/body_writer.h"
 
+#include "base/text.h"
 #include "output/macb.h"
 #include "output/number_text.h"
 
@@ -19,7 +20,7 @@ constexpr std::uint64_t unix_seconds(std::uint64_t filetime) {
 }  // namespace
 
 void body_writer::write_record(const journal_entry& entry, text_buffer& out) {
-    const std::string_view name = names_.of(entry.name);
+    const std::string_view name = name_of(entry);
     const slot_times times = slot_times_of(entry);
     char* to = out.room(name.size() + fixed_room);
     to = put_text(to, "0|");
@@ -33,6 +34,14 @@ void body_writer::write_record(const journal_entry& entry, text_buffer& out) {
     }
     *to++ = '\n';
     out.end_at(to);
+}
+
+std::string_view body_writer::name_of(const journal_entry& entry) {
+    const std::string_view name = names_.of(entry.name);
+    if (!with_full_path_) return name;
+    path_ = entry.parent_path;
+    replace_all(path_, '|', ';');
+    return path_ += name;
 }
 
 }  // namespace uni

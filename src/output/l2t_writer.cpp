@@ -11,6 +11,9 @@ namespace uni {
 
 namespace {
 
+constexpr std::string_view basis_text = "; path basis: ";
+constexpr std::size_t basis_room = basis_text.size() + 8;
+
 std::string between(const layout_settings& settings, const std::string& text) {
     return settings.separator + text + settings.separator;
 }
@@ -31,7 +34,7 @@ l2t_writer::l2t_writer(const layout_settings& settings, bool with_paths)
       format_(between(settings, std::string(program_name) + " (korvane)") + "seq num: ") {
     constexpr std::size_t longest_time = 40;
     fixed_room_ = 4 * settings.separator.size() + longest_time + zone_.size() + source_.size() + owner_.size() +
-                  version_.size() + parent_.size() + format_.size() + 4 * number_room(0);
+                  version_.size() + parent_.size() + format_.size() + basis_room + 4 * number_room(0);
 }
 
 void l2t_writer::write_record(const journal_entry& entry, text_buffer& out) {
@@ -59,6 +62,7 @@ void l2t_writer::write_record(const journal_entry& entry, text_buffer& out) {
     to = put_number(to, entry_number(entry.parent_ref), 8);
     to = put_text(to, format_);
     to = put_number(to, sequence_number(entry.file_ref), 4);
+    if (settings_.path_history) to = put_text(put_text(to, basis_text), basis_word(entry.basis));
     *to++ = '\n';
     out.end_at(to);
 }
@@ -79,8 +83,9 @@ void l2t_writer::write_header(text_buffer& out) {
 
 // Empty when nothing is known of the parent.
 std::string_view l2t_writer::full_path(const journal_entry& entry) {
-    if (!with_paths_ || entry.parent_path.empty() || entry.status == mft_status::parent_gone) return {};
-    path_text(entry, path_);
+    if (!with_paths_ || entry.parent_path.empty()) return {};
+    if (!settings_.path_history && entry.status == mft_status::parent_gone) return {};
+    uni::full_path(entry.parent_path, entry.name, path_);
     if (settings_.replaced_character != 0) replace_all(path_, settings_.replaced_character, settings_.replacement);
     mark_line_breaks(path_);
     return path_;
