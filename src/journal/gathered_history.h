@@ -3,6 +3,7 @@
 #pragma once
 
 #include "base/byte_view.h"
+#include "base/run_meter.h"
 #include "journal/directory_places.h"
 #include "journal/history_walk.h"
 
@@ -10,7 +11,8 @@
 
 class gathered_history {
 public:
-    gathered_history() : walk_(places_) {}
+    // The meter outlives the history.
+    explicit gathered_history(run_meter& meter) : meter_(meter), walk_(places_) {}
     gathered_history(const gathered_history&) = delete;
     gathered_history& operator=(const gathered_history&) = delete;
 
@@ -28,11 +30,13 @@ public:
     void end_walk();
 
     [[nodiscard]] directory_places& places() { return places_; }
+    [[nodiscard]] run_meter& meter() const { return meter_; }
 
     // See history_walk.
     [[nodiscard]] bool is_doubtful(std::uint64_t reported_offset) const { return walk_.is_doubtful(reported_offset); }
 
 private:
+    run_meter& meter_;
     directory_places places_;
     history_walk walk_;
     std::uint64_t next_offset_ = 0;  // of the stream

@@ -16,11 +16,7 @@ bool journal_intake::take(byte_view chunk, phase during, const scan& take_record
 }
 
 bool journal_intake::walk(byte_view chunk, std::uint64_t stream_offset) {
-    if (history_ != nullptr) {
-        const in_phase now(meter_, phase::history);
-        history_->take(chunk, stream_offset);
-        meter_.count(phase::history, 0, chunk.size());
-    }
+    if (history_ != nullptr) history_->take(chunk, stream_offset);
     return take(chunk, phase::decode, [&] { walk_chunk(records_, chunk, scratch_); });
 }
 

@@ -19,7 +19,7 @@ public:
 
     // Before the first chunk: gathers what is told of the paths that files had, for path resolution, which takes it;
     // null when it was not gathered.
-    void gather_history() { history_ = std::make_unique<gathered_history>(); }
+    void gather_history() { history_ = std::make_unique<gathered_history>(meter_); }
     [[nodiscard]] std::unique_ptr<gathered_history> take_history() { return std::move(history_); }
 
     // A chunk of the $J stream or of an extracted file, whole 4096-byte pages from the stream's start on, which lies at

@@ -7,6 +7,7 @@ past_paths::past_paths(std::unique_ptr<gathered_history> told, std::span<const n
                        const mft_testimony* mft)
     : told_(std::move(told)), directories_(pairs.size()) {
     told_->end_walk();
+    told_->meter().count(phase::history, pairs.size(), 0);
     directory_places& places = told_->places();
     std::uint64_t parent = 0;
     std::uint32_t number = 0;

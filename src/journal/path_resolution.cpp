@@ -41,6 +41,7 @@ public:
         resolve_groups();
         resolve_unread();
         if (told != nullptr) {
+            const in_phase now(told->meter(), phase::history);
             const mft_testimony mft = testimony_of(mft_source, shown_);
             found_->keep_past(std::make_unique<past_paths>(std::move(told), pairs_, &mft));
         }
@@ -151,6 +152,7 @@ bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source,
 }
 
 void resolve_past_paths(journal_collection& records, std::unique_ptr<gathered_history> told) {
+    const in_phase now(told->meter(), phase::history);
     const std::unique_ptr<reference_pairs> numbered = records.take_pairs();
     block_array<std::uint32_t> pair_of_record = numbered->take_numbers();
     const std::vector<numbered_pair> pairs = numbered->in_order();

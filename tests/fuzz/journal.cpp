@@ -1,12 +1,14 @@
 // The walk over a journal's bytes, the decoders, and every layout over what they yield.
 #include "fuzz_support.h"
 
+#include "journal/gathered_history.h"
 #include "journal/journal_walk.h"
+#include "journal/path_resolution.h"
 
 #include <array>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const std::array<usnjrnl_context, 8> layouts{
+    static const std::array<usnjrnl_context, 10> layouts{
         settings_from({"lorq", "-a"}),
         settings_from({"lorq", "-csv", "-show_offset"}),
         settings_from({"lorq", "-csvgen", "-base10", "-pair_datetime"}),
@@ -14,17 +16,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         settings_from({"lorq", "-bodyfile"}),
         settings_from({"lorq", "-a", "-xml", "-show_dir_path", "-pulltimes"}),
         settings_from({"lorq", "-a", "-xml", "-xml_escape", "-show_offset"}),
-        settings_from({"lorq", "-multiline", "-no_whitespace"})};
+        settings_from({"lorq", "-multiline", "-no_whitespace"}),
+        settings_from({"lorq", "-a", "-csv", "-path_history"}),
+        settings_from({"lorq", "-bodyfile", "-path_history"})};
     fuzz_input in(data, size);
     const bool by_pages = in.number<std::uint8_t>() % 2 == 0;  // as of a file; of a volume by larger chunks
     run_meter meter;
     journal_intake intake(meter);
+    intake.gather_history();
+    intake.records().number_pairs();
     for (std::uint64_t at = 0; !in.empty();) {
         const auto piece = in.take(by_pages ? journal_page_size : 4 * journal_page_size);
         const bytes chunk(piece.begin(), piece.end());
-        intake.walk(byte_view(chunk, at));
+        intake.walk(byte_view(chunk, at), at);
         at += chunk.size();
     }
+    resolve_past_paths(intake.records(), intake.take_history());
     for (const usnjrnl_context& layout : layouts) write_all(layout, intake);
     return 0;
 }

@@ -2,6 +2,11 @@
 
 #include "base/file_reference.h"
 #include "journal/history_walk.h"
+#include "journal/path_resolution.h"
+#include "journal/volume_journal.h"
+#include "ntfs/mft_rebuild.h"
+#include "ntfs/opened_volume.h"
+#include "ntfs/standard_information.h"
 #include "support/volume_life.h"
 
 #include <gtest/gtest.h>
@@ -101,6 +106,116 @@ tally judge(const volume_life& life, const leftover& left, const exported_mft* m
     return found;
 }
 
+// ---- The same by a whole run ----------------------------------------------------------------------------------------
+
+constexpr std::uint64_t journal_lcn = 32;
+
+made_attribute standard_information(std::uint64_t last_usn) {
+    made_attribute made{.type = attribute_type::standard_information, .value = bytes(72)};
+    poke<std::uint64_t>(made.value, standard_information_value::last_usn, last_usn);
+    return made;
+}
+
+// The MFT at some time, and what is left of the journal at its place behind a hole.
+bytes image_of(const volume_life::entries& entries, const leftover& left) {
+    constexpr std::uint16_t directory = mft_record::flag_directory, used = mft_record::flag_in_use;
+    ntfs_image_builder made;
+    made.build();
+    const auto begin = left.journal.begin() + static_cast<std::ptrdiff_t>(left.begin);
+    const std::uint64_t before = (left.first_usn + left.begin) / page, clusters = (left.journal.size() - left.begin) / page;
+    std::vector<made_run> runs{{journal_lcn, clusters}};
+    if (before != 0) runs.insert(runs.begin(), {hole, before});
+    made.put(5, {.attributes = {index_root({11})}, .flags = used | directory, .sequence = 5});
+    made.put(11,
+             {.attributes = {name_attribute(u"$Extend", reference(5, 5)), index_root({12})}, .flags = used | directory});
+    made.put(12, {.attributes = {name_attribute(u"$UsnJrnl", reference(11, 1)),
+                                 {.name = u"$J", .runs = run_list(runs), .real_size = (before + clusters) * page}}});
+    for (const auto& [number, one] : entries) {
+        if (number == 5 || one.name.empty()) continue;
+        const auto flags = static_cast<std::uint16_t>((one.in_use ? used : 0) | (one.directory ? directory : 0));
+        made.put(number, {.attributes = {standard_information(one.last_usn),
+                                         name_attribute(u"SHORT~1", 0, name_space::dos),
+                                         name_attribute(one.name, reference(one.parent, entries.at(one.parent).sequence),
+                                                        name_space::win32)},
+                          .flags = flags,
+                          .sequence = one.sequence});
+    }
+    made.write(journal_lcn * page, {begin, left.journal.end()});
+    return made.image;
+}
+
+struct run {
+    run() {
+        intake.gather_history();
+        intake.records().number_pairs();
+    }
+
+    // As with -file; pages that cannot be read are lost.
+    void read_file(const leftover& left) {
+        for (std::size_t at = left.begin, offset = 0; at < left.journal.size(); at += page) {
+            if (left.cut[at / page]) continue;
+            if (left.unreadable[at / page]) {
+                intake.lose(1, page);
+            } else {
+                intake.walk(byte_view(std::span(left.journal).subspan(at, page), offset), offset);
+            }
+            offset += page;
+        }
+    }
+
+    tally judge(const volume_life& life) {
+        std::map<std::int64_t, const volume_life::lived_record*> lived;
+        for (const auto& one : life.records()) lived[static_cast<std::int64_t>(one.record.usn)] = &one;
+        tally found;
+        ordered_reader records(intake.records(), meter);
+        journal_entry entry;
+        while (records.next(entry)) {
+            const auto at = lived.find(entry.usn);
+            if (at == lived.end() || entry.file_ref != at->second->record.file_ref) continue;
+            const auto word = static_cast<std::size_t>(entry.basis);
+            ++found.all[word];
+            if (entry.parent_path == at->second->path) continue;
+            ++found.wrong[word];
+            EXPECT_NE(entry.basis, path_basis::exact) << entry.parent_path << " for " << at->second->path;
+        }
+        return found;
+    }
+
+    run_meter meter;
+    journal_intake intake{meter};
+    progress shown;
+};
+
+enum class source : std::uint8_t { volume, rebuilt, files, journal };
+
+// `entries`: of the volume, or of the exported MFT.
+tally judge_run(const volume_life& life, const leftover& left, const volume_life::entries& entries, source from) {
+    run one;
+    bytes image = image_of(entries, left);
+    if (from == source::journal || from == source::files) one.read_file(left);
+    if (from == source::journal) {
+        resolve_past_paths(one.intake.records(), one.intake.take_history());
+        return one.judge(life);
+    }
+    opened_volume disk(image);
+    for (std::size_t i = 0; i < left.unreadable.size(); ++i) {
+        const std::size_t at = journal_lcn * page + i * page - left.begin;
+        if (left.unreadable[i]) disk.faults.bad.emplace_back(at, at + page);
+    }
+    if (from == source::files) {
+        const auto mft = image.begin() + ntfs_image_builder::mft_lcn * page;
+        disk_reader reader;
+        reader.open(std::make_unique<memory_source>(bytes(mft, mft + 16 * page)));
+        EXPECT_TRUE(disk.volume.open_mft_file(std::move(reader)));
+    } else {
+        EXPECT_TRUE(from == source::rebuilt ? rebuild_mft(disk.volume, one.shown) == rebuild_result::rebuilt
+                                            : disk.volume.mount());
+        EXPECT_EQ(read_volume_journal(disk.volume, one.intake, one.shown, [] {}), journal_found::yes);
+    }
+    EXPECT_TRUE(resolve_journal_paths(one.intake.records(), disk.volume, false, one.shown, one.intake.take_history()));
+    return one.judge(life);
+}
+
 void note(const char* what, const tally& of) {
     std::string words;
     for (std::size_t i = 0; i < of.all.size(); ++i) {
@@ -111,7 +226,7 @@ void note(const char* what, const tally& of) {
 
 TEST(PathHistory, WholeOrTheLastOfAJournal) {
     for (const std::size_t part : {1U, 2U, 5U}) {
-        tally with_mft, without;
+        tally with_mft, without, of_volume, of_files;
         for (std::uint64_t seed = 1; seed <= 200; ++seed) {
             volume_life life(seed, seed % 3 * 0x100000);
             while (life.records().size() < 400) life.go_on();
@@ -121,7 +236,15 @@ TEST(PathHistory, WholeOrTheLastOfAJournal) {
             const exported_mft mft{life.mft(), seed % 2 == 0 ? mft_origin::exported : mft_origin::volume};
             with_mft += judge(life, left, &mft);
             without += judge(life, left, nullptr);
+            of_volume += judge_run(life, left, life.mft(), source::volume);
+            of_files += judge_run(life, left, life.mft(), source::files);
         }
+        for (const tally& every : {of_volume, of_files}) {
+            EXPECT_EQ(every.wrong, (std::array<int, 4>{}));
+            EXPECT_EQ(every.all[2] + every.all[3], 0);
+        }
+        note(("volume, 1/" + std::to_string(part)).c_str(), of_volume);
+        note(("files, 1/" + std::to_string(part)).c_str(), of_files);
         note(("with MFT, 1/" + std::to_string(part)).c_str(), with_mft);
         note(("without, 1/" + std::to_string(part)).c_str(), without);
     }
@@ -415,6 +538,7 @@ bool loses_unseen(const leftover& left, const volume_life& life) {
 
 TEST(PathHistory, WhatIsMissingIsNeverExactAndWrong) {
     tally own, earlier, later, rebuilt, none;
+    std::map<const char*, tally> runs;
     int unseen = 0;
     for (std::uint64_t seed = 1; seed <= 600; ++seed) {
         std::mt19937_64 random(seed);
@@ -434,6 +558,13 @@ TEST(PathHistory, WhatIsMissingIsNeverExactAndWrong) {
         earlier += judge(life, left, &before);
         const exported_mft together{life.mft(), mft_origin::rebuilt};
         rebuilt += judge(life, left, &together);
+        if (seed % 4 == 0) {
+            runs["volume run"] += judge_run(life, left, after.entries, source::volume);
+            runs["rebuilt run"] += judge_run(life, left, after.entries, source::rebuilt);
+            runs["files run, earlier"] += judge_run(life, left, before.entries, source::files);
+            runs["files run, later"] += judge_run(life, left, after.entries, source::files);
+            runs["journal run"] += judge_run(life, left, after.entries, source::journal);
+        }
         none += judge(life, left, nullptr);
         leftover beginning = left;
         beginning.journal.resize(beginning.journal.size() / page / 2 * page);
@@ -441,6 +572,7 @@ TEST(PathHistory, WhatIsMissingIsNeverExactAndWrong) {
         volume_life first_half = life;
         later += judge(first_half, beginning, &much_later);
     }
+    for (const auto& [name, all] : runs) note(name, all);
     note("own", own);
     note("earlier", earlier);
     note("later", later);
