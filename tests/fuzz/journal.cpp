@@ -20,10 +20,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         settings_from({"lorq", "-a", "-csv", "-path_history"}),
         settings_from({"lorq", "-bodyfile", "-path_history"})};
     fuzz_input in(data, size);
-    const bool by_pages = in.number<std::uint8_t>() % 2 == 0;  // as of a file; of a volume by larger chunks
+    const auto kind = in.number<std::uint8_t>();
+    const bool by_pages = kind % 2 == 0;  // as of a file; of a volume by larger chunks
+    const bool with_history = (kind & 2U) != 0;
     run_meter meter;
     journal_intake intake(meter);
-    intake.gather_history();
+    if (with_history) intake.gather_history();
     intake.records().number_pairs();
     for (std::uint64_t at = 0; !in.empty();) {
         const auto piece = in.take(by_pages ? journal_page_size : 4 * journal_page_size);
@@ -31,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         intake.walk(byte_view(chunk, at), at);
         at += chunk.size();
     }
-    resolve_past_paths(intake.records(), intake.take_history());
+    if (with_history) resolve_past_paths(intake.records(), intake.take_history());
     for (const usnjrnl_context& layout : layouts) write_all(layout, intake);
     return 0;
 }
