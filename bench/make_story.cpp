@@ -22,7 +22,8 @@ namespace {
 constexpr std::string_view usage =
     "usage: lorq-make-story IMAGE LIST BIG [DIRECTORIES FILES RECORDS]\n"
     "  BIG          files of the largest directory of the story\n"
-    "  DIRECTORIES  and so on: no story but so many directories and files, with so many records in no order\n"
+    "  DIRECTORIES  and so on: no story but so many directories and files, with so many records in no order, a tenth\n"
+    "               of them of directories, of which a tenth had another name in the first half\n"
     "LIST has a line for each record, with tabs between status, path and the FILETIME of the file's creation. It was "
     "modified\n"
     "a tenth of a second later, accessed three tenths later. A file that was linked has no time there.\n";
@@ -71,6 +72,7 @@ public:
             times_[file] = time;
         } else {
             directories_[file] = {std::u16string(name), folder};
+            ever_directories_.insert(file);
         }
         demand(ntfs_inode_close_in_dir(made, parent.get()) == 0, "cannot close a file");
         links_.insert({folder, file});
@@ -198,7 +200,7 @@ private:
             poke(record, 24, std::uint64_t{journal.size()});
             poke(record, 32, time += 10'000'000);
             poke(record, 40, std::uint32_t{0x80000100});
-            poke(record, 52, std::uint32_t{0x20});
+            poke(record, 52, ever_directories_.contains(one.file) ? std::uint32_t{0x10} : std::uint32_t{0x20});
             poke(record, 56, static_cast<std::uint16_t>(one.name.size() * 2));
             poke(record, 58, std::uint16_t{60});
             std::memcpy(record.data() + 60, one.name.data(), one.name.size() * 2);
@@ -218,6 +220,7 @@ private:
 
     ntfs_volume* volume_ = nullptr;
     std::map<file_ref, folder_name> directories_;  // those that live
+    std::set<file_ref> ever_directories_;
     std::set<std::pair<file_ref, file_ref>> links_;
     std::set<file_ref> named_elsewhere_;  // in the same directory
     std::map<file_ref, std::uint64_t> times_;
@@ -272,15 +275,23 @@ void tell(story& told, std::uint64_t big) {
 void populate(story& told, std::uint64_t directories, std::uint64_t files, std::uint64_t records) {
     std::mt19937_64 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same story every time
     std::vector<file_ref> folders;
+    std::vector<file_ref> above;
     std::vector<std::pair<std::size_t, file_ref>> made;
     for (std::uint64_t i = 0; i < directories; ++i) {
-        const file_ref above = i < 20 ? story::root : folders[random() % std::min<std::uint64_t>(i, 2000)];
-        folders.push_back(told.create(above, numbered(u"folder ", i), true));
+        above.push_back(i < 20 ? story::root : folders[random() % std::min<std::uint64_t>(i, 2000)]);
+        folders.push_back(told.create(above[i], numbered(u"folder ", i), true));
         for (std::uint64_t j = i * files / directories; j < (i + 1) * files / directories; ++j) {
             made.emplace_back(i, told.create(folders[i], numbered(u"document number ", j)));
         }
     }
     for (std::uint64_t i = made.size() + folders.size(); i < records; ++i) {
+        if (i % 10 == 0) {
+            const std::size_t folder = random() % folders.size();
+            const bool had_another = folder % 10 == 0 && i < records / 2;
+            told.note(folders[folder], above[folder],
+                      numbered(had_another ? u"the earlier folder " : u"folder ", folder));
+            continue;
+        }
         const std::size_t file = random() % made.size();
         told.note(made[file].second, folders[made[file].first], numbered(u"document number ", file));
     }

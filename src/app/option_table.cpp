@@ -91,6 +91,12 @@ bool read_all(option_run& run, const std::string&) {
     return true;
 }
 
+bool tell_past_paths(option_run& run, const std::string&) {
+    run.settings.layout.path_history = run.settings.reading.path_history = true;
+    run.settings.reading.show_dir_path = true;
+    return true;
+}
+
 template <bool reading_settings::*area>
 bool include(option_run& run, const std::string&) {
     run.settings.reading.*area = true;
@@ -281,6 +287,7 @@ constexpr option journal_options[] = {
     flag("-pulltimes", pull_times),
     flag("-a", switch_to<&uni::layout_settings::closed_only, false>),
     flag("-show_dir_path", switch_to<&reading_settings::show_dir_path>),
+    flag("-path_history", tell_past_paths),
     valued("-mftfile", set_mft_file),
     flag("-show_offset", switch_to<&uni::layout_settings::show_offset>),
     flag("-include_slack_space", include<&reading_settings::include_slack>),

@@ -2,6 +2,7 @@
 
 #include "app/volume_opening.h"
 #include "journal/carving.h"
+#include "journal/gathered_history.h"
 #include "journal/journal_file.h"
 #include "journal/path_resolution.h"
 #include "journal/volume_journal.h"
@@ -26,6 +27,7 @@ public:
     void pull() {
         open_mft_source();
         if (with_paths_) intake_.records().number_pairs();
+        if (asked_.path_history) intake_.gather_history();
         if (source_.kind == source_kind::extracted_file) {
             pull_file();
         } else {
@@ -34,17 +36,23 @@ public:
         report_lost_bytes();
     }
 
-    // Path columns without an MFT would call every file deleted, so they are left out and the user is told.
+    // Path columns without an MFT would call every file deleted, so they are left out and the user is told. The paths
+    // that files had are known without one too.
     void resolve_paths() {
         if (!with_paths_) return;
         const in_phase resolving(console_.meter, phase::resolve);
-        ntfs_volume* const mft_source = mft_file_ != nullptr ? mft_file_.get() : volume_.get();
-        const std::uint64_t read_before = mft_source == nullptr ? 0 : mft_source->reader().bytes_read();
-        if (mft_source != nullptr &&
-            resolve_journal_paths(intake_.records(), *mft_source,
-                                  {.pull_times = asked_.pull_times, .complete = asked_.complete}, console_.shown)) {
+        std::unique_ptr<gathered_history> history = intake_.take_history();
+        if (history != nullptr) announce("analyzing: path history...\n");
+        ntfs_volume* const mft_source = mft_file_ != nullptr ? mft_file_.get() : mft_refused_ ? nullptr : volume_.get();
+        const bool has_mft = mft_source != nullptr && mft_source->mount();
+        const std::uint64_t read_before = has_mft ? mft_source->reader().bytes_read() : 0;
+        const resolution_settings wanted{.pull_times = asked_.pull_times, .complete = asked_.complete};
+        if (has_mft &&
+            resolve_journal_paths(intake_.records(), *mft_source, wanted, console_.shown, std::move(history))) {
             const std::uint64_t read = mft_source->reader().bytes_read() - read_before;
             console_.meter.count(phase::resolve, intake_.records().size(), read);
+        } else if (history != nullptr) {
+            resolve_past_paths(intake_.records(), std::move(history), asked_.complete);
         } else {
             console_.status.report_problem("prob no usable $MFT, paths not resolved\n");
         }
@@ -56,10 +64,12 @@ private:
         if (asked_.mft_file_path.empty()) return;
         mft_file_ = std::make_unique<ntfs_volume>(console_.log);
         if (asked_.complete) mft_file_->take_records(record_sizes::all);
-        with_paths_ = mft_file_->open_mft_file(asked_.mft_file_path);
-        if (with_paths_) return;
+        mft_refused_ = !mft_file_->open_mft_file(asked_.mft_file_path);
+        if (!mft_refused_) return;
         mft_file_.reset();
-        console_.status.report_problem("prob opening mft file: %s, paths not resolved\n", asked_.mft_file_path.c_str());
+        with_paths_ = asked_.path_history;
+        console_.status.report_problem("prob opening mft file: %s, %s\n", asked_.mft_file_path.c_str(),
+                                       with_paths_ ? "paths are told by the journal alone" : "paths not resolved");
     }
 
     void pull_file() {
@@ -159,6 +169,7 @@ private:
     std::unique_ptr<ntfs_volume> mft_file_;
     const reading_settings& asked_;
     bool with_paths_;
+    bool mft_refused_ = false;  // the one that was given cannot be read
     journal_intake& intake_;
     const run_console& console_;
 };

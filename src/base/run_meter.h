@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-enum class phase : std::uint8_t { read, decode, carve, resolve, order, write, none };
+enum class phase : std::uint8_t { read, decode, carve, resolve, order, write, history, none };
 
 class run_meter {
 public:
@@ -20,7 +20,8 @@ public:
     // What the phase handled, more than before.
     void count(phase in, std::uint64_t records, std::uint64_t bytes);
 
-    // "read: 0.25 secs, 10 records, 1000 bytes" for each phase; nothing when none was timed.
+    // "read: 0.25 secs, 10 records, 1000 bytes" for each phase, for that of path history only when it handled anything;
+    // nothing when none was timed.
     [[nodiscard]] std::vector<std::string> lines() const;
 
 private:

@@ -1,5 +1,6 @@
 #include "journal/carving_scan.h"
 
+#include "journal/gathered_history.h"
 #include "journal/journal_walk.h"
 #include "journal/usn_record.h"
 
@@ -20,7 +21,8 @@ bool carve_record(byte_view candidate, const carving_pass& pass, journal_entry& 
 
 }  // namespace
 
-void carve_chunk(journal_collection& records, byte_view chunk, const carving_pass& pass, journal_entry& scratch) {
+void carve_chunk(journal_collection& records, byte_view chunk, const carving_pass& pass, journal_entry& scratch,
+                 gathered_history* history) {
     std::size_t at = 0;
     while (at < chunk.size()) {
         const byte_view rest = chunk.from(at);
@@ -28,6 +30,7 @@ void carve_chunk(journal_collection& records, byte_view chunk, const carving_pas
         if (!rest.get(usn_header::record_length, length) || length > rest.size()) break;
         if (length != 0 && carve_record(rest, pass, scratch)) {
             records.add(scratch);
+            if (history != nullptr) history->take_carved(rest);
             at += length;
             continue;
         }

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <string>
 
+class gathered_history;
+
 // The pass that carves, and what it puts on its records.
 struct carving_pass {
     record_origin origin = record_origin::unallocated;
@@ -18,5 +20,6 @@ struct carving_pass {
 };
 
 // Adds what passes every check under the pass's entry bound, with the marks of the pass. `chunk`: its image_offset is
-// the place on the source. `scratch` is overwritten.
-void carve_chunk(journal_collection& records, byte_view chunk, const carving_pass& pass, journal_entry& scratch);
+// the place on the source. `scratch` is overwritten. `history`, unless it is null, is told of them too.
+void carve_chunk(journal_collection& records, byte_view chunk, const carving_pass& pass, journal_entry& scratch,
+                 gathered_history* history = nullptr);

@@ -2,6 +2,7 @@
 
 #include "base/file_reference.h"
 #include "journal/complete_walk.h"
+#include "journal/gathered_history.h"
 #include "journal/journal_walk.h"
 #include "journal/sound_record.h"
 #include "journal/usn_record.h"
@@ -34,7 +35,8 @@ bool crosses_page(const sound_record& record) {
 }
 
 void add_stray(journal_collection& records, const sound_record& record, byte_view bytes, std::uint64_t offset,
-               const carving_pass& pass, journal_entry& scratch) {
+               const carving_pass& pass, journal_entry& scratch, gathered_history* history) {
+    if (history != nullptr) history->take_carved(bytes);
     take_sound_record(record, bytes, offset, scratch);
     scratch.origin = pass.origin;
     scratch.snapshot_label = pass.label;
@@ -45,16 +47,17 @@ void add_stray(journal_collection& records, const sound_record& record, byte_vie
 
 }  // namespace
 
-void stray_scan::take(journal_collection& records, byte_view piece, const carving_pass& pass, journal_entry& scratch) {
+void stray_scan::take(journal_collection& records, byte_view piece, const carving_pass& pass, journal_entry& scratch,
+                      gathered_history* history) {
     const bool small_clusters = pass.cluster_size != 0 && pass.cluster_size < journal_page_size;
     if (!small_clusters || joined_end_ != piece.image_offset() || origin_ != pass.origin) joined_.clear();
-    std::size_t at = joined_.empty() ? 0 : take_crossing(records, piece, pass, scratch);
+    std::size_t at = joined_.empty() ? 0 : take_crossing(records, piece, pass, scratch, history);
     std::size_t open = piece.size();  // where a record begins that may end in the next piece
     sound_record record;
     while ((at = next_header(piece, at)) < piece.size()) {
         const byte_view rest = piece.from(at);
         if (read_sound_stray(rest, record)) {
-            add_stray(records, record, rest, rest.image_offset(), pass, scratch);
+            add_stray(records, record, rest, rest.image_offset(), pass, scratch, history);
             at += record.length;
             continue;
         }
@@ -74,7 +77,7 @@ void stray_scan::take(journal_collection& records, byte_view piece, const carvin
 // behind them, from the first place on where a record may begin that needs more than both. The result is the first
 // place of the piece that no record was found at.
 std::size_t stray_scan::take_crossing(journal_collection& records, byte_view piece, const carving_pass& pass,
-                                      journal_entry& scratch) {
+                                      journal_entry& scratch, gathered_history* history) {
     const std::size_t before = joined_.size();
     joined_.insert(joined_.end(), piece.bytes().begin(), piece.bytes().end());
     const byte_view both(joined_, piece.image_offset() - before);
@@ -83,7 +86,7 @@ std::size_t stray_scan::take_crossing(journal_collection& records, byte_view pie
         const byte_view rest = both.from(at);
         if (claimed_length(rest) <= before - at) continue;  // was looked at in its own piece
         if (read_sound_stray(rest, record) && !crosses_page(record)) {
-            add_stray(records, record, rest, rest.image_offset(), pass, scratch);
+            add_stray(records, record, rest, rest.image_offset(), pass, scratch, history);
             joined_.clear();
             return at + record.length - before;
         }

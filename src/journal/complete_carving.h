@@ -18,11 +18,13 @@ public:
     // those beyond its entry bound, when it is not 0, as foreign ones. Where clusters are smaller than a page of the
     // journal, a record that began in the piece before, its neighbour on the source, is whole when by its own USN it
     // crosses no such page. `scratch` is overwritten.
-    void take(journal_collection& records, byte_view piece, const carving_pass& pass, journal_entry& scratch);
+    // `history`, unless it is null, is told of them too.
+    void take(journal_collection& records, byte_view piece, const carving_pass& pass, journal_entry& scratch,
+              gathered_history* history = nullptr);
 
 private:
     [[nodiscard]] std::size_t take_crossing(journal_collection& records, byte_view piece, const carving_pass& pass,
-                                            journal_entry& scratch);
+                                            journal_entry& scratch, gathered_history* history);
 
     std::vector<std::uint8_t> joined_;  // bytes of earlier pieces, where a record may begin, then of the one behind
     std::uint64_t joined_end_ = 0;      // their place on the source

@@ -66,9 +66,8 @@ void walk_chunk_complete(journal_collection& journal, byte_view chunk, std::span
     while (at < chunk.size()) {
         const byte_view rest = chunk.from(at);
         if (read_sound_record(rest, record)) {
-            while (parts.size() > 1 && parts[1].begin <= at) parts = parts.subspan(1);
             if (accounted < at) account.no_record_bytes += bytes_between(chunk, accounted, at);
-            take_sound_record(record, rest, parts.front().offset + (at - parts.front().begin), scratch);
+            take_sound_record(record, rest, reported_offset(parts, at), scratch);
             journal.add(scratch);
             at += record.length;
             accounted = at;

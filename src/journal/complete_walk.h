@@ -6,17 +6,12 @@
 #include "journal/account.h"
 #include "journal/journal_collection.h"
 #include "journal/journal_entry.h"
+#include "journal/placed_part.h"
 #include "journal/sound_record.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
-
-// A part of a chunk that lies together on the source.
-struct placed_part {
-    std::size_t begin = 0;     // in the chunk
-    std::uint64_t offset = 0;  // of its first byte, to be reported
-};
 
 // Adds the sound records of a chunk. Behind each the next one is looked for at once, behind anything else 8 bytes on.
 // A header that names a record which is not sound counts as that, with the bytes that it claims; sound records are

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -12,6 +13,7 @@ constexpr std::size_t longest_name_units = 255;
 
 // How many entries ahead of the reader memory is fetched.
 constexpr std::size_t record_lead = 8;
+constexpr std::size_t step_lead = 16;
 constexpr std::size_t text_lead = 8;
 constexpr std::size_t cache_line = 64;
 
@@ -21,6 +23,12 @@ std::uint8_t marks_of(const journal_entry& entry) {
         (entry.valid != 0 ? record_marks::valid : 0U) |
         static_cast<unsigned>(entry.origin) << record_marks::origin_shift | version << record_marks::version_shift |
         (entry.has_details ? record_marks::details : 0U) | (entry.foreign ? record_marks::foreign : 0U));
+}
+
+// All that the journal tells of a record.
+auto fields_of(const packed_record& of) {
+    return std::tuple(of.usn, of.file_ref, of.parent_ref, of.timestamp, of.reason, of.source_info, of.security_id,
+                      of.file_attributes, std::u16string_view(of.name(), of.name_units));
 }
 
 }  // namespace
@@ -47,6 +55,7 @@ void journal_collection::add(const journal_entry& entry) {
     into->name_units = static_cast<std::uint8_t>(units);
     into->marks = marks_of(entry);
     std::copy_n(entry.name.data(), units, into->name());
+    any_carved_ = any_carved_ || entry.origin != record_origin::journal;
     if (entry.has_details) details_.add(count_, entry.details);
     if (!entry.snapshot_label.empty() || !labels_.empty()) note_label(entry.snapshot_label);
     if (pairs_ != nullptr) pairs_->add({entry.parent_ref, entry.file_ref});
@@ -77,17 +86,28 @@ bool ordered_reader::next(journal_entry& entry) {
     upcoming_record& now = upcoming_[at_];
     if (now.record == nullptr) return false;
     unpack(now, entry);
+    const resolved_paths* const paths = from_.paths_.get();
+    past_paths* const past = paths == nullptr ? nullptr : paths->past();
+    if (past != nullptr) past->fill(now.pair, journal_offset(*now.record), entry);
     if (repeats_) {
         repeats_->fill_others(now.record, also_in_);
         entry.also_in = also_in_;
     }
     now = look_ahead();
     at_ = (at_ + 1) % upcoming_.size();
-    if (const resolved_paths* const paths = from_.paths_.get(); paths != nullptr) {
-        const upcoming_record& soon = upcoming_[(at_ + text_lead) % upcoming_.size()];
-        const char* const text = paths->text_place(soon.pair);
-        __builtin_prefetch(text);
-        __builtin_prefetch(text + cache_line);
+    if (paths != nullptr) {
+        const std::uint32_t soon = upcoming_[(at_ + text_lead) % upcoming_.size()].pair;
+        const auto fetch_text = [](const char* text) {
+            __builtin_prefetch(text);
+            __builtin_prefetch(text + cache_line);
+        };
+        fetch_text(paths->text_place(soon));
+        if (past != nullptr) {
+            const std::uint32_t later = upcoming_[(at_ + step_lead) % upcoming_.size()].pair;
+            __builtin_prefetch(past->step_place(later));
+            __builtin_prefetch(past->text_holder(later));
+            fetch_text(past->text_place(soon));
+        }
     }
     return true;
 }
@@ -99,6 +119,9 @@ ordered_reader::upcoming_record ordered_reader::look_ahead() {
     soon.pair = from_.paths_->pair_of(static_cast<std::size_t>(soon.record->arrival()));
     __builtin_prefetch(from_.paths_->outcome_place(soon.pair));
     __builtin_prefetch(from_.paths_->times_place(soon.pair));
+    if (const past_paths* const past = from_.paths_->past(); past != nullptr) {
+        __builtin_prefetch(past->directory_place(soon.pair));
+    }
     return soon;
 }
 
@@ -157,6 +180,27 @@ void ordered_reader::put_in_order(const record_run& run) {
     }
     stray_place_ = 0;
     meter_.count(phase::order, run.size(), run.size() * sizeof(keyed_record));
+}
+
+// Where a record stands in the journal: a carved one that is the copy of a record there stands where that one does.
+// Both have the same time, so the one of the journal came first.
+std::optional<std::uint64_t> ordered_reader::journal_offset(const packed_record& record) {
+    const bool of_journal = record_marks::origin_of(record.marks) == record_origin::journal;
+    if (!from_.any_carved_) return record.record_offset;
+    if (!same_time_.empty() && same_time_.front()->timestamp != record.timestamp) {
+        same_time_.clear();
+        same_time_in_order_ = false;
+    }
+    if (of_journal) {
+        same_time_.push_back(&record);
+        return record.record_offset;
+    }
+    const auto before = [](const packed_record* a, const packed_record* b) { return fields_of(*a) < fields_of(*b); };
+    if (!same_time_in_order_) std::ranges::sort(same_time_, before);
+    same_time_in_order_ = true;
+    const auto copied = std::ranges::lower_bound(same_time_, &record, before);
+    if (copied == same_time_.end() || before(&record, *copied)) return std::nullopt;
+    return (*copied)->record_offset;
 }
 
 void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) const {

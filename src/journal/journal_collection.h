@@ -61,6 +61,7 @@ private:
     chunk_pool pool_;
     record_run in_order_;
     stray_records strays_;
+    bool any_carved_ = false;
     kept_details details_;
     std::vector<labelled_stretch> labels_;         // where the shadow-copy label changes; few in any run
     std::unique_ptr<reference_pairs> pairs_;       // null: they are not numbered
@@ -97,6 +98,7 @@ private:
     [[nodiscard]] const packed_record* next_stray();
     void put_in_order(const record_run& run);
     void unpack(const upcoming_record& next, journal_entry& entry) const;
+    [[nodiscard]] std::optional<std::uint64_t> journal_offset(const packed_record& record);
 
     const journal_collection& from_;
     run_meter& meter_;
@@ -110,6 +112,10 @@ private:
     std::vector<keyed_record> stray_order_;  // when it did not
     std::vector<keyed_record> passed_;       // kept for the next such run
     std::size_t stray_place_ = 0;            // in stray_order_
+
+    // Those of the journal that have the time of the record at hand, in an order of their fields once it was asked for.
+    std::vector<const packed_record*> same_time_;
+    bool same_time_in_order_ = false;
 
     // The records that come next, so that memory is fetched before it is needed.
     std::array<upcoming_record, 32> upcoming_;

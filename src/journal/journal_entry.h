@@ -4,6 +4,7 @@
 #pragma once
 
 #include "base/file_reference.h"
+#include "journal/path_basis.h"
 
 #include <compare>
 #include <cstdint>
@@ -16,8 +17,8 @@
 enum class record_origin : std::uint8_t { journal, unallocated, shadow_copy, slack };
 
 // What the MFT says of a record's file: its parent directory is gone, does not name it, names it only in what is left
-// of an index entry, or names it.
-enum class mft_status : std::uint8_t { parent_gone, entry_gone, remnant, valid };
+// of an index entry, or names it. Unknown: there is no MFT.
+enum class mft_status : std::uint8_t { parent_gone, entry_gone, remnant, valid, unknown };
 
 // A place where a record was found once more; the label is that of a shadow copy.
 struct found_elsewhere {
@@ -68,6 +69,12 @@ struct journal_entry {
     std::string_view parent_path;  // UTF-8, ends with "\"
     std::uint32_t path_number =
         0;  // which of the run's paths that is, 0 for none: what is found out of one serves again
+
+    // With path history, when the path is the one that the directory had when the record was written.
+    path_basis basis = path_basis::exact;
+    std::string_view path_now;  // the one by the MFT; empty when it is the same or not known
+    std::uint32_t path_now_number = 0;
+
     std::uint64_t index_created = 0;  // FILETIMEs of the parent's index entry, 0 when not pulled
     std::uint64_t index_modified = 0;
     std::uint64_t index_mft_changed = 0;

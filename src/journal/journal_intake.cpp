@@ -21,6 +21,7 @@ bool journal_intake::walk(byte_view chunk) {
 }
 
 bool journal_intake::walk(byte_view chunk, std::span<const placed_part> parts) {
+    if (history_ != nullptr) history_->take(chunk, complete_ ? parts : parts.first(1));
     return take(chunk, phase::decode, [&] {
         if (complete_) {
             walk_chunk_complete(records_, chunk, parts, account_, scratch_);
@@ -31,11 +32,12 @@ bool journal_intake::walk(byte_view chunk, std::span<const placed_part> parts) {
 }
 
 bool journal_intake::carve(byte_view chunk, const carving_pass& pass) {
+    if (history_ != nullptr) history_->end_walk();
     return take(chunk, phase::carve, [&] {
         if (complete_) {
-            strays_.take(records_, chunk, pass, scratch_);
+            strays_.take(records_, chunk, pass, scratch_, history_.get());
         } else {
-            carve_chunk(records_, chunk, pass, scratch_);
+            carve_chunk(records_, chunk, pass, scratch_, history_.get());
         }
     });
 }
@@ -48,5 +50,6 @@ record_account journal_intake::account() const {
 }
 
 void journal_intake::lose(std::uint64_t pieces, std::uint64_t bytes_each) {
+    if (history_ != nullptr && pieces != 0 && bytes_each != 0) history_->lose();
     lost_bytes_ = saturating_sum(lost_bytes_, saturating_product(pieces, bytes_each));
 }

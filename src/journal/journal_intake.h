@@ -8,10 +8,12 @@
 #include "journal/carving_scan.h"
 #include "journal/complete_carving.h"
 #include "journal/complete_walk.h"
+#include "journal/gathered_history.h"
 #include "journal/journal_collection.h"
 #include "journal/journal_entry.h"
 
 #include <cstdint>
+#include <memory>
 #include <span>
 
 class journal_intake {
@@ -20,6 +22,11 @@ public:
     explicit journal_intake(run_meter& meter, bool complete = false) : meter_(meter), complete_(complete) {}
 
     [[nodiscard]] bool complete() const { return complete_; }
+
+    // Before the first chunk: gathers what is told of the paths that files had, for path resolution, which takes it;
+    // null when it was not gathered.
+    void gather_history() { history_ = std::make_unique<gathered_history>(meter_); }
+    [[nodiscard]] std::unique_ptr<gathered_history> take_history() { return std::move(history_); }
 
     // A chunk of the $J stream or of an extracted file, whole 4096-byte pages from the stream's start on, in a complete
     // intake also parts of them. Its image_offset is its place in the stream, and the offset to report for its first
@@ -59,6 +66,7 @@ private:
     record_account account_;
     std::uint64_t reduced_ = 0;
     journal_collection records_;
+    std::unique_ptr<gathered_history> history_;
     std::uint64_t lost_bytes_ = 0;
     journal_entry scratch_;
 };

@@ -1,7 +1,10 @@
 #include "journal/path_resolution.h"
 
 #include "base/file_reference.h"
+#include "journal/gathered_history.h"
 #include "journal/journal_collection.h"
+#include "journal/mft_witnesses.h"
+#include "journal/past_paths.h"
 #include "journal/reference_pairs.h"
 #include "journal/resolved_paths.h"
 #include "ntfs/directory_listing.h"
@@ -12,6 +15,7 @@
 #include <array>
 #include <memory>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -36,10 +40,15 @@ public:
           shown_(shown),
           asked_(asked) {}
 
-    void run(reference_pairs& pairs) {
+    void run(reference_pairs& pairs, std::unique_ptr<gathered_history> told, ntfs_volume& mft_source) {
         take(pairs);
         resolve_groups();
         resolve_unread();
+        if (told != nullptr) {
+            const in_phase now(told->meter(), phase::history);
+            const mft_testimony mft = testimony_of(mft_source, shown_);
+            found_->keep_past(std::make_unique<past_paths>(std::move(told), pairs_, &mft, asked_.complete));
+        }
         context_.paths->release_source();
         found_->keep_directories(std::move(context_.paths), asked_.complete);
         records_.keep_paths(std::move(found_));
@@ -138,10 +147,20 @@ private:
 }  // namespace
 
 bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source, const resolution_settings& asked,
-                           progress& shown) {
+                           progress& shown, std::unique_ptr<gathered_history> told) {
     if (!mft_source.mount()) return false;
     const std::unique_ptr<reference_pairs> pairs = records.take_pairs();
     if (pairs == nullptr) return false;
-    path_resolution(records, mft_source, asked, shown).run(*pairs);
+    path_resolution(records, mft_source, asked, shown).run(*pairs, std::move(told), mft_source);
     return true;
+}
+
+void resolve_past_paths(journal_collection& records, std::unique_ptr<gathered_history> told, bool with_surrogates) {
+    const in_phase now(told->meter(), phase::history);
+    const std::unique_ptr<reference_pairs> numbered = records.take_pairs();
+    block_array<std::uint32_t> pair_of_record = numbered->take_numbers();
+    const std::vector<numbered_pair> pairs = numbered->in_order();
+    auto found = std::make_unique<resolved_paths>(std::move(pair_of_record), pairs.size(), false);
+    found->keep_past(std::make_unique<past_paths>(std::move(told), pairs, nullptr, with_surrogates));
+    records.keep_paths(std::move(found));
 }

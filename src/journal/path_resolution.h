@@ -4,6 +4,9 @@
 
 #include "base/progress.h"
 
+#include <memory>
+
+class gathered_history;
 class journal_collection;
 class ntfs_volume;
 
@@ -14,6 +17,11 @@ struct resolution_settings {
 
 // Gives every record a path and a status from the MFT of `mft_source`. The volume may be closed afterwards. False, and
 // nothing is given, when the collection did not number its pairs or the volume does not mount. Work is done per
-// distinct parent, never per record beyond a look-up.
+// distinct parent, never per record beyond a look-up. `told`: for the paths that files had too, null for none.
 [[nodiscard]] bool resolve_journal_paths(journal_collection& records, ntfs_volume& mft_source,
-                                         const resolution_settings& asked, progress& shown);
+                                         const resolution_settings& asked, progress& shown,
+                                         std::unique_ptr<gathered_history> told = nullptr);
+
+// Gives every record the path that it had, without any MFT, and no status. The collection numbered its pairs.
+// `with_surrogates`: those without a partner stay in the texts, see base/utf.h.
+void resolve_past_paths(journal_collection& records, std::unique_ptr<gathered_history> told, bool with_surrogates);

@@ -61,6 +61,12 @@ std::string_view resolved_paths::kept_text(std::uint32_t place) const {
 }
 
 void resolved_paths::fill(std::uint32_t pair, journal_entry& entry) const {
+    if (directories_ == nullptr) {
+        entry.status = mft_status::unknown;
+        entry.parent_path = {};
+        entry.path_number = 0;
+        return;
+    }
     const outcome found = outcomes_[pair];
     entry.status = found.status();
     if (!times_.empty()) {

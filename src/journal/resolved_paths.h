@@ -4,6 +4,7 @@
 
 #include "journal/block_array.h"
 #include "journal/journal_entry.h"
+#include "journal/past_paths.h"
 #include "ntfs/directory_listing.h"
 #include "ntfs/directory_path.h"
 
@@ -27,14 +28,18 @@ public:
 
     [[nodiscard]] mft_status status_of(std::uint32_t pair) const { return outcomes_[pair].status(); }
 
-    // What composes the paths; the last thing to be given. `with_surrogates`: those without a partner stay in the
-    // texts, see base/utf.h.
+    // The paths that files had, where they were asked for.
+    void keep_past(std::unique_ptr<past_paths> past) { past_ = std::move(past); }
+    [[nodiscard]] past_paths* past() const { return past_.get(); }
+
+    // What composes the paths; without an MFT there is nothing. The last thing to be given. `with_surrogates`: those
+    // without a partner stay in the texts, see base/utf.h.
     void keep_directories(std::unique_ptr<const directory_path_cache> directories, bool with_surrogates);
 
     // The pair of the record that arrived as number `arrival`.
     [[nodiscard]] std::uint32_t pair_of(std::size_t arrival) const { return pair_of_record_[arrival]; }
 
-    // Gives an entry path, status and times of its pair.
+    // Gives an entry path, status and times of its pair, not yet what the past tells.
     void fill(std::uint32_t pair, journal_entry& entry) const;
 
     // What `fill` will read first, and then, to be fetched ahead; the text of most paths takes two cache lines.
@@ -61,7 +66,8 @@ private:
     std::vector<file_times> times_;
     std::vector<directory_path> paths_;  // the first stands for no path
     std::string texts_;                  // UTF-8, each behind its length in two bytes; the first is empty
-    std::unique_ptr<const directory_path_cache> directories_;
+    std::unique_ptr<const directory_path_cache> directories_;  // null: there was no MFT
+    std::unique_ptr<past_paths> past_;
     bool with_surrogates_ = false;
     mutable std::string composed_;  // the latest text that is not kept
     mutable std::uint32_t composed_path_ = 0;

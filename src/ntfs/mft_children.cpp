@@ -3,18 +3,12 @@
 #include "base/file_reference.h"
 #include "ntfs/file_name.h"
 #include "ntfs/fixup.h"
+#include "ntfs/standard_information.h"
 
 #include <optional>
 #include <vector>
 
 namespace {
-
-namespace standard_information_value {
-constexpr std::size_t created = 0;  // u64, FILETIME, like the next three
-constexpr std::size_t modified = 8;
-constexpr std::size_t mft_changed = 16;
-constexpr std::size_t accessed = 24;
-}  // namespace standard_information_value
 
 file_times times_in(byte_view record, std::uint64_t entry) {
     file_times times;

@@ -51,6 +51,9 @@ public:
 
     [[nodiscard]] bool mounted() const { return mounted_; }
 
+    // Whether the records come from wherever a scan found them.
+    [[nodiscard]] bool rebuilt() const { return !places_.empty(); }
+
     // Why it did not mount: the record that describes $MFT is not in order.
     [[nodiscard]] bool damaged() const { return damaged_; }
 

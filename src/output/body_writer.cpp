@@ -1,5 +1,6 @@
 #include "output/body_writer.h"
 
+#include "base/text.h"
 #include "output/macb.h"
 #include "output/number_text.h"
 
@@ -30,7 +31,7 @@ char* put_unix_time(char* to, std::uint64_t filetime) {
 
 record_fate body_writer::write_record(const journal_entry& entry, text_buffer& out) {
     if (entry.version == 4 && complete_) return record_fate::version_4;
-    const std::string_view name = names_.of(entry.name);
+    const std::string_view name = name_of(entry);
     const slot_times times = slot_times_of(entry);
     char* to = out.room(name.size() + fixed_room);
     to = put_text(to, "0|");
@@ -45,6 +46,19 @@ record_fate body_writer::write_record(const journal_entry& entry, text_buffer& o
     *to++ = '\n';
     out.end_at(to);
     return record_fate::written;
+}
+
+std::string_view body_writer::name_of(const journal_entry& entry) {
+    const std::string_view name = names_.of(entry.name);
+    if (!with_full_path_) return name;
+    path_.clear();
+    if (complete_) {
+        guard_.append(entry.parent_path, path_);
+    } else {
+        path_ = entry.parent_path;
+        replace_all(path_, '|', ';');
+    }
+    return path_ += name;
 }
 
 }  // namespace uni

@@ -105,6 +105,10 @@ void csv_writer::make_column_list() {
             add_time_columns("create date [UTC]", "cdate");
         }
         add_column("Path", 10);
+        if (settings_.path_history) {
+            add_column("path basis", 10);
+            add_column("Path now", 10);
+        }
     }
     if (!settings_.user_name.empty()) add_column("user acct", 9);
     if (!settings_.host_name.empty()) add_column("host name", 9);
@@ -153,20 +157,30 @@ std::size_t csv_writer::fill_path_cells(const journal_entry& entry, std::size_t 
             at += row_.set_value(at, known ? time : 0, time_kind_);
         }
     }
+    if (settings_.path_history) return fill_history_cells(entry, at);
     if (entry.status == mft_status::parent_gone) return at + row_.set_token(at, parent_gone_text);
-    return at + row_.set_wide_text(at, entry.name, entry.parent_path, is_plain_path(entry));
+    const bool plain = is_plain_path(entry.parent_path, entry.path_number, plain_paths_);
+    return at + row_.set_wide_text(at, entry.name, entry.parent_path, plain);
+}
+
+std::size_t csv_writer::fill_history_cells(const journal_entry& entry, std::size_t at) {
+    const bool plain = is_plain_path(entry.parent_path, entry.path_number, plain_paths_);
+    at += row_.set_wide_text(at, entry.name, entry.parent_path, plain);
+    at += row_.set_token(at, basis_word(entry.basis));
+    if (entry.path_now.empty()) return at + row_.set_token(at, {});
+    const bool plain_now = is_plain_path(entry.path_now, entry.path_now_number, plain_paths_now_);
+    return at + row_.set_wide_text(at, entry.name, entry.path_now, plain_now);
 }
 
 // Looked at once for each path.
-bool csv_writer::is_plain_path(const journal_entry& entry) {
+bool csv_writer::is_plain_path(std::string_view path, std::uint32_t number, std::vector<std::uint8_t>& looked_at) {
     enum : std::uint8_t { unknown, plain, not_plain };
-    if (entry.path_number == 0) return entry.parent_path.empty();
-    if (entry.path_number >= plain_paths_.size()) plain_paths_.resize(2 * std::size_t{entry.path_number}, unknown);
-    std::uint8_t& known = plain_paths_[entry.path_number];
+    if (number == 0) return path.empty();
+    if (number >= looked_at.size()) looked_at.resize(2 * std::size_t{number}, unknown);
+    std::uint8_t& known = looked_at[number];
     if (known == unknown) {
         const auto stays = [this](char c) { return c > '\r' && c < '\x7f' && c != settings_.replaced_character; };
-        const bool as_it_is =
-            guard_ ? guard_->is_plain(entry.parent_path) : std::ranges::all_of(entry.parent_path, stays);
+        const bool as_it_is = guard_ ? guard_->is_plain(path) : std::ranges::all_of(path, stays);
         known = as_it_is ? plain : not_plain;
     }
     return known == plain;

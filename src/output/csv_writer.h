@@ -44,7 +44,8 @@ private:
 
     void fill_row(const journal_entry& entry);
     std::size_t fill_path_cells(const journal_entry& entry, std::size_t at);
-    [[nodiscard]] bool is_plain_path(const journal_entry& entry);
+    std::size_t fill_history_cells(const journal_entry& entry, std::size_t at);
+    [[nodiscard]] bool is_plain_path(std::string_view path, std::uint32_t number, std::vector<std::uint8_t>& looked_at);
 
     char* put_separator(char* to) const;
     char* put_cell(text_buffer& out, char* to, const table_cell& cell, std::size_t index);
@@ -77,6 +78,7 @@ private:
     std::u16string_view put_name_;           // the latest plain name of the line
     std::size_t put_name_place_ = 0;         // in the buffer
     std::vector<std::uint8_t> plain_paths_;  // by path number: what is known of it
+    std::vector<std::uint8_t> plain_paths_now_;
     std::string scratch_;
 };
 

@@ -19,6 +19,7 @@ std::string_view status_word(mft_status status) {
         case mft_status::valid: return "valid";
         case mft_status::remnant: return "del/wisp";
         case mft_status::parent_gone: return "del/parent";
+        case mft_status::unknown: return {};
         case mft_status::entry_gone: break;
     }
     return "del/entry";
@@ -32,13 +33,27 @@ std::string_view directory_text(const journal_entry& entry) {
     return directory;
 }
 
+std::string_view basis_word(path_basis basis) {
+    switch (basis) {
+        case path_basis::likely: return "likely";
+        case path_basis::remnant: return "remnant";
+        case path_basis::partial: return "partial";
+        case path_basis::exact: break;
+    }
+    return "exact";
+}
+
+void full_path(std::string_view directory, std::u16string_view name, std::string& out) {
+    out = directory;
+    append_utf8(name, out);
+}
+
 void path_text(const journal_entry& entry, std::string& out) {
     if (entry.status == mft_status::parent_gone) {
         out = parent_gone_text;
         return;
     }
-    out = entry.parent_path;  // ends with "\"
-    append_utf8(entry.name, out);
+    full_path(entry.parent_path, entry.name, out);
 }
 
 }  // namespace uni

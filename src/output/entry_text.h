@@ -11,14 +11,20 @@ namespace uni {
 // "$J", "unalloc", the shadow copy's label, "slack".
 [[nodiscard]] std::string_view origin_text(const journal_entry& entry);
 
-// "valid", "del/wisp", "del/entry", "del/parent".
+// "valid", "del/wisp", "del/entry", "del/parent"; empty when there is no MFT.
 [[nodiscard]] std::string_view status_word(mft_status status);
 
 // The directory of the file from the root on, "\" or "\Users\a\"; empty where it is not known.
 [[nodiscard]] std::string_view directory_text(const journal_entry& entry);
 
+// "exact", "likely", "remnant", "partial".
+[[nodiscard]] std::string_view basis_word(path_basis basis);
+
 // In place of the path of a file whose parent is gone.
 inline constexpr std::string_view parent_gone_text = "parent dir and file no longer referenced in $MFT";
+
+// Replaces `out` with a path of the directory, which ends with "\", and the name behind it.
+void full_path(std::string_view directory, std::u16string_view name, std::string& out);
 
 // Replaces `out` with the file's full path in UTF-8, or with the sentence that stands for it when the parent is gone.
 void path_text(const journal_entry& entry, std::string& out);

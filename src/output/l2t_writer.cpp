@@ -10,6 +10,13 @@
 
 namespace uni {
 
+namespace {
+
+constexpr std::string_view basis_text = "; path basis: ";
+constexpr std::size_t basis_room = basis_text.size() + 8;
+
+}  // namespace
+
 l2t_writer::l2t_writer(const layout_settings& settings, bool with_paths)
     : settings_(settings),
       guard_(settings.complete ? std::optional<text_guard>(settings.separator) : std::nullopt),
@@ -25,7 +32,7 @@ l2t_writer::l2t_writer(const layout_settings& settings, bool with_paths)
       format_(between(field(std::string(program_name) + " (korvane)")) + field("seq num: ")) {
     constexpr std::size_t longest_time = 40 * text_guard::longest_mark;
     fixed_room_ = 4 * settings.separator.size() + longest_time + zone_.size() + source_.size() + owner_.size() +
-                  version_.size() + parent_.size() + format_.size() + 4 * number_room(0);
+                  version_.size() + parent_.size() + format_.size() + basis_room + 4 * number_room(0);
 }
 
 std::string l2t_writer::field(const std::string& text, bool own) const {
@@ -66,6 +73,7 @@ record_fate l2t_writer::write_record(const journal_entry& entry, text_buffer& ou
     to = put_number(to, entry_number(entry.parent_ref), 8);
     to = put_text(to, format_);
     to = put_number(to, sequence_number(entry.file_ref), 4);
+    if (settings_.path_history) to = put_text(put_text(to, basis_text), basis_word(entry.basis));
     *to++ = '\n';
     out.end_at(to);
     return record_fate::written;
@@ -87,7 +95,8 @@ void l2t_writer::write_header(text_buffer& out) {
 
 // Empty when nothing is known of the parent.
 std::string_view l2t_writer::full_path(const journal_entry& entry) {
-    if (!with_paths_ || entry.parent_path.empty() || entry.status == mft_status::parent_gone) return {};
+    if (!with_paths_ || entry.parent_path.empty()) return {};
+    if (!settings_.path_history && entry.status == mft_status::parent_gone) return {};
     if (guard_) {
         std::string whole(entry.parent_path);
         append_utf8_with_surrogates(entry.name, whole);
@@ -95,7 +104,7 @@ std::string_view l2t_writer::full_path(const journal_entry& entry) {
         guard_->append(whole, path_);
         return path_;
     }
-    path_text(entry, path_);
+    uni::full_path(entry.parent_path, entry.name, path_);
     if (settings_.replaced_character != 0) replace_all(path_, settings_.replaced_character, settings_.replacement);
     mark_line_breaks(path_);
     return path_;

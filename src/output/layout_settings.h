@@ -22,6 +22,7 @@ struct layout_settings {
     bool show_type = false;  // where a record was found
     bool show_offset = false;
     bool pull_times = false;
+    bool path_history = false;  // paths are those that files had, beside those of now
     std::string host_name;
     std::string user_name;
 

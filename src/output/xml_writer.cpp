@@ -35,6 +35,8 @@ constexpr tags attributes = {"\t<attributes>", "</attributes>\n"};
 constexpr tags usn = {"\t<usn>", "</usn>\n"};
 constexpr tags status_field = {"\t<MFTStatus>", "</MFTStatus>\n"};
 constexpr tags path_field = {"\t<path>", "</path>\n"};
+constexpr tags basis_field = {"\t<PathBasis>", "</PathBasis>\n"};
+constexpr tags path_now_field = {"\t<PathNow>", "</PathNow>\n"};
 constexpr tags modify_date = {"\t<SIModifyDate>", "</SIModifyDate>\n"};
 constexpr tags modify_time = {"\t<SIModifyTime>", "</SIModifyTime>\n"};
 constexpr tags access_date = {"\t<SIAccessDate>", "</SIAccessDate>\n"};
@@ -138,18 +140,30 @@ char* xml_writer::put_name(text_buffer& out, char* to, std::u16string_view name)
 // The times stand there whatever the status.
 char* xml_writer::put_path_fields(text_buffer& out, char* to, const journal_entry& entry) {
     to = put_field<status_field>(to, status_word(entry.status));
-    if (settings_.complete && entry.status != mft_status::parent_gone) {
+    if (settings_.path_history) {
+        to = put_history_fields(out, to, entry);
+    } else if (settings_.complete && entry.status != mft_status::parent_gone) {
         text_ = entry.parent_path;
         append_utf8_with_surrogates(entry.name, text_);
+        to = put_long_field<path_field>(out, to, escaped(text_));
     } else {
         path_text(entry, text_);
+        to = put_long_field<path_field>(out, to, escaped(text_));
     }
-    to = put_long_field<path_field>(out, to, escaped(text_));
     if (!settings_.pull_times) return to;
     to = put_time_fields<modify_date, modify_time>(to, pulled_times_, entry.index_modified);
     to = put_time_fields<access_date, access_time>(to, pulled_times_, entry.index_accessed);
     to = put_time_fields<mft_changed_date, mft_changed_time>(to, pulled_times_, entry.index_mft_changed);
     return put_time_fields<created_date, created_time>(to, pulled_times_, entry.index_created);
+}
+
+char* xml_writer::put_history_fields(text_buffer& out, char* to, const journal_entry& entry) {
+    full_path(entry.parent_path, entry.name, text_);
+    to = put_long_field<path_field>(out, to, escaped(text_));
+    to = put_field<basis_field>(to, basis_word(entry.basis));
+    text_.clear();
+    if (!entry.path_now.empty()) full_path(entry.path_now, entry.name, text_);
+    return put_long_field<path_now_field>(out, to, escaped(text_));
 }
 
 char* xml_writer::put_number(char* to, std::uint64_t value, std::size_t digits) const {

@@ -20,6 +20,7 @@ std::map<std::string, std::string> texts_of(const usnjrnl_context& s) {
     const uni::layout_settings& l = s.layout;
     const reading_settings& r = s.reading;
     add("all", !l.closed_only), add("offset", l.show_offset), add("dir", r.show_dir_path), add("mft", r.mft_file_path);
+    add("past", l.path_history + r.path_history);
     add("pull", l.pull_times + r.pull_times), add("extra", l.show_type), add("unalloc", r.include_unalloc);
     add("vss", r.include_vss), add("slack", r.include_slack), add("escape", l.xml_escape);
     add("rebuild", r.rebuild_mft), add("out", s.results_path), add("date", l.date_format), add("time", l.time_format);
@@ -61,6 +62,7 @@ TEST(Options, Effects) {
         {"-csv -jsonl", "dense=1 marks=1 sep=[,] swap=44>32 "},
         {"-profile -pipe -base10 -xml_escape -rebuild_mft -show_dir_path -show_offset",
          "dir=1 escape=1 hex=0 offset=1 profile=1 rebuild=1 "},
+        {"-path_history", "dir=1 past=2 "},
         {"-signal s -hostname h -username u~v -dateformat DD/mm/yy -timeformat hh:mm:ss.xxxxxxxxx",
          "date=dd/mm/yy host=h signal=s time=hh:mm:ss.xxxxxxxxx user=u v "},
         {"-csv_separator TAB", "sep=[\t] swap=0>0 "},

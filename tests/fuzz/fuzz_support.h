@@ -91,7 +91,7 @@ inline usnjrnl_context settings_of(std::uint32_t bits) {
     std::istringstream options(
         "-a -csv -csvgen -csvl2t -bodyfile -xml -multiline -xml_escape -base10 -show_offset -show_dir_path -pulltimes "
         "-pair_datetime -no_whitespace -include_unalloc_clusters -include_vss_clusters -include_slack_space -quiet "
-        "-complete -jsonl -unique");
+        "-complete -jsonl -unique -path_history");
     argument_list arguments{"lorq"};
     for (std::string option; options >> option; bits >>= 1U) {
         if ((bits & 1U) != 0) arguments.push_back(option);

@@ -4,6 +4,7 @@
 #include "seed_volume.h"
 
 #include "app/run_driver.h"
+#include "journal/gathered_history.h"
 #include "journal/path_resolution.h"
 #include "journal/volume_journal.h"
 #include "ntfs/mft_rebuild.h"
@@ -58,10 +59,12 @@ void resolve_by_exported_mft(const bytes& image, ntfs_volume& source, const usnj
     progress shown = shown_progress();
     journal_intake intake(meter, settings.reading.complete);
     intake.records().number_pairs();
+    if (settings.reading.path_history) intake.gather_history();
     if (exported.open_mft_file(reader_over({begin, begin + 48 * 1024})) &&
         read_volume_journal(source, intake, shown, [] {}) == journal_found::yes) {
         (void)resolve_journal_paths(intake.records(), exported,
-                                    {settings.reading.pull_times, settings.reading.complete}, shown);
+                                    {settings.reading.pull_times, settings.reading.complete}, shown,
+                                    intake.take_history());
     }
     write_all(settings, intake);
 }

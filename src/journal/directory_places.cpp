@@ -1,0 +1,254 @@
+#include "journal/directory_places.h"
+
+#include "base/file_reference.h"
+#include "ntfs/mft_record.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace {
+
+constexpr std::uint32_t reason_create = 0x100;
+constexpr std::uint32_t reason_delete = 0x200;
+constexpr std::uint32_t reason_close = 0x80000000;
+
+constexpr std::size_t most_places = 0xFFFFFFFF;
+
+// Any sequence number leads to the root.
+std::uint64_t whole_reference(std::uint64_t reference) {
+    constexpr std::uint64_t root_reference = file_reference(root_entry_number, root_entry_number);
+    return entry_number(reference) == root_entry_number ? root_reference : reference;
+}
+
+// Freeing an entry counts its sequence number up; 0 is left out.
+std::uint16_t sequence_before(std::uint16_t sequence) {
+    constexpr std::uint16_t highest = 0xFFFF;
+    return sequence <= 1 ? highest : static_cast<std::uint16_t>(sequence - 1);
+}
+
+bool is_text_of(byte_view name, std::u16string_view text) {
+    return name.size() == text.size() * sizeof(char16_t) &&
+           std::memcmp(name.bytes().data(), text.data(), name.size()) == 0;
+}
+
+}  // namespace
+
+// ---- Filling --------------------------------------------------------------------------------------------------------
+
+directory_places::directory_places() : entries_(1) { (void)number_of(root_entry_number); }
+
+std::uint32_t directory_places::number_of(std::uint64_t reference) {
+    reference = whole_reference(reference);
+    const auto [number, is_new] = numbers_.number_of(reference);
+    if (is_new) directories_.push_back({.reference = reference});
+    return number;
+}
+
+const char16_t* directory_places::name_store::keep(byte_view name) {
+    constexpr std::size_t block = 32768;
+    const std::size_t units = name.size() / sizeof(char16_t);
+    if (left_ < units) {
+        blocks_.push_back(std::make_unique<char16_t[]>(block));
+        left_ = block;
+    }
+    if (units == 0) return nullptr;
+    char16_t* const kept = blocks_.back().get() + (block - left_);
+    std::memcpy(kept, name.bytes().data(), units * sizeof(char16_t));
+    left_ -= units;
+    return kept;
+}
+
+std::uint8_t directory_places::marks_of(std::uint32_t reason) {
+    const bool created = (reason & (reason_create | reason_delete)) == reason_create;
+    const bool deleted = (reason & reason_delete) != 0 && (reason & reason_close) != 0;
+    return static_cast<std::uint8_t>((created ? begins : 0) | (deleted ? ends : 0));
+}
+
+void directory_places::add(const directory_witness& witness) {
+    const known_directory& one = directories_[number_of(witness.directory)];
+    if (one.places == 0 || !continues(places_[one.first_place], witness)) {
+        put(witness, witness.usn, 0);
+        return;
+    }
+    place& latest = places_[one.first_place];
+    latest.last = witness.usn;
+    latest.marks = static_cast<std::uint8_t>(latest.marks | (marks_of(witness.reason) & ends));
+}
+
+bool directory_places::continues(const place& latest, const directory_witness& witness) const {
+    const bool new_life = latest.is(ends) && (marks_of(witness.reason) & begins) != 0;
+    return latest.last >= stretches_.latest_begin() && !new_life &&
+           directories_[latest.parent].reference == whole_reference(witness.parent) &&
+           is_text_of(witness.name, latest.text());
+}
+
+void directory_places::put(const directory_witness& witness, std::int64_t last, std::uint8_t marks) {
+    const std::uint32_t number = number_of(witness.directory);
+    const std::uint32_t parent = number_of(witness.parent);
+    if (number == root || places_.size() == most_places) return;
+    directories_[number].first_place = static_cast<std::uint32_t>(places_.size());
+    ++directories_[number].places;
+    places_.push_back({.first = witness.usn,
+                       .last = last,
+                       .name = names_.keep(witness.name),
+                       .directory = number,
+                       .parent = parent,
+                       .units = static_cast<std::uint8_t>(witness.name.size() / sizeof(char16_t)),
+                       .marks = static_cast<std::uint8_t>(marks | marks_of(witness.reason))});
+}
+
+// ---- Once all records are there -------------------------------------------------------------------------------------
+
+void directory_places::finish(const mft_testimony* mft) {
+    order_by_directory();
+    std::uint32_t kept = 0;
+    for (known_directory& one : directories_) settle(one, kept);
+    places_.resize(kept);
+    if (mft != nullptr) ask_mft(*mft);
+}
+
+// Puts each behind those of its directory that came before.
+void directory_places::order_by_directory() {
+    std::uint32_t begin = 0;
+    for (known_directory& one : directories_) {
+        one.first_place = begin;
+        begin += std::exchange(one.places, 0);
+    }
+    std::vector<place> ordered(places_.size());
+    for (const place& next : places_) {
+        known_directory& one = directories_[next.directory];
+        ordered[one.first_place + one.places++] = next;
+    }
+    places_ = std::move(ordered);
+}
+
+// Moves the places of a directory to `kept` on, in order of their USNs, and finds out where its reference was used
+// again.
+void directory_places::settle(known_directory& one, std::uint32_t& kept) {
+    const auto given = std::span(places_).subspan(one.first_place, one.places);
+    if (!std::ranges::is_sorted(given, {}, &place::first)) std::ranges::stable_sort(given, {}, &place::first);
+    one.first_place = kept;
+    bool dead = false;
+    for (place next : given) {
+        if (next.is(carved)) {
+            if (!stretches_.fits_a_gap(next.first, next.last)) continue;
+            next.last = next.first;
+        }
+        place* const last = kept == one.first_place ? nullptr : &places_[kept - 1];
+        const bool new_life = dead && next.is(begins);
+        dead = (dead && !new_life) || next.is(ends);
+        if (last != nullptr && !new_life && joins(*last, next)) {
+            last->last = std::max(last->last, next.last);
+            last->marks = static_cast<std::uint8_t>(last->marks | (next.marks & ends));
+            continue;
+        }
+        if (last != nullptr && last->last >= next.first) {  // records of two journals, or given late: which came last?
+            last->marks = static_cast<std::uint8_t>(last->marks | carved);
+            next.marks = static_cast<std::uint8_t>(next.marks | carved);
+        }
+        if (new_life) next.marks = static_cast<std::uint8_t>(next.marks | life_begins);
+        places_[kept++] = next;
+    }
+    one.places = kept - one.first_place;
+}
+
+// Whether nothing can lie between two that say the same, or nothing that would count.
+bool directory_places::joins(const place& last, const place& next) const {
+    if (last.is(carved) != next.is(carved) || last.parent != next.parent || last.text() != next.text()) return false;
+    return next.is(carved) || last.last >= stretches_.around(next.first).from;
+}
+
+// An MFT says nothing that would be taken where no gap and no carved record is and a record of the directory.
+void directory_places::ask_mft(const mft_testimony& mft) {
+    origin_ = mft.origin;
+    moment_ = mft.moment;
+    const bool records_tell_all = stretches_.in_one_piece() && !any_carved_;
+    mft_witness found;
+    for (std::uint32_t number = root + 1; number < directories_.size(); ++number) {
+        const known_directory& one = directories_[number];
+        if (records_tell_all && one.places != 0) continue;
+        if (!mft.ask(entry_number(one.reference), found) || found.name.empty()) continue;
+        const std::uint16_t sequence = found.in_use ? found.sequence : sequence_before(found.sequence);
+        if (sequence == sequence_number(one.reference)) keep_entry(number, found);
+    }
+}
+
+void directory_places::keep_entry(std::uint32_t directory, const mft_witness& found) {
+    const auto units = std::min(found.name.size(), std::size_t{0xFF});
+    const auto bytes = std::as_bytes(std::span(found.name.data(), units));
+    const byte_view name({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+    const std::uint32_t parent = number_of(found.parent);
+    directories_[directory].entry = static_cast<std::uint32_t>(entries_.size());
+    entries_.push_back({found.last_usn,
+                        {names_.keep(name), units},
+                        parent,
+                        found.in_use,
+                        is_outdated(directories_[directory], found.last_usn)});
+}
+
+// Whether a record before the MFT's moment is later than the last one that the entry knows of.
+bool directory_places::is_outdated(const known_directory& directory, std::int64_t last_usn) const {
+    const auto told = std::span(places_).subspan(directory.first_place, directory.places);
+    return last_usn != 0 && std::ranges::any_of(told, [&](const place& one) {
+               return !one.is(carved) && one.first > last_usn &&
+                      (origin_ == mft_origin::volume || one.first <= moment_);
+           });
+}
+
+// ---- The place of a directory ---------------------------------------------------------------------------------------
+
+// The witnesses in their order: the last record before and the first one behind, when nothing was lost in between; the
+// MFT as far as it is exact; the same two records across a gap; the MFT.
+directory_places::answer directory_places::place_at(std::uint32_t directory, std::int64_t usn) const {
+    const journal_stretches::span now = stretches_.around(usn);
+    const known_directory& asked = directories_[directory];
+    const auto places = std::span(places_).subspan(asked.first_place, asked.places);
+    const auto next = std::ranges::upper_bound(places, usn, {}, &place::first);
+    const place* const before = next == places.begin() ? nullptr : &*std::prev(next);
+    const place* const behind = next == places.end() || next->is(life_begins) ? nullptr : &*next;
+    const mft_place* const entry = asked.entry != 0 ? &entries_[asked.entry] : nullptr;
+
+    answer found{.from = now.from, .to = now.to};
+    if (before != nullptr) found.from = std::max(found.from, before->first);
+    if (next != places.end()) found.to = std::min(found.to, next->first);
+    const auto tell = [&](std::u16string_view name, std::uint32_t parent, path_basis basis) {
+        found.name = name;
+        found.parent = parent;
+        found.basis = basis;
+        return found;
+    };
+    const auto told_by = [&](const place& one, path_basis basis) { return tell(one.text(), one.parent, basis); };
+    if (now.whole && before != nullptr && !before->is(carved) && before->last >= now.from) {
+        return told_by(*before, path_basis::exact);
+    }
+    if (now.whole && behind != nullptr && !behind->is(carved) && behind->first < now.to) {
+        return told_by(*behind, path_basis::exact);
+    }
+    if (entry != nullptr && tells_exactly(*entry, usn, now, found)) {
+        return tell(entry->name, entry->parent, path_basis::exact);
+    }
+    if (before != nullptr) return told_by(*before, path_basis::likely);
+    if (behind != nullptr) return told_by(*behind, path_basis::likely);
+    if (entry == nullptr) return found;
+    return tell(entry->name, entry->parent, entry->in_use ? path_basis::likely : path_basis::remnant);
+}
+
+// Whether an entry is of the moment that is asked about: it did not change since. Narrows `found` to where that holds.
+bool directory_places::tells_exactly(const mft_place& entry, std::int64_t usn, const journal_stretches::span& now,
+                                     answer& found) const {
+    if (!entry.in_use || entry.outdated || origin_ == mft_origin::rebuilt) return false;
+    if (entry.last_usn == 0) return origin_ == mft_origin::volume && stretches_.reaches_end(now);
+    if (usn < entry.last_usn) {
+        found.to = std::min(found.to, entry.last_usn);
+        return false;
+    }
+    found.from = std::max(found.from, entry.last_usn);
+    if (origin_ == mft_origin::volume) return true;
+    if (usn <= moment_) {
+        found.to = std::min(found.to, moment_ + 1);
+        return true;
+    }
+    found.from = std::max(found.from, moment_ + 1);
+    return now.whole && moment_ >= now.from;
+}

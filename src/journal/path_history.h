@@ -1,0 +1,77 @@
+// journal/path_history.h: the path that a file had when its record was written, and how sure that is: the place of its
+// directory at the record's USN, climbed to the root at that same USN. A journal changes directories seldom, so each
+// keeps its latest path with the USNs for which it holds; a record that falls between them costs two comparisons.
+#pragma once
+
+#include "journal/directory_places.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class path_history {
+public:
+    struct past_path {
+        std::string_view text;     // UTF-8, ends with "\"; holds until the next question
+        std::uint32_t number = 0;  // the same text has the same one as long as it holds; 0 for one that is not kept
+        path_basis basis = path_basis::exact;
+    };
+
+    // `places` are finished. `with_surrogates`: those without a partner stay in the texts, see base/utf.h.
+    path_history(directory_places places, bool with_surrogates);
+
+    // The path of a directory, by its number in the places, at a USN.
+    [[nodiscard]] past_path path_at(std::uint32_t directory, std::int64_t usn);
+
+    // What path_at will read first, and then, and then, to be fetched ahead.
+    [[nodiscard]] const void* step_place(std::uint32_t directory) const { return &steps_[directory]; }
+    [[nodiscard]] const void* text_holder(std::uint32_t directory) const { return &texts_[directory]; }
+    [[nodiscard]] const char* text_place(std::uint32_t directory) const { return texts_[directory].text.data(); }
+
+private:
+    static constexpr std::size_t most_levels = 256;
+
+    // The way from a directory to the one above, and the USNs for which the whole path is good.
+    struct step {
+        std::int64_t from = 0;
+        std::int64_t to = 0;
+        std::u16string_view name;  // empty: the path begins here
+        std::uint32_t parent = directory_places::root;
+        std::uint16_t levels = 0;  // names on the path
+        path_basis basis = path_basis::exact;
+        bool text_is_kept = false;
+
+        [[nodiscard]] bool holds_at(std::int64_t usn) const { return usn >= from && usn < to; }
+    };
+
+    struct kept_text {
+        std::string text;
+        std::uint32_t number = 0;
+    };
+
+    struct level {
+        std::uint32_t directory = 0;
+        directory_places::answer place;
+    };
+
+    [[nodiscard]] bool climb(std::uint32_t directory, std::int64_t usn);
+    void note_step(const level& from);
+    [[nodiscard]] past_path text_of(std::uint32_t directory, std::int64_t usn);
+    void keep_text(std::uint32_t directory);
+    [[nodiscard]] past_path endless_path(std::uint32_t directory, std::int64_t usn);
+    void append_beginning(std::uint32_t directory);
+
+    void append_name(std::u16string_view name);
+
+    directory_places places_;
+    bool with_surrogates_;
+    std::vector<step> steps_;       // by directory
+    std::vector<kept_text> texts_;  // by directory
+    std::array<level, most_levels> chain_;
+    std::array<std::uint32_t, most_levels> way_{};
+    std::string composed_;       // the latest text that was made
+    std::uint32_t numbers_ = 0;  // given out
+    level endless_;              // of which composed_ is the path, while its name is not empty
+};
