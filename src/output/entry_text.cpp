@@ -25,10 +25,8 @@ std::string_view status_word(mft_status status) {
     return "del/entry";
 }
 
-std::string_view directory_text(const journal_entry& entry) {
+std::string_view from_root(std::string_view directory) {
     constexpr std::string_view root = "[root]";
-    if (entry.status == mft_status::parent_gone) return {};
-    std::string_view directory = entry.parent_path;
     if (directory.starts_with(root)) directory.remove_prefix(root.size());
     return directory;
 }

@@ -14,8 +14,8 @@ namespace uni {
 // "valid", "del/wisp", "del/entry", "del/parent"; empty when there is no MFT.
 [[nodiscard]] std::string_view status_word(mft_status status);
 
-// The directory of the file from the root on, "\" or "\Users\a\"; empty where it is not known.
-[[nodiscard]] std::string_view directory_text(const journal_entry& entry);
+// The path of a directory from the root on, "\" or "\Users\a\"; as it is where it does not lead there.
+[[nodiscard]] std::string_view from_root(std::string_view directory);
 
 // "exact", "likely", "remnant", "partial".
 [[nodiscard]] std::string_view basis_word(path_basis basis);

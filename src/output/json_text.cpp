@@ -40,6 +40,12 @@ char* put_escape(char* to, char escape, unsigned byte) {
     return to;
 }
 
+// A surrogate without its partner, as a path may keep it, see base/utf.h: one character, three bytes.
+bool is_kept_surrogate(std::string_view text) {
+    return text.size() >= 3 && text[0] == '\xED' && (static_cast<std::uint8_t>(text[1]) & 0xE0U) == 0xA0U &&
+           (static_cast<std::uint8_t>(text[2]) & 0xC0U) == 0x80U;
+}
+
 }  // namespace
 
 char* put_json(char* to, char32_t point) {
@@ -76,7 +82,9 @@ char* put_json(char* to, std::string_view text) {
         } else {
             const std::size_t begin = at;
             char32_t point = 0;
-            to = put_text(to, read_code_point(text, at, point) ? text.substr(begin, at - begin) : "\uFFFD");
+            const bool sound = read_code_point(text, at, point);
+            to = put_text(to, sound ? text.substr(begin, at - begin) : "\uFFFD");
+            if (!sound && is_kept_surrogate(text.substr(begin))) at = begin + 3;
         }
     }
     return to;

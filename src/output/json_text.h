@@ -16,7 +16,7 @@ char* put_json(char* to, std::u16string_view text, bool& whole);
 
 char* put_json(char* to, char32_t point);
 
-// UTF-8. A byte that is in no well-formed sequence becomes U+FFFD.
+// UTF-8. A byte that is in no well-formed sequence becomes U+FFFD, and so does a surrogate of three bytes.
 char* put_json(char* to, std::string_view text);
 
 // The same with the quotes around it, for what is put together once.

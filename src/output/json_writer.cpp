@@ -161,8 +161,9 @@ record_fate json_writer::write_record(const journal_entry& entry, text_buffer& o
         if ((entry.reason & usn_reason::close) == 0) return record_fate::not_closed;
         if (!timed) return record_fate::no_time;
     }
-    constexpr std::size_t times_written = 5;  // of a name: in the message, under three keys, once in digits
-    const std::size_t texts = times_written * most_json_bytes * (entry.name.size() + entry.parent_path.size());
+    constexpr std::size_t times_written = 6;  // of a name: in the message, under four keys, once in digits
+    const std::size_t texts =
+        times_written * most_json_bytes * (entry.name.size() + entry.parent_path.size() + entry.path_now.size());
     const std::size_t extents = entry.has_details ? room_of_extent * entry.details.extents.size() : 0;
     char* to = out.room(fixed_room + texts + extents + entry.snapshot_label.size() + room_of(entry.also_in) +
                         run_fields_.size());
@@ -185,7 +186,7 @@ char* json_writer::put_event(char* to, const journal_entry& entry, bool timed) {
         to = put_literal(to, "range change");
     } else {
         directory_ = to;
-        if (with_paths_) to = put_json(to, directory_text(entry));
+        if (with_paths_) to = put_json(to, from_root(entry.parent_path));
         name_ = to;
         name_is_whole_ = true;
         to = put_json(to, entry.name, name_is_whole_);
@@ -220,14 +221,25 @@ char* json_writer::put_names(char* to, const journal_entry& entry) {
 
 // A record without a name has no path of its own.
 char* json_writer::put_place(char* to, const journal_entry& entry) {
-    if (const std::string_view directory = directory_text(entry); !directory.empty()) {
+    if (const std::string_view directory = from_root(entry.parent_path); !directory.empty()) {
         if (entry.version != 4) to = put_copy_field(to, ",\"path\":\"", directory_, name_end_);
         const bool root_itself = directory.size() == 1;
         to = put_literal(to, ",\"directory\":\"");
         to = put_json(to, root_itself ? directory : directory.substr(0, directory.size() - 1));
         *to++ = '"';
     }
-    return put_text_field(to, ",\"mft_status\":\"", status_word(entry.status));
+    if (settings_.path_history) to = put_history(to, entry);
+    const std::string_view status = status_word(entry.status);
+    return status.empty() ? to : put_text_field(to, ",\"mft_status\":\"", status);
+}
+
+char* json_writer::put_history(char* to, const journal_entry& entry) {
+    to = put_text_field(to, ",\"path_basis\":\"", basis_word(entry.basis));
+    if (entry.path_now.empty() || entry.version == 4) return to;
+    to = put_json(put_literal(to, ",\"path_now\":\""), from_root(entry.path_now));
+    to = put_again(to, name_, static_cast<std::size_t>(name_end_ - name_));
+    *to++ = '"';
+    return to;
 }
 
 char* json_writer::put_change(char* to, const journal_entry& entry) {

@@ -32,6 +32,7 @@ private:
     char* put_event(char* to, const journal_entry& entry, bool timed);
     char* put_names(char* to, const journal_entry& entry);
     char* put_place(char* to, const journal_entry& entry);
+    char* put_history(char* to, const journal_entry& entry);
     char* put_change(char* to, const journal_entry& entry);
     char* put_pulled_times(char* to, const journal_entry& entry);
 

@@ -87,7 +87,7 @@ bool record_filter::matches(const journal_entry& entry) {
     if (all_end_otherwise(choice_.names, entry.name) && all_end_otherwise(choice_.paths, entry.name)) return false;
     fold(entry.name, name_);
     if (any_matches(choice_.names, name_)) return true;
-    const std::string_view directory = directory_text(entry);
+    const std::string_view directory = from_root(entry.parent_path);
     if (choice_.paths.empty() || directory.empty()) return false;
     path_.clear();
     append_folded(directory, path_);

@@ -51,11 +51,19 @@ TEST(JsonWriter, EveryKeyInItsPlace) {
             R"("file_modified":"2024-01-02T12:34:56.7891234+00:00",)"
             R"("file_created":"2024-01-16T19:31:04.6791234+00:00",)"
             R"("record_origin":"shadow_copy","snapshot":"SnapID: 1","usn_version":2,"offset":32256,)"
-            R"("source":"j","host":"h\\","user":"é� ���"})"
+            R"("source":"j","host":"h\\","user":"é� �"})"
             "\n");
     entry.parent_path = "[root]\\";
     EXPECT_EQ(between(written(options, {entry}), "path", "mft_status"), R"("path":"\\\"X\".PNÉ","directory":"\\")");
+    // As they were and are, with half a surrogate pair as -complete keeps it in a path.
+    entry.parent_path = "[unknown 7-2]\\x\xED\xA0\xBD\\";
+    entry.basis = path_basis::partial;
+    entry.path_now = "[root]\\now\\";
+    EXPECT_EQ(between(written("-jsonl -path_history", {entry}), "path", "file_reference"),
+              R"("path":"[unknown 7-2]\\x�\\\"X\".PNÉ","directory":"[unknown 7-2]\\x�","path_basis":"partial",)"
+              R"("path_now":"\\now\\\"X\".PNÉ","mft_status":"valid")");
     entry.status = mft_status::parent_gone;
+    entry.parent_path = {};
     EXPECT_EQ(between(written(options, {entry}), "extension", "file_reference"),
               R"("extension":"pné","mft_status":"del/parent")");
     entry = sample_entry();

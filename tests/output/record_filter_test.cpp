@@ -73,7 +73,7 @@ TEST(RecordFilter, PatternsOfPaths) {
     EXPECT_TRUE(matches("*\\report.*"));
     EXPECT_FALSE(matches("users\\*"));
     EXPECT_FALSE(matches("\\users\\"));
-    entry.status = mft_status::parent_gone;
+    entry.parent_path = {};
     EXPECT_FALSE(matches("*\\*"));
 }
 
