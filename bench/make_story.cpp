@@ -287,7 +287,8 @@ void populate(story& told, std::uint64_t directories, std::uint64_t files, std::
         if (i % 10 == 0) {
             const std::size_t folder = random() % folders.size();
             const bool had_another = folder % 10 == 0 && i < records / 2;
-            told.note(folders[folder], above[folder], numbered(had_another ? u"the earlier folder " : u"folder ", folder));
+            told.note(folders[folder], above[folder],
+                      numbered(had_another ? u"the earlier folder " : u"folder ", folder));
             continue;
         }
         const std::size_t file = random() % made.size();

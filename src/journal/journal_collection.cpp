@@ -21,7 +21,9 @@ constexpr std::size_t cache_line = 64;
 constexpr std::uint8_t valid_mark = 1;
 constexpr unsigned origin_shift = 1;
 
-record_origin origin_of(const packed_record& record) { return static_cast<record_origin>(record.marks >> origin_shift); }
+record_origin origin_of(const packed_record& record) {
+    return static_cast<record_origin>(record.marks >> origin_shift);
+}
 
 // All that the journal tells of a record.
 auto fields_of(const packed_record& of) {
@@ -83,23 +85,16 @@ bool ordered_reader::next(journal_entry& entry) {
     upcoming_record& now = upcoming_[at_];
     if (now.record == nullptr) return false;
     unpack(now, entry);
-    const resolved_paths* const paths = from_.paths_.get();
-    past_paths* const past = paths == nullptr ? nullptr : paths->past();
-    if (past != nullptr) past->fill(now.pair, journal_offset(*now.record), entry);
     now = look_ahead();
     at_ = (at_ + 1) % upcoming_.size();
-    if (paths != nullptr) {
-        const std::uint32_t soon = upcoming_[(at_ + text_lead) % upcoming_.size()].pair;
-        const auto fetch_text = [](const char* text) {
-            __builtin_prefetch(text);
-            __builtin_prefetch(text + cache_line);
-        };
-        fetch_text(paths->text_place(soon));
-        if (past != nullptr) {
-            const std::uint32_t later = upcoming_[(at_ + step_lead) % upcoming_.size()].pair;
-            __builtin_prefetch(past->step_place(later));
-            __builtin_prefetch(past->text_holder(later));
-            fetch_text(past->text_place(soon));
+    if (const resolved_paths* const paths = from_.paths_.get(); paths != nullptr) {
+        const upcoming_record& soon = upcoming_[(at_ + text_lead) % upcoming_.size()];
+        const char* const text = paths->text_place(soon.pair);
+        __builtin_prefetch(text);
+        __builtin_prefetch(text + cache_line);
+        if (paths->has_past()) {
+            __builtin_prefetch(paths->text_now_place(soon.pair));
+            __builtin_prefetch(paths->step_place(upcoming_[(at_ + step_lead) % upcoming_.size()].pair));
         }
     }
     return true;
@@ -112,9 +107,6 @@ ordered_reader::upcoming_record ordered_reader::look_ahead() {
     soon.pair = from_.paths_->pair_of(static_cast<std::size_t>(soon.record->arrival()));
     __builtin_prefetch(from_.paths_->outcome_place(soon.pair));
     __builtin_prefetch(from_.paths_->times_place(soon.pair));
-    if (const past_paths* const past = from_.paths_->past(); past != nullptr) {
-        __builtin_prefetch(past->directory_place(soon.pair));
-    }
     return soon;
 }
 
@@ -196,7 +188,7 @@ std::optional<std::uint64_t> ordered_reader::journal_offset(const packed_record&
     return (*copied)->record_offset;
 }
 
-void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) const {
+void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) {
     const packed_record& from = *next.record;
     entry.valid = (from.marks & valid_mark) != 0 ? 1 : 0;
     entry.file_ref = from.file_ref;
@@ -211,5 +203,6 @@ void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) c
     entry.record_offset = from.record_offset;
     entry.origin = origin_of(from);
     entry.snapshot_label = from_.label_of(from.arrival());
-    if (from_.paths_ != nullptr) from_.paths_->fill(next.pair, entry);
+    if (from_.paths_ == nullptr) return;
+    from_.paths_->fill(next.pair, from_.paths_->has_past() ? journal_offset(from) : std::nullopt, entry);
 }

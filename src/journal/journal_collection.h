@@ -88,7 +88,7 @@ private:
     [[nodiscard]] const packed_record* advance();
     [[nodiscard]] const packed_record* next_stray();
     void put_in_order(const record_run& run);
-    void unpack(const upcoming_record& next, journal_entry& entry) const;
+    void unpack(const upcoming_record& next, journal_entry& entry);
     [[nodiscard]] std::optional<std::uint64_t> journal_offset(const packed_record& record);
 
     const journal_collection& from_;

@@ -4,7 +4,6 @@
 #include "journal/gathered_history.h"
 #include "journal/journal_collection.h"
 #include "journal/mft_witnesses.h"
-#include "journal/past_paths.h"
 #include "journal/reference_pairs.h"
 #include "journal/resolved_paths.h"
 #include "ntfs/directory_listing.h"
@@ -43,7 +42,7 @@ public:
         if (told != nullptr) {
             const in_phase now(told->meter(), phase::history);
             const mft_testimony mft = testimony_of(mft_source, shown_);
-            found_->keep_past(std::make_unique<past_paths>(std::move(told), pairs_, &mft));
+            found_->keep_past(std::move(told), pairs_, &mft);
         }
         context_.paths->release_source();
         found_->keep_directories(std::move(context_.paths));
@@ -157,6 +156,6 @@ void resolve_past_paths(journal_collection& records, std::unique_ptr<gathered_hi
     block_array<std::uint32_t> pair_of_record = numbered->take_numbers();
     const std::vector<numbered_pair> pairs = numbered->in_order();
     auto found = std::make_unique<resolved_paths>(std::move(pair_of_record), pairs.size(), false);
-    found->keep_past(std::make_unique<past_paths>(std::move(told), pairs, nullptr));
+    found->keep_past(std::move(told), pairs, nullptr);
     records.keep_paths(std::move(found));
 }

@@ -115,7 +115,7 @@ bool check_record_v4(byte_view record) {
 
 }  // namespace
 
-bool header_is_plausible(byte_view record) {
+bool header_is_plausible(const byte_view& record) {
     if (!record.fits(0, usn_header::size)) return false;
     const auto length = record.value<std::uint32_t>(usn_header::record_length);
     const std::uint32_t shortest = shortest_record_of(record.value<std::uint16_t>(usn_header::major_version));

@@ -66,7 +66,7 @@ inline constexpr std::uint64_t any_entry_number = 0xFFFFFFFF;
 
 // Whether the header names a known version with minor version 0 and a length that the version, the longest record and
 // the available bytes allow.
-[[nodiscard]] bool header_is_plausible(byte_view record);
+[[nodiscard]] bool header_is_plausible(const byte_view& record);
 
 // Whether the bytes pass every check of the version-2 layout, with entry numbers below `entry_bound`. The header may
 // name any known version; records of the others practically never pass.

@@ -61,7 +61,8 @@ void resolve_by_exported_mft(const bytes& image, ntfs_volume& source, const usnj
     if (settings.reading.path_history) intake.gather_history();
     if (exported.open_mft_file(reader_over({begin, begin + 48 * 1024})) &&
         read_volume_journal(source, intake, shown, [] {}) == journal_found::yes) {
-        (void)resolve_journal_paths(intake.records(), exported, settings.reading.pull_times, shown, intake.take_history());
+        (void)resolve_journal_paths(intake.records(), exported, settings.reading.pull_times, shown,
+                                    intake.take_history());
     }
     write_all(settings, intake);
 }

@@ -142,8 +142,10 @@ TEST(CsvWriter, PathHistory) {
     expect("-csv", ",valid,[root]\\then\\x,likely,[root]\\n w\\x,u", header);
     expect("", blanks(10) + " | valid      | [root]\\then\\x | likely     | [root]\\n,w\\x | u        ",
            blanks(24) + " | MFT status | Path       | path basis | Path now   | user acct");
-    expect("-multiline", "\nMFT status:  valid        \nPath:        [root]\\then\\x\npath basis:  likely       \n"
-                         "Path now:    [root]\\n,w\\x \nuser acct:   u            \n", ": file_created; file_closed");
+    expect("-multiline",
+           "\nMFT status:  valid        \nPath:        [root]\\then\\x\npath basis:  likely       \n"
+           "Path now:    [root]\\n,w\\x \nuser acct:   u            \n",
+           ": file_created; file_closed");
     entry.status = mft_status::parent_gone;
     entry.path_now = {};
     entry.basis = path_basis::remnant;
