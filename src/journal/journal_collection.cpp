@@ -1,6 +1,7 @@
 #include "journal/journal_collection.h"
 
 #include "journal/resolved_paths.h"
+#include "journal/usn_record.h"
 
 #include <algorithm>
 #include <numeric>
@@ -58,7 +59,9 @@ void journal_collection::add(const journal_entry& entry) {
     std::copy_n(entry.name.data(), units, into->name());
     any_carved_ = any_carved_ || entry.origin != record_origin::journal;
     if (!entry.snapshot_label.empty() || !labels_.empty()) note_label(entry.snapshot_label);
-    if (pairs_ != nullptr) pairs_->add({entry.parent_ref, entry.file_ref});
+    if (pairs_ != nullptr) {
+        pairs_->add({entry.parent_ref, entry.file_ref}, (entry.file_attributes & attribute_directory) == 0);
+    }
     ++count_;
 }
 
@@ -69,6 +72,17 @@ void journal_collection::note_label(std::string_view label) {
 std::string_view journal_collection::label_of(std::uint64_t arrival) const {
     const auto behind = std::ranges::upper_bound(labels_, arrival, {}, &labelled_stretch::first_arrival);
     return behind == labels_.begin() ? std::string_view{} : std::prev(behind)->label;
+}
+
+void journal_collection::for_each_of_journal(const std::function<void(const packed_record&)>& take) const {
+    const auto walk = [&take](const record_run& run) {
+        record_run::cursor at(run);
+        while (const packed_record* const record = at.next()) {
+            if (origin_of(*record) == record_origin::journal) take(*record);
+        }
+    };
+    walk(in_order_);
+    for (const record_run& run : strays_.runs()) walk(run);
 }
 
 void journal_collection::keep_paths(std::unique_ptr<const resolved_paths> paths) { paths_ = std::move(paths); }

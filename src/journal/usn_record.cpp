@@ -10,7 +10,6 @@ constexpr std::uint32_t highest_file_attributes = 0x500000;
 
 // Names of more units than this are damage more often than names; of those only the beginning is kept.
 constexpr std::size_t longest_name_units = 200;
-constexpr std::size_t kept_units_of_longer_name = 10;
 
 // Versions 2 and 3 hold the same fields at different places.
 struct named_layout {

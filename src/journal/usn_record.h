@@ -61,8 +61,13 @@ inline constexpr std::size_t fixed_size = 64;
 inline constexpr std::uint32_t shortest_record = 64;
 }  // namespace usn_v4
 
+inline constexpr std::uint32_t attribute_directory = 0x10;
+
 // Exclusive bound for entry numbers where nothing is known about the volume's MFT.
 inline constexpr std::uint64_t any_entry_number = 0xFFFFFFFF;
+
+// What is kept of a name of more than 200 UTF-16 units.
+inline constexpr std::size_t kept_units_of_longer_name = 10;
 
 // Whether the header names a known version with minor version 0 and a length that the version, the longest record and
 // the available bytes allow.
