@@ -42,7 +42,10 @@ public:
         if (!with_paths_) return;
         const in_phase resolving(console_.meter, phase::resolve);
         std::unique_ptr<gathered_history> history = intake_.take_history();
-        if (history != nullptr) announce("analyzing: path history...\n");
+        if (history != nullptr) {
+            announce("analyzing: path history...\n");
+            console_.meter.count(phase::history, intake_.records().size(), 0);
+        }
         ntfs_volume* const mft_source = mft_file_ != nullptr ? mft_file_.get() : mft_refused_ ? nullptr : volume_.get();
         const bool has_mft = mft_source != nullptr && mft_source->mount();
         const std::uint64_t read_before = has_mft ? mft_source->reader().bytes_read() : 0;

@@ -36,7 +36,7 @@ bool is_text_of(byte_view name, std::u16string_view text) {
 
 // ---- Filling --------------------------------------------------------------------------------------------------------
 
-directory_places::directory_places() : entries_(1) { (void)number_of(root_entry_number); }
+directory_places::directory_places() : entries_(1), waiting_(32) { (void)number_of(root_entry_number); }
 
 std::uint32_t directory_places::number_of(std::uint64_t reference) {
     reference = whole_reference(reference);
@@ -65,22 +65,63 @@ std::uint8_t directory_places::marks_of(std::uint32_t reason) {
     return static_cast<std::uint8_t>((created ? begins : 0) | (deleted ? ends : 0));
 }
 
+// Directories lie anywhere in memory, and each step tells where the next one leads.
 void directory_places::add(const directory_witness& witness) {
-    const known_directory& one = directories_[number_of(witness.directory)];
-    if (one.places == 0 || !continues(places_[one.first_place], witness)) {
+    constexpr std::size_t lead = 6;
+    waiting_witness& one = waiting(came_++);
+    __builtin_prefetch(numbers_.first_place_of(whole_reference(witness.directory)));
+    one.witness = witness;
+    one.stretch_begin = stretches_.latest_begin();
+    std::ranges::copy(witness.name.bytes(), one.name.begin());
+    if (came_ - looked_up_ > lead) look_up(waiting(looked_up_++));
+    if (looked_up_ - with_place_ > lead) fetch_place(waiting(with_place_++));
+    if (with_place_ - with_name_ > lead) fetch_name(waiting(with_name_++));
+    if (with_name_ - taken_ > lead) take(waiting(taken_++));
+}
+
+void directory_places::look_up(waiting_witness& one) {
+    one.number = number_of(one.witness.directory);
+    __builtin_prefetch(&directories_[one.number]);
+}
+
+void directory_places::fetch_place(const waiting_witness& one) const {
+    const known_directory& directory = directories_[one.number];
+    if (directory.places != 0) __builtin_prefetch(&places_[directory.first_place]);
+}
+
+void directory_places::fetch_name(const waiting_witness& one) const {
+    const known_directory& directory = directories_[one.number];
+    if (directory.places == 0) return;
+    const place& latest = places_[directory.first_place];
+    __builtin_prefetch(latest.name);
+    __builtin_prefetch(&directories_[latest.parent]);
+}
+
+void directory_places::take(const waiting_witness& one) {
+    directory_witness witness = one.witness;
+    witness.name = byte_view(std::span(one.name).first(witness.name.size()));
+    const known_directory& directory = directories_[one.number];
+    if (directory.places == 0 || !continues(places_[directory.first_place], one)) {
         put(witness, witness.usn, 0);
         return;
     }
-    place& latest = places_[one.first_place];
+    place& latest = places_[directory.first_place];
     latest.last = witness.usn;
     latest.marks = static_cast<std::uint8_t>(latest.marks | (marks_of(witness.reason) & ends));
 }
 
-bool directory_places::continues(const place& latest, const directory_witness& witness) const {
+void directory_places::take_waiting() {
+    while (looked_up_ != came_) look_up(waiting(looked_up_++));
+    while (taken_ != came_) take(waiting(taken_++));
+    with_place_ = with_name_ = came_;
+}
+
+bool directory_places::continues(const place& latest, const waiting_witness& one) const {
+    const directory_witness& witness = one.witness;
     const bool new_life = latest.is(ends) && (marks_of(witness.reason) & begins) != 0;
-    return latest.last >= stretches_.latest_begin() && !new_life &&
+    return latest.last >= one.stretch_begin && !new_life &&
            directories_[latest.parent].reference == whole_reference(witness.parent) &&
-           is_text_of(witness.name, latest.text());
+           is_text_of(byte_view(std::span(one.name).first(witness.name.size())), latest.text());
 }
 
 void directory_places::put(const directory_witness& witness, std::int64_t last, std::uint8_t marks) {
@@ -101,6 +142,8 @@ void directory_places::put(const directory_witness& witness, std::int64_t last, 
 // ---- Once all records are there -------------------------------------------------------------------------------------
 
 void directory_places::finish(const mft_testimony* mft) {
+    take_waiting();
+    waiting_ = {};
     order_by_directory();
     std::uint32_t kept = 0;
     for (known_directory& one : directories_) settle(one, kept);

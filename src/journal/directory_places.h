@@ -7,7 +7,10 @@
 #include "journal/journal_stretches.h"
 #include "journal/path_basis.h"
 #include "journal/reference_table.h"
+#include "journal/sound_record.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -76,8 +79,12 @@ public:
     // A record of the latest stretch; USNs rise. Then those of the journal that are given later than they came, then
     // those that were carved, in any order.
     void add(const directory_witness& witness);
-    void add_late(const directory_witness& witness) { put(witness, witness.usn, 0); }
+    void add_late(const directory_witness& witness) {
+        take_waiting();
+        put(witness, witness.usn, 0);
+    }
     void add_carved(const directory_witness& witness) {
+        take_waiting();
         any_carved_ = true;
         put(witness, witness.usn + witness.length, carved);
     }
@@ -125,6 +132,14 @@ private:
         bool outdated = false;  // the journal knows better
     };
 
+    // A record that waits while the memory that it will be looked up in is fetched, with its own name.
+    struct waiting_witness {
+        directory_witness witness;
+        std::int64_t stretch_begin = 0;  // of the stretch that it is in
+        std::uint32_t number = 0;        // of the directory, once it was looked up
+        std::array<std::uint8_t, 2 * longest_ntfs_name> name;
+    };
+
     // Text that never moves.
     class name_store {
     public:
@@ -136,7 +151,13 @@ private:
     };
 
     [[nodiscard]] static std::uint8_t marks_of(std::uint32_t reason);
-    [[nodiscard]] bool continues(const place& latest, const directory_witness& witness) const;
+    [[nodiscard]] waiting_witness& waiting(std::size_t at) { return waiting_[at % waiting_.size()]; }
+    void look_up(waiting_witness& one);
+    void fetch_place(const waiting_witness& one) const;
+    void fetch_name(const waiting_witness& one) const;
+    void take(const waiting_witness& one);
+    void take_waiting();
+    [[nodiscard]] bool continues(const place& latest, const waiting_witness& one) const;
     void put(const directory_witness& witness, std::int64_t last, std::uint8_t marks);
     void order_by_directory();
     void settle(known_directory& one, std::uint32_t& kept);
@@ -153,6 +174,15 @@ private:
     std::vector<place> places_;  // by directory, then USN, once all are there
     std::vector<mft_place> entries_;
     name_store names_;
+
+    // In a ring, and how many came, were looked up, have their place fetched and their name, were taken.
+    std::vector<waiting_witness> waiting_;
+    std::size_t came_ = 0;
+    std::size_t looked_up_ = 0;
+    std::size_t with_place_ = 0;
+    std::size_t with_name_ = 0;
+    std::size_t taken_ = 0;
+
     mft_origin origin_ = mft_origin::volume;
     std::int64_t moment_ = 0;
     bool any_carved_ = false;

@@ -1,6 +1,7 @@
 #include "journal/history_walk.h"
 
 #include "base/file_reference.h"
+#include "journal/usn_record.h"
 
 #include <algorithm>
 
@@ -8,7 +9,6 @@ namespace {
 
 constexpr std::int64_t journal_page = 4096;
 constexpr std::size_t alignment = 8;  // of records
-constexpr std::uint32_t attribute_directory = 0x10;
 
 bool begins_with_zeros(byte_view bytes) {
     std::uint64_t head = 0;

@@ -1,6 +1,7 @@
 #include "journal/journal_collection.h"
 
 #include "journal/resolved_paths.h"
+#include "journal/usn_record.h"
 
 #include <algorithm>
 #include <numeric>
@@ -58,7 +59,9 @@ void journal_collection::add(const journal_entry& entry) {
     any_carved_ = any_carved_ || entry.origin != record_origin::journal;
     if (entry.has_details) details_.add(count_, entry.details);
     if (!entry.snapshot_label.empty() || !labels_.empty()) note_label(entry.snapshot_label);
-    if (pairs_ != nullptr) pairs_->add({entry.parent_ref, entry.file_ref});
+    if (pairs_ != nullptr) {
+        pairs_->add({entry.parent_ref, entry.file_ref}, (entry.file_attributes & attribute_directory) == 0);
+    }
     ++count_;
 }
 
@@ -69,6 +72,17 @@ void journal_collection::note_label(std::string_view label) {
 std::string_view journal_collection::label_of(std::uint64_t arrival) const {
     const auto behind = std::ranges::upper_bound(labels_, arrival, {}, &labelled_stretch::first_arrival);
     return behind == labels_.begin() ? std::string_view{} : std::prev(behind)->label;
+}
+
+void journal_collection::for_each_of_journal(const std::function<void(const packed_record&)>& take) const {
+    const auto walk = [&take](const record_run& run) {
+        record_run::cursor at(run);
+        while (const packed_record* const record = at.next()) {
+            if (record_marks::origin_of(record->marks) == record_origin::journal) take(*record);
+        }
+    };
+    walk(in_order_);
+    for (const record_run& run : strays_.runs()) walk(run);
 }
 
 void journal_collection::keep_paths(std::unique_ptr<const resolved_paths> paths) { paths_ = std::move(paths); }
@@ -86,27 +100,20 @@ bool ordered_reader::next(journal_entry& entry) {
     upcoming_record& now = upcoming_[at_];
     if (now.record == nullptr) return false;
     unpack(now, entry);
-    const resolved_paths* const paths = from_.paths_.get();
-    past_paths* const past = paths == nullptr ? nullptr : paths->past();
-    if (past != nullptr) past->fill(now.pair, journal_offset(*now.record), entry);
     if (repeats_) {
         repeats_->fill_others(now.record, also_in_);
         entry.also_in = also_in_;
     }
     now = look_ahead();
     at_ = (at_ + 1) % upcoming_.size();
-    if (paths != nullptr) {
-        const std::uint32_t soon = upcoming_[(at_ + text_lead) % upcoming_.size()].pair;
-        const auto fetch_text = [](const char* text) {
-            __builtin_prefetch(text);
-            __builtin_prefetch(text + cache_line);
-        };
-        fetch_text(paths->text_place(soon));
-        if (past != nullptr) {
-            const std::uint32_t later = upcoming_[(at_ + step_lead) % upcoming_.size()].pair;
-            __builtin_prefetch(past->step_place(later));
-            __builtin_prefetch(past->text_holder(later));
-            fetch_text(past->text_place(soon));
+    if (const resolved_paths* const paths = from_.paths_.get(); paths != nullptr) {
+        const upcoming_record& soon = upcoming_[(at_ + text_lead) % upcoming_.size()];
+        const char* const text = paths->text_place(soon.pair);
+        __builtin_prefetch(text);
+        __builtin_prefetch(text + cache_line);
+        if (paths->has_past()) {
+            __builtin_prefetch(paths->text_now_place(soon.pair));
+            __builtin_prefetch(paths->step_place(upcoming_[(at_ + step_lead) % upcoming_.size()].pair));
         }
     }
     return true;
@@ -119,9 +126,6 @@ ordered_reader::upcoming_record ordered_reader::look_ahead() {
     soon.pair = from_.paths_->pair_of(static_cast<std::size_t>(soon.record->arrival()));
     __builtin_prefetch(from_.paths_->outcome_place(soon.pair));
     __builtin_prefetch(from_.paths_->times_place(soon.pair));
-    if (const past_paths* const past = from_.paths_->past(); past != nullptr) {
-        __builtin_prefetch(past->directory_place(soon.pair));
-    }
     return soon;
 }
 
@@ -203,7 +207,7 @@ std::optional<std::uint64_t> ordered_reader::journal_offset(const packed_record&
     return (*copied)->record_offset;
 }
 
-void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) const {
+void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) {
     const packed_record& from = *next.record;
     entry.valid = (from.marks & record_marks::valid) != 0 ? 1 : 0;
     entry.file_ref = from.file_ref;
@@ -223,5 +227,6 @@ void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) c
     entry.has_details = (from.marks & record_marks::details) != 0;
     if (entry.has_details) from_.details_.fill(from.arrival(), entry.details);
     entry.snapshot_label = from_.label_of(from.arrival());
-    if (from_.paths_ != nullptr) from_.paths_->fill(next.pair, entry);
+    if (from_.paths_ == nullptr) return;
+    from_.paths_->fill(next.pair, from_.paths_->has_past() ? journal_offset(from) : std::nullopt, entry);
 }

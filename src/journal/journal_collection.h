@@ -15,6 +15,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -36,8 +37,11 @@ public:
 
     [[nodiscard]] std::size_t size() const { return count_; }
 
+    // Every record that is of the journal and was not carved, in no order.
+    void for_each_of_journal(const std::function<void(const packed_record&)>& take) const;
+
     // Before the first record: numbers the pairs of parent and file as they come, for path resolution, which takes
-    // them; null when they were not numbered.
+    // them; null when they were not numbered. Marked are those with a record that does not call the file a directory.
     void number_pairs() { pairs_ = std::make_unique<reference_pairs>(); }
     [[nodiscard]] std::unique_ptr<reference_pairs> take_pairs() { return std::move(pairs_); }
 
@@ -97,7 +101,7 @@ private:
     [[nodiscard]] const packed_record* advance();
     [[nodiscard]] const packed_record* next_stray();
     void put_in_order(const record_run& run);
-    void unpack(const upcoming_record& next, journal_entry& entry) const;
+    void unpack(const upcoming_record& next, journal_entry& entry);
     [[nodiscard]] std::optional<std::uint64_t> journal_offset(const packed_record& record);
 
     const journal_collection& from_;

@@ -17,8 +17,12 @@ constexpr std::size_t longest_kept_text = 512;
 }  // namespace
 
 path_history::path_history(directory_places places, bool with_surrogates)
-    : places_(std::move(places)), with_surrogates_(with_surrogates), steps_(places_.size()), texts_(places_.size()) {
-    step& root = steps_[directory_places::root];
+    : places_(std::move(places)),
+      with_surrogates_(with_surrogates),
+      steps_(places_.size()),
+      ways_(places_.size()),
+      texts_(places_.size()) {
+    past_path& root = steps_[directory_places::root];
     root.from = std::numeric_limits<std::int64_t>::min();
     root.to = std::numeric_limits<std::int64_t>::max();
 }
@@ -28,7 +32,7 @@ void path_history::append_name(std::u16string_view name) {
     composed_ += '\\';
 }
 
-path_history::past_path path_history::path_at(std::uint32_t directory, std::int64_t usn) {
+path_history::past_path& path_history::find_path(std::uint32_t directory, std::int64_t usn) {
     if (!steps_[directory].holds_at(usn) && !climb(directory, usn)) return endless_path(directory, usn);
     return text_of(directory, usn);
 }
@@ -45,7 +49,7 @@ bool path_history::climb(std::uint32_t directory, std::int64_t usn) {
         if (now.place.name.empty()) break;
         at = now.place.parent;
     }
-    if (steps_[at].holds_at(usn) && steps_[at].levels + height > most_levels) return false;
+    if (steps_[at].holds_at(usn) && ways_[at].levels + height > most_levels) return false;
     while (height != 0) note_step(chain_[--height]);
     return true;
 }
@@ -53,14 +57,16 @@ bool path_history::climb(std::uint32_t directory, std::int64_t usn) {
 // The path of the parent is known.
 void path_history::note_step(const level& from) {
     const directory_places::answer& place = from.place;
-    step made{.from = place.from, .to = place.to, .name = place.name, .parent = place.parent, .basis = place.basis};
+    past_path made{.from = place.from, .to = place.to, .basis = place.basis};
+    way_up way{.name = place.name, .parent = place.parent};
     if (!place.name.empty()) {
-        const step& above = steps_[place.parent];
+        const past_path& above = steps_[place.parent];
         made.from = std::max(made.from, above.from);
         made.to = std::min(made.to, above.to);
-        made.levels = static_cast<std::uint16_t>(above.levels + 1);
         made.basis = std::max(made.basis, above.basis);
+        way.levels = static_cast<std::uint16_t>(ways_[place.parent].levels + 1);
     }
+    ways_[from.directory] = way;
     steps_[from.directory] = made;
 }
 
@@ -68,27 +74,32 @@ void path_history::note_step(const level& from) {
 
 // Of a path that is known at this USN. Those above may have been asked about another one since: their ways are found
 // again then, and are the same as when this one was found.
-path_history::past_path path_history::text_of(std::uint32_t directory, std::int64_t usn) {
+path_history::past_path& path_history::text_of(std::uint32_t directory, std::int64_t usn) {
     const path_basis basis = steps_[directory].basis;
-    if (!steps_[directory].text_is_kept) {
+    if (steps_[directory].text.data() == nullptr) {
         std::size_t height = 0;
         std::uint32_t at = directory;
-        for (; !steps_[at].name.empty() && !steps_[at].text_is_kept; at = steps_[at].parent) {
+        for (; !ways_[at].name.empty() && steps_[at].text.data() == nullptr; at = ways_[at].parent) {
             way_[height++] = at;
-            if (!steps_[steps_[at].parent].holds_at(usn)) (void)climb(steps_[at].parent, usn);
+            if (!steps_[ways_[at].parent].holds_at(usn)) (void)climb(ways_[at].parent, usn);
         }
         composed_.clear();
         endless_.directory = directory_places::root;
-        if (steps_[at].text_is_kept) {
+        if (steps_[at].text.data() != nullptr) {
             composed_ = texts_[at].text;
         } else {
             append_beginning(at);
         }
-        while (height != 0) append_name(steps_[way_[--height]].name);
-        if (composed_.size() > longest_kept_text) return {composed_, 0, basis};
+        while (height != 0) append_name(ways_[way_[--height]].name);
+        if (composed_.size() > longest_kept_text) return not_kept(basis);
         keep_text(directory);
     }
-    return {texts_[directory].text, texts_[directory].number, basis};
+    return steps_[directory];
+}
+
+path_history::past_path& path_history::not_kept(path_basis basis) {
+    not_kept_ = {.text = composed_, .basis = basis};
+    return not_kept_;
 }
 
 void path_history::keep_text(std::uint32_t directory) {
@@ -97,11 +108,12 @@ void path_history::keep_text(std::uint32_t directory) {
         kept.text = composed_;
         kept.number = ++numbers_;
     }
-    steps_[directory].text_is_kept = true;
+    steps_[directory].text = kept.text;
+    steps_[directory].number = kept.number;
 }
 
 // A path that comes back to itself, or is deeper than any, is cut off there.
-path_history::past_path path_history::endless_path(std::uint32_t directory, std::int64_t usn) {
+path_history::past_path& path_history::endless_path(std::uint32_t directory, std::int64_t usn) {
     if (endless_.directory != directory || usn < endless_.place.from || usn >= endless_.place.to) {
         std::size_t height = 0;
         std::uint32_t at = directory;
@@ -121,7 +133,7 @@ path_history::past_path path_history::endless_path(std::uint32_t directory, std:
         append_beginning(at);
         while (height != 0) append_name(chain_[--height].place.name);
     }
-    return {composed_, 0, path_basis::partial};
+    return not_kept(path_basis::partial);
 }
 
 void path_history::append_beginning(std::uint32_t directory) {

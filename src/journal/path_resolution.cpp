@@ -4,9 +4,9 @@
 #include "journal/gathered_history.h"
 #include "journal/journal_collection.h"
 #include "journal/mft_witnesses.h"
-#include "journal/past_paths.h"
 #include "journal/reference_pairs.h"
 #include "journal/resolved_paths.h"
+#include "journal/usn_record.h"
 #include "ntfs/directory_listing.h"
 #include "ntfs/mft_children.h"
 #include "ntfs/ntfs_volume.h"
@@ -31,6 +31,61 @@ struct unread_group {
     bool any = false;  // something lies in it
 };
 
+// What journals tell of directories without calling them that: their records did not go to the history when they came.
+class unmarked_directories {
+public:
+    explicit unmarked_directories(std::span<const numbered_pair> pairs) {
+        for (const numbered_pair& one : pairs) {
+            if (parents_.empty() || parents_.back() != one.pair.parent) {
+                parents_.push_back(one.pair.parent);
+                hints_[place_of(one.pair.parent)] = true;
+            }
+        }
+        for (const numbered_pair& one : pairs) {
+            if (!one.marked || !hints_[place_of(one.pair.file)]) continue;
+            any_ = any_ || is_parent(one.pair.file);
+        }
+    }
+
+    // Of a name that was cut short nothing can be told.
+    void tell(const journal_collection& records, gathered_history& told) const {
+        if (!any_) return;
+        told.end_walk();
+        records.for_each_of_journal([&](const packed_record& one) {
+            const bool tells = (one.file_attributes & attribute_directory) == 0 && one.name_units != 0 &&
+                               !may_be_cut(one) && hints_[place_of(one.file_ref)] && is_parent(one.file_ref) &&
+                               !told.is_doubtful(one.record_offset);
+            if (!tells) return;
+            const auto name = std::as_bytes(std::span(one.name(), one.name_units));
+            told.places().add_late(
+                {.directory = one.file_ref,
+                 .parent = one.parent_ref,
+                 .usn = one.usn,
+                 .reason = one.reason,
+                 .name = byte_view({reinterpret_cast<const std::uint8_t*>(name.data()), name.size()})});
+        });
+    }
+
+private:
+    [[nodiscard]] static bool may_be_cut(const packed_record& one) {
+        return one.name_units == kept_units_of_longer_name && (one.marks & record_marks::details) != 0;
+    }
+
+    // Most files are no parent by their entry number alone.
+    static constexpr std::size_t hint_bits = 20;
+    [[nodiscard]] static std::size_t place_of(std::uint64_t reference) {
+        return static_cast<std::size_t>(reference) & ((std::size_t{1} << hint_bits) - 1);
+    }
+    [[nodiscard]] bool is_parent(std::uint64_t reference) const {
+        return entry_number(reference) != root_entry_number &&
+               std::ranges::binary_search(parents_, reference_order(reference), {}, reference_order);
+    }
+
+    std::vector<std::uint64_t> parents_;
+    std::vector<bool> hints_ = std::vector<bool>(std::size_t{1} << hint_bits);
+    bool any_ = false;
+};
+
 class path_resolution {
 public:
     path_resolution(journal_collection& records, ntfs_volume& mft_source, const resolution_settings& asked,
@@ -46,8 +101,9 @@ public:
         resolve_unread();
         if (told != nullptr) {
             const in_phase now(told->meter(), phase::history);
+            unmarked_directories(pairs_).tell(records_, *told);
             const mft_testimony mft = testimony_of(mft_source, shown_);
-            found_->keep_past(std::make_unique<past_paths>(std::move(told), pairs_, &mft, asked_.complete));
+            found_->keep_past(std::move(told), pairs_, &mft, asked_.complete);
         }
         context_.paths->release_source();
         found_->keep_directories(std::move(context_.paths), asked_.complete);
@@ -160,7 +216,8 @@ void resolve_past_paths(journal_collection& records, std::unique_ptr<gathered_hi
     const std::unique_ptr<reference_pairs> numbered = records.take_pairs();
     block_array<std::uint32_t> pair_of_record = numbered->take_numbers();
     const std::vector<numbered_pair> pairs = numbered->in_order();
+    unmarked_directories(pairs).tell(records, *told);
     auto found = std::make_unique<resolved_paths>(std::move(pair_of_record), pairs.size(), false);
-    found->keep_past(std::make_unique<past_paths>(std::move(told), pairs, nullptr, with_surrogates));
+    found->keep_past(std::move(told), pairs, nullptr, with_surrogates);
     records.keep_paths(std::move(found));
 }

@@ -34,7 +34,9 @@ void reference_pairs::make_table(unsigned bits) {
 
 void reference_pairs::number_next() {
     if (numbered_ == numbers_.capacity()) numbers_.add_block();
-    numbers_[numbered_] = number_of(pending_[numbered_ % pending_.size()]);
+    numbered_pair& pair = numbered(pending_[numbered_ % pending_.size()]);
+    numbers_[numbered_] = pair.number;
+    if (marks_[numbered_ % marks_.size()]) pair.marked = true;
     ++numbered_;
 }
 
@@ -43,15 +45,15 @@ block_array<std::uint32_t> reference_pairs::take_numbers() {
     return std::move(numbers_);
 }
 
-std::uint32_t reference_pairs::number_of(const reference_pair& pair) {
+numbered_pair& reference_pairs::numbered(const reference_pair& pair) {
     numbered_pair* place = &place_of(pair);
-    if (place->number != none) return place->number;
+    if (place->number != none) return *place;
     if (count_ >= table_.size() / 2) {
         grow();
         place = &place_of(pair);
     }
-    *place = {pair, count_};
-    return count_++;
+    *place = {pair, count_++};
+    return *place;
 }
 
 // Where the pair stands or would stand.

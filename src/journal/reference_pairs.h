@@ -22,16 +22,18 @@ struct reference_pair {
 struct numbered_pair {
     reference_pair pair;
     std::uint32_t number = 0;
+    bool marked = false;  // with any record
 };
 
 class reference_pairs {
 public:
     reference_pairs();
 
-    // The pair of the next record.
-    void add(const reference_pair& pair) {
+    // The pair of the next record, and whether that marks it.
+    void add(const reference_pair& pair, bool marked) {
         __builtin_prefetch(&table_[first_place_of(pair)]);
         pending_[added_ % pending_.size()] = pair;
+        marks_[added_ % marks_.size()] = marked;
         if (++added_ - numbered_ > lead) number_next();
     }
 
@@ -54,7 +56,7 @@ private:
         return static_cast<std::size_t>(pair.file) & (table_.size() - 1);
     }
     [[nodiscard]] numbered_pair& place_of(const reference_pair& pair);
-    [[nodiscard]] std::uint32_t number_of(const reference_pair& pair);
+    [[nodiscard]] numbered_pair& numbered(const reference_pair& pair);
 
     // A hash table with open addressing, at most half full. The pairs themselves stand in it, so that a look-up waits
     // for memory once. The first place to look at is the file's entry number modulo the size: a volume uses its entry
@@ -68,6 +70,7 @@ private:
     std::uint64_t file_factor_;
 
     std::array<reference_pair, 32> pending_{};  // by record, modulo its size: those whose place is being fetched
+    std::array<bool, 32> marks_{};              // likewise
     block_array<std::uint32_t> numbers_;        // by record
     std::size_t numbered_ = 0;                  // records
     std::size_t added_ = 0;

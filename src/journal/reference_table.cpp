@@ -1,6 +1,5 @@
 #include "journal/reference_table.h"
 
-#include <bit>
 #include <chrono>
 #include <random>
 
@@ -23,8 +22,7 @@ std::pair<std::uint32_t, bool> reference_table::number_of(std::uint64_t referenc
 
 // Where the reference stands or would stand.
 reference_table::numbered& reference_table::place_of(std::uint64_t reference) {
-    const std::uint64_t mixed = (reference ^ reference >> 32U) * factor_;
-    auto at = static_cast<std::size_t>(((mixed ^ mixed >> 29U) * factor_) >> (64 - std::countr_zero(table_.size())));
+    std::size_t at = first_of(reference);
     while (table_[at].number != none && table_[at].reference != reference) at = (at + 1) & (table_.size() - 1);
     return table_[at];
 }

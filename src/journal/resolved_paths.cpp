@@ -51,7 +51,11 @@ void resolved_paths::keep_directories(std::unique_ptr<const directory_path_cache
         texts_.append(reinterpret_cast<const char*>(&length), sizeof length);
         texts_ += text;
     }
-    for (outcome& one : outcomes_) one.text = places[one.path()];
+    if (past_ != nullptr) {
+        text_places_ = std::move(places);
+    } else {
+        for (outcome& one : outcomes_) one.text = places[one.path()];
+    }
 }
 
 std::string_view resolved_paths::kept_text(std::uint32_t place) const {
@@ -60,15 +64,25 @@ std::string_view resolved_paths::kept_text(std::uint32_t place) const {
     return {texts_.data() + place + sizeof length, length};
 }
 
-void resolved_paths::fill(std::uint32_t pair, journal_entry& entry) const {
-    if (directories_ == nullptr) {
-        entry.status = mft_status::unknown;
-        entry.parent_path = {};
-        entry.path_number = 0;
-        return;
+std::string_view resolved_paths::text_of(std::uint32_t path, std::uint32_t place) const {
+    return place != 0 || path == 0 ? kept_text(place) : composed(path);
+}
+
+void resolved_paths::keep_past(std::unique_ptr<gathered_history> told, std::span<const numbered_pair> pairs,
+                               const mft_testimony* mft, bool with_surrogates) {
+    const std::uint64_t* parent = nullptr;
+    std::uint32_t number = 0;
+    for (const numbered_pair& one : pairs) {
+        if (parent == nullptr || *parent != one.pair.parent) number = told->places().number_of(one.pair.parent);
+        parent = &one.pair.parent;
+        outcomes_[one.number].text = number;
     }
+    past_ = std::make_unique<past_paths>(std::move(told), mft, with_surrogates);
+}
+
+void resolved_paths::fill(std::uint32_t pair, std::optional<std::uint64_t> journal_offset, journal_entry& entry) const {
     const outcome found = outcomes_[pair];
-    entry.status = found.status();
+    entry.status = directories_ == nullptr ? mft_status::unknown : found.status();
     if (!times_.empty()) {
         const file_times& times = times_[pair];
         entry.index_created = times.created;
@@ -76,7 +90,14 @@ void resolved_paths::fill(std::uint32_t pair, journal_entry& entry) const {
         entry.index_mft_changed = times.mft_changed;
         entry.index_accessed = times.accessed;
     }
+    if (past_ != nullptr) {
+        const auto text_of_now = [&]() -> past_paths::resolved_text {
+            const std::uint32_t place = text_places_[found.path()];
+            return {text_of(found.path(), place), place != 0};
+        };
+        past_->fill(found.text, journal_offset, found.path(), text_of_now, entry);
+        return;
+    }
     entry.path_number = found.path();
-    const bool kept = found.text != 0 || found.path() == 0;
-    entry.parent_path = kept ? kept_text(found.text) : composed(found.path());
+    entry.parent_path = text_of(found.path(), found.text);
 }

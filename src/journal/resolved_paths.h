@@ -5,12 +5,15 @@
 #include "journal/block_array.h"
 #include "journal/journal_entry.h"
 #include "journal/past_paths.h"
+#include "journal/reference_pairs.h"
 #include "ntfs/directory_listing.h"
 #include "ntfs/directory_path.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,9 +31,10 @@ public:
 
     [[nodiscard]] mft_status status_of(std::uint32_t pair) const { return outcomes_[pair].status(); }
 
-    // The paths that files had, where they were asked for.
-    void keep_past(std::unique_ptr<past_paths> past) { past_ = std::move(past); }
-    [[nodiscard]] past_paths* past() const { return past_.get(); }
+    // The paths that files had, where they are asked for; before the directories. `pairs`: all, in order of parent.
+    void keep_past(std::unique_ptr<gathered_history> told, std::span<const numbered_pair> pairs,
+                   const mft_testimony* mft, bool with_surrogates);
+    [[nodiscard]] bool has_past() const { return past_ != nullptr; }
 
     // What composes the paths; without an MFT there is nothing. The last thing to be given. `with_surrogates`: those
     // without a partner stay in the texts, see base/utf.h.
@@ -39,20 +43,30 @@ public:
     // The pair of the record that arrived as number `arrival`.
     [[nodiscard]] std::uint32_t pair_of(std::size_t arrival) const { return pair_of_record_[arrival]; }
 
-    // Gives an entry path, status and times of its pair, not yet what the past tells.
-    void fill(std::uint32_t pair, journal_entry& entry) const;
+    // Gives an entry path, status and times of its pair; the path that its directory had when there is a past. Then
+    // `journal_offset` counts, see past_paths.
+    void fill(std::uint32_t pair, std::optional<std::uint64_t> journal_offset, journal_entry& entry) const;
 
-    // What `fill` will read first, and then, to be fetched ahead; the text of most paths takes two cache lines.
+    // What `fill` will read first, and then, to be fetched ahead; the text of most paths takes two cache lines. With a
+    // past the step comes between.
     [[nodiscard]] const void* outcome_place(std::uint32_t pair) const { return &outcomes_[pair]; }
-    [[nodiscard]] const char* text_place(std::uint32_t pair) const { return texts_.data() + outcomes_[pair].text; }
+    [[nodiscard]] const void* step_place(std::uint32_t pair) const { return past_->step_place(outcomes_[pair].text); }
+    [[nodiscard]] const char* text_place(std::uint32_t pair) const {
+        const std::uint32_t place = outcomes_[pair].text;
+        return past_ != nullptr ? past_->text_place(place) : texts_.data() + place;
+    }
+    [[nodiscard]] const char* text_now_place(std::uint32_t pair) const {
+        return past_->compared_place(outcomes_[pair].text);
+    }
     [[nodiscard]] const void* times_place(std::uint32_t pair) const { return times_.empty() ? nullptr : &times_[pair]; }
 
 private:
     [[nodiscard]] std::string_view composed(std::uint32_t path) const;
+    [[nodiscard]] std::string_view text_of(std::uint32_t path, std::uint32_t place) const;
 
     // Small, because records come to them in no order.
     struct outcome {
-        std::uint32_t text = 0;  // where the path's kept text begins
+        std::uint32_t text = 0;  // where the path's kept text begins; with a past the parent's number there
         std::uint32_t path_and_status = 0;
 
         [[nodiscard]] std::uint32_t path() const { return path_and_status >> 2U; }
@@ -69,6 +83,7 @@ private:
     std::unique_ptr<const directory_path_cache> directories_;  // null: there was no MFT
     std::unique_ptr<past_paths> past_;
     bool with_surrogates_ = false;
-    mutable std::string composed_;  // the latest text that is not kept
+    std::vector<std::uint32_t> text_places_;  // with a past: by path, where its kept text begins
+    mutable std::string composed_;            // the latest text that is not kept
     mutable std::uint32_t composed_path_ = 0;
 };

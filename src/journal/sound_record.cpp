@@ -16,7 +16,7 @@ constexpr std::uint64_t begin_of_2101 = 157'784'544'000'000'000;
 // Every bit that Windows sets, those of transactions, integrity and storage class with them.
 constexpr std::uint32_t known_reasons = 0x81FFFF77;
 
-void read_fields_v2(byte_view bytes, sound_record& out) {
+void read_fields_v2(const byte_view& bytes, sound_record& out) {
     out.parent_ref = bytes.value<std::uint64_t>(usn_v2::parent_reference);
     out.beyond_ntfs = false;
     out.usn = static_cast<std::int64_t>(bytes.value<std::uint64_t>(usn_v2::usn));
@@ -27,14 +27,14 @@ void read_fields_v2(byte_view bytes, sound_record& out) {
     out.file_attributes = bytes.value<std::uint32_t>(usn_v2::file_attributes);
 }
 
-void read_wide_references(byte_view bytes, sound_record& out) {
+void read_wide_references(const byte_view& bytes, sound_record& out) {
     out.parent_ref = bytes.value<std::uint64_t>(usn_v3::parent_reference);
     out.beyond_ntfs = bytes.value<std::uint64_t>(usn_v3::file_reference + 8) != 0 ||
                       bytes.value<std::uint64_t>(usn_v3::parent_reference + 8) != 0;
     out.usn = static_cast<std::int64_t>(bytes.value<std::uint64_t>(usn_v3::usn));
 }
 
-void read_fields_v3(byte_view bytes, sound_record& out) {
+void read_fields_v3(const byte_view& bytes, sound_record& out) {
     read_wide_references(bytes, out);
     out.timestamp = bytes.value<std::uint64_t>(usn_v3::timestamp);
     out.reason = bytes.value<std::uint32_t>(usn_v3::reason);
@@ -44,7 +44,7 @@ void read_fields_v3(byte_view bytes, sound_record& out) {
 }
 
 // Version 4 has its reason where the time of version 3 is.
-void read_fields_v4(byte_view bytes, sound_record& out) {
+void read_fields_v4(const byte_view& bytes, sound_record& out) {
     read_wide_references(bytes, out);
     out.reason = bytes.value<std::uint32_t>(usn_v4::reason);
     out.source_info = bytes.value<std::uint32_t>(usn_v4::source_info);
@@ -54,7 +54,7 @@ void read_fields_v4(byte_view bytes, sound_record& out) {
     out.name = {};
 }
 
-bool find_name(byte_view bytes, std::size_t length_at, std::size_t offset_at, std::size_t fixed_size,
+bool find_name(const byte_view& bytes, std::size_t length_at, std::size_t offset_at, std::size_t fixed_size,
                sound_record& out) {
     const std::size_t units_twice = bytes.value<std::uint16_t>(length_at);
     const std::size_t begin = bytes.value<std::uint16_t>(offset_at);
@@ -79,8 +79,8 @@ bool sound_record::name_holds_nul() const {
     return false;
 }
 
-bool read_sound_record(byte_view bytes, sound_record& out) {
-    if (!header_is_plausible(bytes)) return false;
+bool read_sound_record(const byte_view& bytes, sound_record& out) {
+    if (!bytes.fits(0, usn_v2::fixed_size) || !header_is_plausible(bytes)) return false;
     out.length = bytes.value<std::uint32_t>(usn_header::record_length);
     out.version = bytes.value<std::uint16_t>(usn_header::major_version);
     out.file_ref = bytes.value<std::uint64_t>(usn_v2::file_reference);  // in every version

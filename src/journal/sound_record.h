@@ -34,7 +34,7 @@ struct sound_record {
 //
 // Of random bytes one position in 2^68 passes for version 2 or 3 each: 16 bits for either half of the version, 2^-36
 // for length, name length and name offset together. For version 4 it is one in 2^55, of which 23 bits are the length's.
-[[nodiscard]] bool read_sound_record(byte_view bytes, sound_record& out);
+[[nodiscard]] bool read_sound_record(const byte_view& bytes, sound_record& out);
 
 // The same for bytes of free space, where any may stand, for versions 2 and 3 only. Also wanted: a time in the
 // years 1990 to 2100, the name right behind the fixed part, a length that is exactly the name's end rounded up to 8, a

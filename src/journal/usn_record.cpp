@@ -182,7 +182,7 @@ void keep_details(byte_view record, journal_entry& entry) {
                       record.value<std::uint64_t>(usn_v3::parent_reference + upper_half), entry);
 }
 
-bool header_is_plausible(byte_view record) {
+bool header_is_plausible(const byte_view& record) {
     if (!record.fits(0, usn_header::size)) return false;
     const auto length = record.value<std::uint32_t>(usn_header::record_length);
     const std::uint32_t shortest = shortest_record_of(record.value<std::uint16_t>(usn_header::major_version));

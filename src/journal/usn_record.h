@@ -67,6 +67,8 @@ inline constexpr std::size_t fixed_size = 64;
 inline constexpr std::uint32_t shortest_record = 64;
 }  // namespace usn_v4
 
+inline constexpr std::uint32_t attribute_directory = 0x10;
+
 // Exclusive bound for entry numbers where nothing is known about the volume's MFT.
 inline constexpr std::uint64_t any_entry_number = 0xFFFFFFFF;
 
@@ -75,7 +77,7 @@ inline constexpr std::size_t kept_units_of_longer_name = 10;
 
 // Whether the header names a known version with minor version 0 and a length that the version, the longest record and
 // the available bytes allow.
-[[nodiscard]] bool header_is_plausible(byte_view record);
+[[nodiscard]] bool header_is_plausible(const byte_view& record);
 
 // Whether the bytes pass every check of the version-2 layout, with entry numbers below `entry_bound`. The header may
 // name any known version; records of the others practically never pass.

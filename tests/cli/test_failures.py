@@ -81,6 +81,18 @@ def test_lesser_problems_change_nothing_in_the_table(lorq, arguments, message):
     assert done.out.splitlines()[3:] == lorq.table("-file", "j")
 
 
+@pytest.mark.parametrize("arguments, message", [
+    (["-pulltimes"], ""),
+    (["-mftfile", "no-mft"], "prob opening mft file: no-mft, paths are told by the journal alone\n"),
+])
+def test_paths_as_they_were_need_no_mft(lorq, arguments, message):
+    done = lorq("-file", "j", "-path_history", "-csvgen", "-quiet", *arguments)
+    assert (done.code, said(done)) == (0, message)
+    header, row = (dict(enumerate(line.split(","))) for line in done.out.splitlines()[3:])
+    cells = {name: row[at] for at, name in header.items()}
+    assert (cells["MFT status"], cells["Path"], cells["path basis"], cells["Path now"]) == ("", r"[root]\a.txt", "exact", "")
+
+
 @linux_only
 @as_root
 def test_volumes_need_rights(lorq_as_nobody):

@@ -52,6 +52,7 @@ def test_results_file_permissions_and_link(lorq):
     ([], f"({re.escape(CLEAR)})+"),
     (["-quiet"], ""),
     (["-quiet", "-profile"], r"->[\d.e-]+ secs\n->read: [\d.e-]+ secs, 1 records, 4096 bytes\n(->.*\n){5}"),
+    (["-quiet", "-profile", "-path_history"], r"(->.*\n){7}->history: [\d.e-]+ secs, 1 records, 4096 bytes\n"),
     (["-quiet", "-show_dir_path"], re.escape(CLEAR) + r"prob no usable \$MFT, paths not resolved\n"),
 ])
 def test_standard_error(lorq, arguments, pattern):

@@ -226,6 +226,32 @@ void note(const char* what, const tally& of) {
     testing::Test::RecordProperty(what, words);
 }
 
+// A reference that is a parent is a directory, whatever its records call it; a carved copy of a record stands where
+// that one does, any other carved record is likely at best.
+TEST(PathHistory, WhatIsFoundOutOnceAllRecordsAreThere) {
+    usn_record_builder folder{.name = u"folder", .file_ref = reference(40, 1), .parent_ref = reference(5, 5)};
+    usn_record_builder child{.name = u"child", .file_ref = reference(99, 1), .parent_ref = reference(40, 1)};
+    bytes journal(folder.usn), other;
+    append(journal, folder.build());
+    child.usn = journal.size();
+    append(journal, child.build());
+    append(other, child.build());
+    child.reason = 0x80000001;
+    append(other, child.build());
+    fill_page(journal);
+    fill_page(other);
+    run one;
+    one.intake.walk(byte_view(std::span(journal).subspan(4096)), 4096);
+    one.intake.carve(byte_view(other, 1U << 20U), {.origin = record_origin::slack, .entry_bound = 1000, .label = {}});
+    resolve_past_paths(one.intake.records(), one.intake.take_history());
+    ordered_reader records(one.intake.records(), one.meter);
+    std::string text;
+    for (journal_entry entry; records.next(entry);) {
+        text += std::string(entry.parent_path) + (entry.basis == path_basis::exact ? " exact " : " likely ");
+    }
+    EXPECT_EQ(text, "[root]\\ exact [root]\\folder\\ exact [root]\\folder\\ exact [root]\\folder\\ likely ");
+}
+
 TEST(PathHistory, WholeOrTheLastOfAJournal) {
     for (const std::size_t part : {1U, 2U, 5U}) {
         tally with_mft, without, of_volume, of_files;
@@ -238,8 +264,11 @@ TEST(PathHistory, WholeOrTheLastOfAJournal) {
             const exported_mft mft{life.mft(), seed % 2 == 0 ? mft_origin::exported : mft_origin::volume};
             with_mft += judge(life, left, &mft);
             without += judge(life, left, nullptr);
-            of_volume += judge_run(life, left, life.mft(), source::volume);
-            of_files += judge_run(life, left, life.mft(), source::files);
+            if (left.as_file) {
+                of_files += judge_run(life, left, life.mft(), source::files);
+            } else {
+                of_volume += judge_run(life, left, life.mft(), source::volume);
+            }
         }
         for (const tally& every : {of_volume, of_files}) {
             EXPECT_EQ(every.wrong, (std::array<int, 4>{}));
