@@ -137,7 +137,7 @@ private:
         directory_witness witness;
         std::int64_t stretch_begin = 0;  // of the stretch that it is in
         std::uint32_t number = 0;        // of the directory, once it was looked up
-        std::array<std::uint8_t, 2 * longest_ntfs_name> name;
+        std::array<std::uint8_t, 2 * longest_ntfs_name> name{};
     };
 
     // Text that never moves.

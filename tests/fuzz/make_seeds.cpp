@@ -103,7 +103,8 @@ void make(const std::filesystem::path& to) {
     const bytes record = usn_record_builder{}.build();
     bytes chain = poked<std::uint64_t>(bytes(9), 1, 0x1000);
     for (int i = 0; i < 4; ++i) append(chain, record);
-    add(to / "journal", {behind({0}, seed::journal()), behind({1}, seed::journal()), behind({0}, record)});
+    add(to / "journal", {behind({0}, seed::journal()), behind({1}, seed::journal()), behind({2}, seed::journal()),
+                         behind({0}, record)});
     add(to / "carving_scan", {chain, behind(poked<std::uint64_t>(bytes(9), 1, 0x1000), seed::journal())});
     add(to / "mount", {behind({0}, part_of(made.image, 0, 20480)), behind({2}, part_of(made.image, 0, 6144))});
     add(to / "mft_record",
