@@ -17,6 +17,7 @@ class source_pull {
 public:
     source_pull(opened_source opened, const reading_settings& asked, journal_intake& intake, const run_console& console)
         : source_(std::move(opened.source)),
+          image_(std::move(opened.image)),
           volume_(std::move(opened.volume)),
           asked_(asked),
           with_paths_(asked.show_dir_path),
@@ -75,7 +76,7 @@ private:
 
     void pull_volume() {
         bool mft_damaged = false;
-        if (volume_ == nullptr) volume_ = open_volume(source_, asked_, console_, mft_damaged);
+        if (volume_ == nullptr) volume_ = open_volume(source_, std::move(image_), asked_, console_, mft_damaged);
         if (volume_ == nullptr) {
             report_unreadable();
             report_damaged_mft(mft_damaged, console_.status);
@@ -153,6 +154,7 @@ private:
     }
 
     journal_source source_;
+    disk_reader image_;
     std::unique_ptr<ntfs_volume> volume_;
     std::unique_ptr<ntfs_volume> mft_file_;
     const reading_settings& asked_;
