@@ -11,9 +11,10 @@
 
 class evidence_guard {
 public:
-    // Opens nothing. Sources are the exported $MFT of -mftfile and whatever -file, -image, -partition and -vss name,
-    // all of them: the run will read only one, or none when it gives up before, but each is somebody's evidence.
-    // Options take their values first, as in the run, so that "-out -image" names a results file and no image.
+    // Opens no more than what an image needs to name its other files. Sources are the exported $MFT of -mftfile and
+    // whatever -file, -image, -partition and -vss name, all of them: the run will read only one, or none when it gives
+    // up before, but each is somebody's evidence. Options take their values first, as in the run, so that "-out -image"
+    // names a results file and no image.
     explicit evidence_guard(const argument_list& arguments);
 
     // Whether a path leads to one of the sources, by the file that it leads to and not by its name; so does every raw

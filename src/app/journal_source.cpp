@@ -2,6 +2,7 @@
 
 #include "app/argument_list.h"
 #include "platform/platform.h"
+#include "storage/containers/container.h"
 #include "storage/volume_names.h"
 
 namespace {
@@ -47,7 +48,11 @@ journal_source live_volume_behind(const journal_source& file) {
 
 std::vector<std::string> nodes_of(const journal_source& source) {
     switch (source.kind) {
-        case source_kind::image: return {source.path, platform::device_node(source.path)};
+        case source_kind::image: {
+            std::vector<std::string> nodes = files_of_image(source.path);
+            nodes.push_back(platform::device_node(source.path));
+            return nodes;
+        }
         case source_kind::device_path: return {platform::device_node(source.path)};
         case source_kind::live_volume:
             return {platform::device_node(is_drive_letter_form(source.path) ? live_volume_path(source.path.front())

@@ -1,4 +1,4 @@
-// app/journal_source.h: what a source option and its value stand for. Texts only; nothing is opened.
+// app/journal_source.h: what a source option and its value stand for, and which files that is.
 #pragma once
 
 #include "storage/disk_reader.h"
@@ -28,5 +28,5 @@ struct journal_source {
 // The volume whose journal a path names that no file has: "c:\$Extend\$UsnJrnl:$J". An empty path when it names none.
 [[nodiscard]] journal_source live_volume_behind(const journal_source& file);
 
-// The files and device nodes that reading the source may open.
+// The files and device nodes that reading the source may open. An image is opened for that: it may name more.
 [[nodiscard]] std::vector<std::string> nodes_of(const journal_source& source);

@@ -5,7 +5,7 @@
 #include "app/volume_opening.h"
 #include "output/output_file.h"
 #include "platform/platform.h"
-#include "storage/container_signature.h"
+#include "storage/containers/container.h"
 #include "storage/partitions.h"
 
 #include <utility>
@@ -37,8 +37,8 @@ choice refuse_shadow_copy(uni::status_line& status) {
 
 choice choose_volume(journal_source source, const usnjrnl_context& settings, const run_console& console) {
     bool mft_damaged = false;
-    auto volume = open_volume(source, settings.reading, console, mft_damaged);
-    if (volume != nullptr) return opened_source{std::move(source), std::move(volume)};
+    auto volume = open_volume(source, {}, settings.reading, console, mft_damaged);
+    if (volume != nullptr) return opened_source{std::move(source), {}, std::move(volume)};
     console.status.report_problem("prob validating volume %s as a NTFS partition, aborting...\n", source.path.c_str());
     report_damaged_mft(mft_damaged, console.status);
     return std::nullopt;
@@ -54,24 +54,46 @@ choice choose_file(journal_source source, const reading_settings& asked, uni::st
         status.report_problem("%s cannot be used with -file option\n", conflict);
         return std::nullopt;
     }
-    if (!source.path.empty()) return opened_source{std::move(source), nullptr};
+    if (!source.path.empty()) return opened_source{std::move(source), {}, nullptr};
     status.report_problem("prob -file names no file\n");
     return std::nullopt;
 }
 
-// In a container the sectors do not stand where they stood on the disk: what looks like a volume there is none.
-bool refuse_container(const std::string& path, uni::status_line& status) {
-    std::array<std::uint8_t, container_signature_size> bytes{};
-    std::size_t got = 0;
-    disk_reader reader;
-    if (!reader.open(path, reader_mode::image_file) || !reader.read_at(0, bytes, got)) return false;
-    const std::string format(container_format(byte_view(std::span(bytes).first(got))));
-    if (format.empty()) return false;
-    const bool mounted = format == "E01";
+void refuse_container(const std::string& path, const container_format& format, uni::status_line& status) {
+    const std::string name(format.name);
+    if (format.reader == container_reader::none) {
+        status.report_problem("prob %s is %s, which is not read\n", path.c_str(), name.c_str());
+        return;
+    }
+    const bool mounted = format.reader == container_reader::ewf;
     const argument_list command = mounted ? argument_list{"ewfmount", path, "/mnt/e01"}
                                           : argument_list{"qemu-img", "convert", "-O", "raw", path, "raw.dd"};
-    status.report_problem("prob %s is not raw but %s; to read it: %s, then -image %s\n", path.c_str(), format.c_str(),
-                          join_arguments(command, '"').c_str(), mounted ? "/mnt/e01/ewf1" : "raw.dd");
+    status.report_problem("prob %s is %s, which this build does not read; to read it: %s, then -image %s\n",
+                          path.c_str(), name.c_str(), join_arguments(command, '"').c_str(),
+                          mounted ? "/mnt/e01/ewf1" : "raw.dd");
+}
+
+// False when the run must end; the reason was told. An image that cannot be opened stays closed.
+bool open_image(const std::string& path, disk_reader& image, uni::status_line& status) {
+    std::array<std::uint8_t, container_signature_size> bytes{};
+    std::size_t got = 0;
+    if (!image.open(path, reader_mode::image_file) || !image.read_at(0, bytes, got)) return true;
+    const container_format format = container_format_of(byte_view(std::span(bytes).first(got)));
+    if (format.name.empty()) return true;
+    if (!build_reads(format.reader)) {
+        refuse_container(path, format, status);
+        return false;
+    }
+    opened_container opened = open_container(path, format);
+    const bool refused = opened.source == nullptr;
+    if (!opened.told.empty()) {
+        status.report_problem("prob %s is %s that cannot be read%s: %s\n", path.c_str(),
+                              std::string(format.name).c_str(), refused ? "" : " whole", opened.told.c_str());
+    }
+    if (refused) return false;
+    image.open(std::move(opened.source));
+    // Where that is lost nothing else would tell why there are no partitions.
+    if (!image.read_at(0, bytes, got)) status.report_problem("prob reading disk at offset 0\n");
     return true;
 }
 
@@ -91,23 +113,29 @@ image_options take_image_options(argument_list& arguments) {
 // With an offset on the command line the user sees every message, without one only those of a failure.
 choice choose_image(journal_source source, const image_options& asked, const usnjrnl_context& settings,
                     const run_console& console) {
-    if (refuse_container(source.path, console.status)) return std::nullopt;
+    disk_reader image;
+    if (!open_image(source.path, image, console.status)) return std::nullopt;
     std::string messages;
     bool found = false;
     std::int64_t offset = asked.offset;
     const bool any_size = offset != 0 && !asked.whole_volume_needed;
     const auto sectors = settings.reading.complete ? table_sectors::by_content : table_sectors::by_signature;
-    const bool selected = select_volume_offset(messages, source.path, offset, any_size, found, sectors);
+    bool selected = false;
+    if (image.is_open()) {
+        selected = select_volume_offset(messages, image, offset, any_size, found, sectors);
+    } else {
+        messages = "invalid image: " + source.path + "\n";
+    }
     const bool cut = found && offset == asked.offset;  // the place is right, the image ends too early
     source.volume_offset = static_cast<std::uint64_t>(offset);
-    opened_source opened{std::move(source), nullptr};
+    opened_source opened{std::move(source), std::move(image), nullptr};
     if (asked.offset == 0) {
         if (selected || cut) return opened;
         messages += "\n";
     } else if (!selected && !cut) {
         opened.source.volume_offset = static_cast<std::uint64_t>(asked.offset);  // a negative one is behind every image
-        opened.volume =
-            open_unlisted_volume(opened.source, asked.whole_volume_needed, messages, settings.reading, console);
+        opened.volume = open_unlisted_volume(opened.source, std::move(opened.image), asked.whole_volume_needed,
+                                             messages, settings.reading, console);
     }
     console.status.say(messages);
     return selected || opened.volume != nullptr ? choice(std::move(opened)) : std::nullopt;

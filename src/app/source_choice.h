@@ -12,6 +12,7 @@
 
 struct opened_source {
     journal_source source;
+    disk_reader image;                    // that of an image, until a volume is opened over it; else closed
     std::unique_ptr<ntfs_volume> volume;  // mounted, where the choice had to see it; else null
 };
 

@@ -18,6 +18,7 @@ class source_pull {
 public:
     source_pull(opened_source opened, const reading_settings& asked, journal_intake& intake, const run_console& console)
         : source_(std::move(opened.source)),
+          image_(std::move(opened.image)),
           volume_(std::move(opened.volume)),
           asked_(asked),
           with_paths_(asked.show_dir_path),
@@ -90,7 +91,7 @@ private:
 
     void pull_volume() {
         bool mft_damaged = false;
-        if (volume_ == nullptr) volume_ = open_volume(source_, asked_, console_, mft_damaged);
+        if (volume_ == nullptr) volume_ = open_volume(source_, std::move(image_), asked_, console_, mft_damaged);
         if (volume_ == nullptr) {
             report_unreadable();
             report_damaged_mft(mft_damaged, console_.status);
@@ -168,6 +169,7 @@ private:
     }
 
     journal_source source_;
+    disk_reader image_;
     std::unique_ptr<ntfs_volume> volume_;
     std::unique_ptr<ntfs_volume> mft_file_;
     const reading_settings& asked_;

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -30,11 +31,9 @@ bool holds_whole(const disk_reader& image, std::uint64_t offset, const volume_ge
 
 }  // namespace
 
-std::unique_ptr<ntfs_volume> open_unlisted_volume(const journal_source& source, bool whole_volume_needed,
-                                                  std::string& messages, const reading_settings& asked,
-                                                  const run_console& console) {
-    disk_reader image;
-    if (!image.open(source.path, source.mode)) return nullptr;
+std::unique_ptr<ntfs_volume> open_unlisted_volume(const journal_source& source, disk_reader image,
+                                                  bool whole_volume_needed, std::string& messages,
+                                                  const reading_settings& asked, const run_console& console) {
     const std::optional<volume_geometry> geometry = geometry_at(image, source.volume_offset);
     if (!geometry) return nullptr;
     if (whole_volume_needed && !holds_whole(image, source.volume_offset, *geometry)) {
@@ -42,7 +41,7 @@ std::unique_ptr<ntfs_volume> open_unlisted_volume(const journal_source& source, 
         return nullptr;
     }
     bool mft_damaged = false;
-    auto volume = open_volume(source, asked, console, mft_damaged);
+    auto volume = open_volume(source, std::move(image), asked, console, mft_damaged);
     if (volume == nullptr) {
         if (mft_damaged) messages += damaged_mft_message;
         return nullptr;

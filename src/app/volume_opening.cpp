@@ -3,6 +3,8 @@
 #include "ntfs/mft_rebuild.h"
 #include "ntfs/ntfs_volume.h"
 
+#include <utility>
+
 namespace {
 
 bool rebuild(ntfs_volume& volume, const run_console& console) {
@@ -13,12 +15,16 @@ bool rebuild(ntfs_volume& volume, const run_console& console) {
 
 }  // namespace
 
-std::unique_ptr<ntfs_volume> open_volume(const journal_source& source, const reading_settings& asked,
+std::unique_ptr<ntfs_volume> open_volume(const journal_source& source, disk_reader image, const reading_settings& asked,
                                          const run_console& console, bool& mft_damaged) {
     mft_damaged = false;
     auto volume = std::make_unique<ntfs_volume>(console.log);
     if (asked.complete) volume->take_records(record_sizes::all);
-    if (!volume->open_volume(source.path, source.mode, source.volume_offset)) return nullptr;
+    if (image.is_open()) {
+        volume->open_volume(std::move(image), source.volume_offset);
+    } else if (!volume->open_volume(source.path, source.mode, source.volume_offset)) {
+        return nullptr;
+    }
     if (asked.rebuild_mft ? rebuild(*volume, console) : volume->mount()) return volume;
     mft_damaged = volume->mft_damaged();
     return nullptr;

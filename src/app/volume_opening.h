@@ -10,9 +10,11 @@
 
 class ntfs_volume;
 
-// A mounted volume, or null. `mft_damaged` is set when nothing but a damaged $MFT stood in the way.
-[[nodiscard]] std::unique_ptr<ntfs_volume> open_volume(const journal_source& source, const reading_settings& asked,
-                                                       const run_console& console, bool& mft_damaged);
+// A mounted volume, or null. `image` is read where it is open, otherwise the source is opened here. `mft_damaged` is
+// set when nothing but a damaged $MFT stood in the way.
+[[nodiscard]] std::unique_ptr<ntfs_volume> open_volume(const journal_source& source, disk_reader image,
+                                                       const reading_settings& asked, const run_console& console,
+                                                       bool& mft_damaged);
 
 inline constexpr const char* damaged_mft_message = "prob $MFT damaged, -rebuild_mft may help\n";
 

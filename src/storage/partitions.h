@@ -25,11 +25,6 @@ enum class table_sectors : std::uint8_t { by_signature, by_content };
 // only as one that the image does not wholly hold. Appends to `messages` what there is to say, each message with its
 // line end; the caller decides whether that is shown. `ignore_image_size` accepts a volume that is longer than its
 // image.
-[[nodiscard]] bool select_volume_offset(std::string& messages, const std::string& image_path, std::int64_t& offset,
-                                        bool ignore_image_size, bool& found,
-                                        table_sectors sectors = table_sectors::by_signature);
-
-// The same over an image that is open already.
 [[nodiscard]] bool select_volume_offset(std::string& messages, disk_reader& reader, std::int64_t& offset,
                                         bool ignore_image_size, bool& found,
                                         table_sectors sectors = table_sectors::by_signature);

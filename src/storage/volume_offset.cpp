@@ -68,17 +68,6 @@ bool choose(std::string& messages, const partition_list& list, std::uint64_t ima
 
 }  // namespace
 
-bool select_volume_offset(std::string& messages, const std::string& image_path, std::int64_t& offset,
-                          bool ignore_image_size, bool& found, table_sectors sectors) {
-    disk_reader reader;
-    if (!reader.open(image_path, reader_mode::image_file)) {
-        found = false;
-        messages += "invalid image: " + image_path + "\n";
-        return false;
-    }
-    return select_volume_offset(messages, reader, offset, ignore_image_size, found, sectors);
-}
-
 bool select_volume_offset(std::string& messages, disk_reader& reader, std::int64_t& offset, bool ignore_image_size,
                           bool& found, table_sectors sectors) {
     const std::uint64_t image_size = reader.disk_size();

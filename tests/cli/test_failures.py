@@ -51,17 +51,9 @@ NOT_WITH_FILE = " cannot be used with -file option\n"
     (["-file", "empty"], "prob no change records in empty\n"),
     pytest.param(["-file", "/dev/stdin"], "prob no change records in /dev/stdin, which is no file\n", marks=linux_only),
     (["-file", ""], "prob -file names no file\n"),
-    (["-image", "E01"], "prob E01 is not raw but E01; to read it: ewfmount E01 /mnt/e01, then -image /mnt/e01/ewf1\n"),
-    *((["-image", name, "-offset", "512"], f"prob {name} is not raw but {name}; to read it: qemu-img convert -O raw {name} "
-       "raw.dd, then -image raw.dd\n") for name in ("VMDK", "VHD", "VHDX", "QCOW2")),
-    (["-image", "a VMDK"], "prob a VMDK is not raw but VMDK; to read it: qemu-img convert -O raw \"a VMDK\" raw.dd, "
-     "then -image raw.dd\n"),
 ])
 def test_failures_leave_only_the_run_header(lorq, arguments, message):
-    contents = {"zero": b"", "E01": b"EVF\x09\x0d\x0a\xff\0", "VMDK": b"KDMV", "VHD": b"conectix", "VHDX": b"vhdxfile",
-                "QCOW2": b"QFI\xfb", "a VMDK": b"# Disk DescriptorFile\n"}
-    for name, content in contents.items():
-        lorq.write(name, content.ljust(3 * 4096, b"\0"))
+    lorq.write("zero", bytes(3 * 4096))
     lorq.write("empty", b"")
     done = lorq(*arguments)
     assert (done.code, said(done)) == (FAILED, message)

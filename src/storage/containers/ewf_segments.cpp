@@ -1,0 +1,121 @@
+#include "storage/containers/container_files.h"
+#include "storage/containers/disk_fields.h"
+#include "storage/partitions.h"
+
+#include "platform/platform.h"
+
+#include <cctype>
+
+namespace {
+
+using namespace std::string_view_literals;
+
+// A segment: 13 bytes with its number, then sections, each behind a descriptor that says where the next one lies.
+namespace ewf {
+constexpr std::size_t header_size = 13;
+constexpr std::size_t number = 9;  // u16
+constexpr std::size_t section_size = 76;
+constexpr std::size_t next = 16;      // u64, byte offset; of the last section its own
+constexpr std::size_t length = 24;    // u64, descriptor included
+constexpr std::size_t checksum = 72;  // u32, Adler-32 of what is before
+}  // namespace ewf
+
+constexpr std::uint32_t numbered = 99;
+constexpr std::uint32_t letters = 26;
+constexpr std::uint32_t most_sections = 1U << 20U;
+
+std::uint32_t adler32(std::span<const std::uint8_t> bytes) {
+    std::uint32_t low = 1;
+    std::uint32_t high = 0;
+    for (const std::uint8_t one : bytes) {
+        low = (low + one) % 65521;
+        high = (high + low) % 65521;
+    }
+    return high << 16U | low;
+}
+
+enum class segment_end : std::uint8_t { cut, another_follows, last };
+
+// Walks the sections; `cut` when one of them is damaged or does not lie in the file.
+segment_end walk_sections(disk_reader& file) {
+    const std::uint64_t size = file.disk_size();
+    std::vector<std::uint8_t> bytes;
+    std::uint64_t at = ewf::header_size;
+    for (std::uint32_t i = 0; i < most_sections; ++i) {
+        if (!read_whole(file, at, ewf::section_size, bytes)) return segment_end::cut;
+        const byte_view section(bytes);
+        if (adler32(section.bytes().first(ewf::checksum)) != section.value<std::uint32_t>(ewf::checksum)) {
+            return segment_end::cut;
+        }
+        if (holds_text(section, 0, "next\0"sv)) return segment_end::another_follows;
+        if (holds_text(section, 0, "done\0"sv)) return segment_end::last;
+        const auto next = section.value<std::uint64_t>(ewf::next);
+        const auto length = section.value<std::uint64_t>(ewf::length);
+        if (next <= at || length > size - at || next - at < ewf::section_size) return segment_end::cut;
+        at = next;
+    }
+    return segment_end::cut;
+}
+
+std::string name_of(const std::string& path) { return path.substr(path.find_last_of("/\\") + 1); }
+
+}  // namespace
+
+std::string ewf_segment_path(const std::string& first, std::uint32_t number) {
+    if (number <= 1) return number == 1 ? first : std::string{};
+    const std::size_t size = first.size();
+    if (size < 4 || first.compare(size - 2, 2, "01") != 0 || first[size - 4] != '.' ||
+        std::isalpha(static_cast<unsigned char>(first[size - 3])) == 0) {
+        return {};
+    }
+    const char letter = first[size - 3];
+    const bool lower = std::islower(static_cast<unsigned char>(letter)) != 0;
+    const char a = lower ? 'a' : 'A';
+    std::string extension(1, letter);
+    if (number <= numbered) {
+        extension += static_cast<char>('0' + number / 10);
+        extension += static_cast<char>('0' + number % 10);
+    } else {
+        const std::uint32_t place = number - numbered - 1;
+        const std::uint32_t leading = static_cast<std::uint32_t>(letter - a) + place / (letters * letters);
+        if (leading >= letters) return {};
+        extension[0] = static_cast<char>(a + static_cast<char>(leading));
+        extension += static_cast<char>(a + static_cast<char>(place / letters % letters));
+        extension += static_cast<char>(a + static_cast<char>(place % letters));
+    }
+    std::string path = first.substr(0, size - 3) + extension;
+    if (platform::kind_of(path) != platform::path_kind::absent) return path;
+    for (char& one : extension) {
+        const auto byte = static_cast<unsigned char>(one);
+        one = static_cast<char>(lower ? std::toupper(byte) : std::tolower(byte));
+    }
+    std::string other = first.substr(0, size - 3) + extension;
+    return platform::kind_of(other) != platform::path_kind::absent ? other : path;
+}
+
+ewf_segments find_ewf_segments(const std::string& first) {
+    ewf_segments found;
+    for (std::uint32_t number = 1;; ++number) {
+        const std::string path = ewf_segment_path(first, number);
+        disk_reader file;
+        std::vector<std::uint8_t> bytes;
+        if (path.empty() || !file.open(path, reader_mode::image_file)) {
+            found.missing =
+                (path.empty() ? "the segment behind " + name_of(found.paths.back()) : name_of(path)) + " is missing";
+            return found;
+        }
+        if (!read_whole(file, 0, ewf::header_size, bytes) ||
+            !holds_text(byte_view(bytes), 0, "EVF\x09\x0D\x0A\xFF\0"sv) ||
+            byte_view(bytes).value<std::uint16_t>(ewf::number) != number) {
+            found.missing = name_of(path) + " is not segment " + std::to_string(number);
+            return found;
+        }
+        const segment_end end = walk_sections(file);
+        if (end == segment_end::cut) {
+            found.missing = name_of(path) + " is damaged or cut short";
+        }
+        found.paths.push_back(path);
+        if (end == segment_end::cut) return found;
+        if (end == segment_end::last) return found;
+    }
+}

@@ -1,0 +1,112 @@
+#include "storage/containers/medium.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t cache_size = std::size_t{8} << 20U;  // bytes
+constexpr std::size_t fewest_chunks = 4;
+
+class container_source final : public byte_source {
+public:
+    container_source(std::unique_ptr<medium> from, std::unique_ptr<allocation> holes)
+        : medium_(std::move(from)),
+          holes_(std::move(holes)),
+          chunk_size_(medium_->chunk_size()),
+          chunks_(std::max(cache_size / chunk_size_, fewest_chunks)) {}
+
+    [[nodiscard]] std::uint64_t size() const override { return medium_->size(); }
+    [[nodiscard]] std::uint32_t alignment() const override { return 1; }
+
+    [[nodiscard]] bool read_at(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t& got) override {
+        got = 0;
+        if (offset >= size()) return true;
+        into = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), size() - offset)));
+        while (got < into.size()) {
+            const std::uint64_t at = offset + got;
+            const auto lead = static_cast<std::size_t>(at % chunk_size_);
+            const auto part = into.subspan(got).first(std::min(chunk_size_ - lead, into.size() - got));
+            if (!read_in_chunk(at - lead, lead, part)) return false;
+            got += part.size();
+        }
+        return true;
+    }
+
+    [[nodiscard]] bool next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) const override {
+        std::uint64_t stop = 0;
+        while (holes_ != nullptr && offset < size() && holes_->is_hole(offset, stop)) offset = stop;
+        begin = offset;
+        if (begin >= size()) return false;
+        end = size();
+        if (holes_ == nullptr) return true;
+        for (std::uint64_t at = begin; at < size() && at - begin < longest_stretch && !holes_->is_hole(at, stop);) {
+            end = at = stop;
+        }
+        end = std::min(end, size());
+        return true;
+    }
+
+private:
+    // Whoever asks for more asks again: what lies far ahead is not looked up before it is read.
+    static constexpr std::uint64_t longest_stretch = std::uint64_t{1} << 30U;
+
+    struct chunk {
+        std::uint64_t begin = std::numeric_limits<std::uint64_t>::max();
+        std::uint64_t used = 0;
+        bool lost = false;
+        std::vector<std::uint8_t> bytes;
+    };
+
+    [[nodiscard]] std::size_t length_of(std::uint64_t begin) const {
+        return static_cast<std::size_t>(std::min<std::uint64_t>(chunk_size_, size() - begin));
+    }
+
+    [[nodiscard]] bool read_in_chunk(std::uint64_t begin, std::size_t lead, std::span<std::uint8_t> into) {
+        const auto kept = std::ranges::find(chunks_, begin, &chunk::begin);
+        if (kept == chunks_.end() && into.size() == length_of(begin) && fill(begin, into)) return true;
+        chunk& one = kept != chunks_.end() ? *kept : take_in(begin);
+        one.used = ++clock_;
+        if (one.lost) return false;
+        std::memcpy(into.data(), one.bytes.data() + lead, into.size());
+        return true;
+    }
+
+    chunk& take_in(std::uint64_t begin) {
+        chunk& oldest = *std::ranges::min_element(chunks_, {}, &chunk::used);
+        oldest.begin = begin;
+        oldest.bytes.resize(length_of(begin));
+        oldest.lost = !fill(begin, oldest.bytes);
+        return oldest;
+    }
+
+    [[nodiscard]] bool fill(std::uint64_t offset, std::span<std::uint8_t> into) {
+        while (!into.empty()) {
+            std::uint64_t end = offset + into.size();
+            const bool hole = holes_ != nullptr && holes_->is_hole(offset, end);
+            const auto part = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), end - offset)));
+            if (hole) {
+                std::ranges::fill(part, std::uint8_t{0});
+            } else if (!medium_->read(offset, part)) {
+                return false;
+            }
+            offset += part.size();
+            into = into.subspan(part.size());
+        }
+        return true;
+    }
+
+    std::unique_ptr<medium> medium_;
+    std::unique_ptr<allocation> holes_;
+    std::size_t chunk_size_;
+    std::vector<chunk> chunks_;
+    std::uint64_t clock_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<byte_source> make_container_source(std::unique_ptr<medium> from, std::unique_ptr<allocation> holes) {
+    return std::make_unique<container_source>(std::move(from), std::move(holes));
+}

@@ -1,0 +1,113 @@
+#include "storage/containers/big_endian.h"
+#include "storage/containers/container_files.h"
+#include "storage/containers/disk_fields.h"
+#include "storage/containers/media.h"
+
+#include <libqcow.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t smallest_read = std::size_t{64} << 10U;
+
+struct qcow_closer {
+    void operator()(libqcow_file_t* file) const {
+        (void)libqcow_file_close(file, nullptr);
+        (void)libqcow_file_free(&file, nullptr);
+    }
+};
+
+using qcow_file = std::unique_ptr<libqcow_file_t, qcow_closer>;
+
+// Why the image is none that the library reads right; empty when it is one.
+std::string objection(const std::string& path, std::size_t& cluster) {
+    using namespace qcow_header;
+    disk_reader file;
+    std::vector<std::uint8_t> bytes;
+    if (!file.open(path, reader_mode::image_file) || !read_whole(file, 0, incompatible, bytes))
+        return "it is cut short";
+    const byte_view header(bytes);
+    const auto number = big_endian<std::uint32_t>(header, version);
+    const auto bits = big_endian<std::uint32_t>(header, cluster_bits);
+    if (number != 2 && number != 3) return "its version " + std::to_string(number) + " is not read";
+    if (bits < 9 || bits > 21) return "it is damaged";
+    cluster = std::size_t{1} << bits;
+    if (big_endian<std::uint32_t>(header, encryption) != 0) return "it is encrypted";
+    const std::uint64_t entries = big_endian<std::uint32_t>(header, table_entries);
+    const auto table = big_endian<std::uint64_t>(header, table_offset);
+    if (table > file.disk_size() || entries * 8 > file.disk_size() - table) return "it is damaged or cut short";
+    if (number == 2) return {};
+    if (!read_whole(file, 0, compression, bytes)) return "it is cut short";
+    const auto features = big_endian<std::uint64_t>(byte_view(bytes), incompatible);
+    if ((features & is_corrupt) != 0) return "it is marked as damaged";
+    if ((features & external_data) != 0) return "it keeps its data in another file";
+    if ((features & other_compression) != 0) return "it is compressed with zstd";
+    if (features >= extended_entries) return "it has features that are not known";
+    return {};
+}
+
+qcow_file open_file(const std::string& path) {
+    libqcow_file_t* file = nullptr;
+    if (libqcow_file_initialize(&file, nullptr) != 1) return nullptr;
+    qcow_file owned(file);
+    return libqcow_file_open(file, path.c_str(), LIBQCOW_OPEN_READ, nullptr) == 1 ? std::move(owned) : nullptr;
+}
+
+class qcow_medium final : public medium {
+public:
+    qcow_medium(std::vector<qcow_file> chain, std::uint64_t size, std::size_t cluster)
+        : chain_(std::move(chain)), size_(size), chunk_size_(std::max(cluster, smallest_read)) {}
+    ~qcow_medium() override {
+        while (!chain_.empty()) chain_.pop_back();
+    }
+
+    [[nodiscard]] std::uint64_t size() const override { return size_; }
+    [[nodiscard]] std::size_t chunk_size() const override { return chunk_size_; }
+
+    [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into) override {
+        const ssize_t got = libqcow_file_read_buffer_at_offset(chain_.front().get(), into.data(), into.size(),
+                                                               static_cast<off64_t>(offset), nullptr);
+        return got >= 0 && static_cast<std::size_t>(got) == into.size();
+    }
+
+private:
+    std::vector<qcow_file> chain_;  // the image, its backing file, and so on
+    std::uint64_t size_;
+    std::size_t chunk_size_;
+};
+
+}  // namespace
+
+opened_medium open_qcow(const std::string& path) {
+    std::vector<qcow_file> chain;
+    std::size_t cluster = 0;
+    std::uint64_t size = 0;
+    for (std::string next = path;;) {
+        if (chain.size() == longest_chain) return refused("its chain of backing files is too long");
+        std::size_t own_cluster = 0;
+        if (std::string why = objection(next, own_cluster); !why.empty()) {
+            return refused(next == path ? why : "of its backing file " + next + ": " + why);
+        }
+        qcow_file file = open_file(next);
+        std::uint64_t own_size = 0;
+        if (file == nullptr || libqcow_file_get_media_size(file.get(), &own_size, nullptr) != 1 || own_size == 0) {
+            return refused("it is damaged or cut short");
+        }
+        if (chain.empty()) {
+            cluster = own_cluster;
+            size = own_size;
+        } else if (own_size < size || libqcow_file_set_parent_file(chain.back().get(), file.get(), nullptr) != 1) {
+            return refused("its backing file " + next + " does not fit");
+        }
+        chain.push_back(std::move(file));
+        const std::string name = qcow_backing_name(next);
+        if (name.empty()) break;
+        const std::optional<std::string> parent = file_beside(next, name);
+        if (!parent) return refused_parent(name);
+        next = *parent;
+    }
+    std::unique_ptr<allocation> holes = chain.size() == 1 ? read_qcow_allocation(path, size) : nullptr;
+    return {std::make_unique<qcow_medium>(std::move(chain), size, cluster), std::move(holes), {}};
+}

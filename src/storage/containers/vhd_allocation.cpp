@@ -1,0 +1,157 @@
+#include "storage/containers/allocation.h"
+#include "storage/containers/big_endian.h"
+#include "storage/containers/disk_fields.h"
+#include "storage/partitions.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace {
+
+constexpr std::uint64_t entries_at_once = 4096;
+
+// The VHD footer and the header of a dynamic disk, big-endian.
+namespace vhd {
+constexpr std::size_t footer_size = 512;
+constexpr std::size_t header_offset = 16;  // u64
+constexpr std::size_t disk_type = 60;      // u32
+constexpr std::uint32_t dynamic_disk = 3;
+constexpr std::size_t header_size = 1024;
+constexpr std::size_t table_offset = 16;   // u64
+constexpr std::size_t table_entries = 28;  // u32
+constexpr std::size_t block_size = 32;     // u32
+}  // namespace vhd
+
+namespace vhdx {
+constexpr std::uint64_t headers[] = {0x10000, 0x20000};
+constexpr std::size_t header_size = 64;
+constexpr std::size_t sequence = 8;  // u64
+constexpr std::size_t log = 48;      // GUID
+constexpr std::uint64_t region_tables[] = {0x30000, 0x40000};
+constexpr std::size_t table_size = 0x10000;
+constexpr std::size_t entry_size = 32;
+constexpr std::size_t regions = 16;         // first entry of a region table
+constexpr std::size_t region_count = 8;     // u32
+constexpr std::size_t items = 32;           // first entry of a metadata table
+constexpr std::size_t item_count = 10;      // u16
+constexpr std::size_t place_in_entry = 16;  // behind the GUID: u64 and u32 of a region, u32 and u32 of an item
+constexpr std::size_t region_length = 24;   // u32
+constexpr std::uint32_t parent_flag = 2;
+constexpr std::uint64_t sectors_per_bitmap = std::uint64_t{1} << 23U;
+
+using guid = std::array<std::uint8_t, 16>;
+constexpr guid block_table{0x66, 0x77, 0xC2, 0x2D, 0x23, 0xF6, 0x00, 0x42,
+                           0x9D, 0x64, 0x11, 0x5E, 0x9B, 0xFD, 0x4A, 0x08};
+constexpr guid metadata{0x06, 0xA2, 0x7C, 0x8B, 0x90, 0x47, 0x9A, 0x4B, 0xB8, 0xFE, 0x57, 0x5F, 0x05, 0x0F, 0x88, 0x6E};
+constexpr guid parameters{0x37, 0x67, 0xA1, 0xCA, 0x36, 0xFA, 0x43, 0x4D,
+                          0xB3, 0xB6, 0x33, 0xF0, 0xAA, 0x44, 0xE7, 0x6B};
+constexpr guid sector_size{0x1D, 0xBF, 0x41, 0x81, 0x6F, 0xA9, 0x09, 0x47,
+                           0xBA, 0x47, 0xF2, 0x33, 0xA8, 0xFA, 0xAB, 0x5F};
+}  // namespace vhdx
+
+// The entry of a table that begins with `name`; empty when there is none.
+byte_view entry_named(byte_view table, std::size_t first, std::size_t count, const vhdx::guid& name) {
+    for (std::size_t i = 0; i < count; ++i) {
+        byte_view entry;
+        if (!table.sub(first + i * vhdx::entry_size, vhdx::entry_size, entry)) break;
+        if (std::ranges::equal(entry.bytes().first(name.size()), name)) return entry;
+    }
+    return {};
+}
+
+// A table of entries in one piece, taken apart into tables that are read one at a time.
+std::unique_ptr<allocation> split_table(allocation_tables tables, std::uint64_t at, std::uint64_t bytes_per_table,
+                                        std::uint64_t disk_size) {
+    const std::uint64_t covered = tables.block_size * tables.blocks_per_table;
+    for (std::uint64_t i = 0; i < (disk_size + covered - 1) / covered; ++i) {
+        tables.tables.push_back(at + i * bytes_per_table);
+    }
+    std::vector<allocation_extent> extents;
+    extents.push_back({disk_size, false, std::move(tables)});
+    return std::make_unique<allocation>(std::move(extents));
+}
+
+}  // namespace
+
+std::unique_ptr<allocation> read_vhd_allocation(const std::string& path, std::uint64_t disk_size) {
+    disk_reader file;
+    std::vector<std::uint8_t> bytes;
+    if (!file.open(path, reader_mode::image_file) || !read_whole(file, 0, vhd::footer_size, bytes)) return nullptr;
+    const byte_view footer(bytes);
+    if (big_endian<std::uint32_t>(footer, vhd::disk_type) != vhd::dynamic_disk) return nullptr;
+    const std::uint64_t header_at = big_endian<std::uint64_t>(footer, vhd::header_offset);
+    if (!read_whole(file, header_at, vhd::header_size, bytes)) return nullptr;
+    const byte_view header(bytes);
+    const std::uint64_t table = big_endian<std::uint64_t>(header, vhd::table_offset);
+    const std::uint64_t entries = big_endian<std::uint32_t>(header, vhd::table_entries);
+    const std::uint64_t block = big_endian<std::uint32_t>(header, vhd::block_size);
+    const std::uint64_t size = file.disk_size();
+    if (!holds_text(header, 0, "cxsparse") || block < 512 || !std::has_single_bit(block)) return nullptr;
+    if (disk_size > entries * block || table > size || entries * 4 > size - table) return nullptr;
+    return split_table({path, entry_form::vhd, false, block, entries_at_once, {}}, table, entries_at_once * 4,
+                       disk_size);
+}
+
+bool read_vhdx_layout(disk_reader& file, vhdx_layout& layout) {
+    std::vector<std::uint8_t> regions;
+    for (const std::uint64_t at : vhdx::region_tables) {
+        if (read_whole(file, at, vhdx::table_size, regions) && holds_text(byte_view(regions), 0, "regi")) break;
+        regions.clear();
+    }
+    const byte_view region_table(regions);
+    const std::size_t count = region_table.value<std::uint32_t>(vhdx::region_count);
+    const byte_view blocks = entry_named(region_table, vhdx::regions, count, vhdx::block_table);
+    const byte_view metadata = entry_named(region_table, vhdx::regions, count, vhdx::metadata);
+    const auto metadata_at = metadata.value<std::uint64_t>(vhdx::place_in_entry);
+    std::vector<std::uint8_t> bytes;
+    if (metadata.size() == 0 || !read_whole(file, metadata_at, vhdx::table_size, bytes)) return false;
+    const byte_view items(bytes);
+    if (!holds_text(items, 0, "metadata")) return false;
+    const std::size_t item_count = items.value<std::uint16_t>(vhdx::item_count);
+    const auto item = [&](const vhdx::guid& name, std::size_t length, std::vector<std::uint8_t>& value) {
+        const byte_view entry = entry_named(items, vhdx::items, item_count, name);
+        const auto offset = entry.value<std::uint32_t>(vhdx::place_in_entry);
+        return entry.size() != 0 && metadata_at + offset > metadata_at &&
+               read_whole(file, metadata_at + offset, length, value);
+    };
+    std::vector<std::uint8_t> parameters;
+    std::vector<std::uint8_t> sector;
+    if (!item(vhdx::parameters, 8, parameters) || !item(vhdx::sector_size, 4, sector)) return false;
+    layout.block_size = byte_view(parameters).value<std::uint32_t>(0);
+    layout.has_parent = (byte_view(parameters).value<std::uint32_t>(4) & vhdx::parent_flag) != 0;
+    layout.sector_size = byte_view(sector).value<std::uint32_t>(0);
+    layout.table = blocks.value<std::uint64_t>(vhdx::place_in_entry);
+    layout.table_size = blocks.value<std::uint32_t>(vhdx::region_length);
+    const std::uint64_t size = file.disk_size();
+    return blocks.size() != 0 && layout.table <= size && layout.table_size <= size - layout.table &&
+           std::has_single_bit(layout.block_size) && layout.block_size >= 1U << 20U && layout.block_size <= 1U << 28U &&
+           (layout.sector_size == 512 || layout.sector_size == 4096);
+}
+
+bool vhdx_log_pending(disk_reader& file) {
+    std::uint64_t newest = 0;
+    bool pending = false;
+    std::vector<std::uint8_t> bytes;
+    for (const std::uint64_t at : vhdx::headers) {
+        if (!read_whole(file, at, vhdx::header_size, bytes) || !holds_text(byte_view(bytes), 0, "head")) continue;
+        const auto sequence = byte_view(bytes).value<std::uint64_t>(vhdx::sequence);
+        if (sequence < newest) continue;
+        newest = sequence;
+        pending = std::ranges::any_of(std::span(bytes).subspan(vhdx::log), [](std::uint8_t one) { return one != 0; });
+    }
+    return pending;
+}
+
+std::unique_ptr<allocation> read_vhdx_allocation(const std::string& path, std::uint64_t disk_size) {
+    disk_reader file;
+    vhdx_layout layout;
+    if (!file.open(path, reader_mode::image_file) || !read_vhdx_layout(file, layout) || layout.has_parent) {
+        return nullptr;
+    }
+    // Behind the entries of as many blocks as one sector bitmap would serve stands that of the bitmap.
+    const std::uint64_t per_bitmap = vhdx::sectors_per_bitmap * layout.sector_size / layout.block_size;
+    const std::uint64_t blocks = (disk_size + layout.block_size - 1) / layout.block_size;
+    if (blocks == 0 || blocks + (blocks - 1) / per_bitmap > layout.table_size / 8) return nullptr;
+    return split_table({path, entry_form::vhdx, false, layout.block_size, per_bitmap, {}}, layout.table,
+                       (per_bitmap + 1) * 8, disk_size);
+}

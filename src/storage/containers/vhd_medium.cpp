@@ -1,0 +1,108 @@
+#include "storage/containers/container_files.h"
+#include "storage/containers/disk_fields.h"
+#include "storage/containers/media.h"
+
+#include <libvhdi.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t read_at_once = std::size_t{64} << 10U;
+constexpr std::size_t longest_name = 4096;  // bytes
+
+struct vhd_closer {
+    void operator()(libvhdi_file_t* file) const {
+        (void)libvhdi_file_close(file, nullptr);
+        (void)libvhdi_file_free(&file, nullptr);
+    }
+};
+
+using vhd_file = std::unique_ptr<libvhdi_file_t, vhd_closer>;
+
+vhd_file open_file(const std::string& path) {
+    libvhdi_file_t* file = nullptr;
+    if (libvhdi_file_initialize(&file, nullptr) != 1) return nullptr;
+    vhd_file owned(file);
+    return libvhdi_file_open(file, path.c_str(), LIBVHDI_OPEN_READ, nullptr) == 1 ? std::move(owned) : nullptr;
+}
+
+std::string parent_name(libvhdi_file_t* file) {
+    std::size_t size = 0;
+    if (libvhdi_file_get_utf8_parent_filename_size(file, &size, nullptr) != 1 || size <= 1 || size > longest_name) {
+        return {};
+    }
+    std::vector<std::uint8_t> name(size);
+    if (libvhdi_file_get_utf8_parent_filename(file, name.data(), size, nullptr) != 1) return {};
+    return {name.begin(), std::ranges::find(name, std::uint8_t{0})};
+}
+
+bool is_differential(libvhdi_file_t* file) {
+    std::uint32_t type = 0;
+    return libvhdi_file_get_disk_type(file, &type, nullptr) == 1 && type == LIBVHDI_DISK_TYPE_DIFFERENTIAL;
+}
+
+class vhd_medium final : public medium {
+public:
+    explicit vhd_medium(std::vector<vhd_file> chain, std::uint64_t size) : chain_(std::move(chain)), size_(size) {}
+    ~vhd_medium() override {
+        while (!chain_.empty()) chain_.pop_back();  // an image before its child
+    }
+
+    [[nodiscard]] std::uint64_t size() const override { return size_; }
+    [[nodiscard]] std::size_t chunk_size() const override { return read_at_once; }
+
+    [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into) override {
+        const ssize_t got = libvhdi_file_read_buffer_at_offset(chain_.front().get(), into.data(), into.size(),
+                                                               static_cast<off64_t>(offset), nullptr);
+        return got >= 0 && static_cast<std::size_t>(got) == into.size();
+    }
+
+private:
+    std::vector<vhd_file> chain_;  // the image, its parent, and so on
+    std::uint64_t size_;
+};
+
+bool has_pending_log(const std::string& path) {
+    disk_reader file;
+    return file.open(path, reader_mode::image_file) && vhdx_log_pending(file);
+}
+
+}  // namespace
+
+std::string vhd_parent_name(const std::string& path) {
+    const vhd_file file = open_file(path);
+    return file != nullptr && is_differential(file.get()) ? parent_name(file.get()) : std::string{};
+}
+
+opened_medium open_vhd(const std::string& path) {
+    std::vector<vhd_file> chain;
+    for (std::string next = path;;) {
+        if (chain.size() == longest_chain) return refused("its chain of parents is too long");
+        vhd_file file = open_file(next);
+        if (file == nullptr) return refused(next == path ? "it is damaged" : "its parent " + next + " cannot be read");
+        if (has_pending_log(next)) return refused("it was not closed, its log has to be applied to a copy first");
+        // The library holds the parent's identifier against what the child wants.
+        if (!chain.empty() && libvhdi_file_set_parent_file(chain.back().get(), file.get(), nullptr) != 1) {
+            return refused("its parent " + next + " is another image");
+        }
+        chain.push_back(std::move(file));
+        if (!is_differential(chain.back().get())) break;
+        const std::string name = parent_name(chain.back().get());
+        const std::optional<std::string> parent = file_beside(next, name);
+        if (!parent) return refused_parent(name);
+        next = *parent;
+    }
+    std::uint64_t size = 0;
+    int type = 0;
+    if (libvhdi_file_get_media_size(chain.front().get(), &size, nullptr) != 1 || size == 0 ||
+        libvhdi_file_get_file_type(chain.front().get(), &type, nullptr) != 1) {
+        return refused("it is damaged");
+    }
+    std::unique_ptr<allocation> holes;
+    if (chain.size() == 1) {
+        holes = type == LIBVHDI_FILE_TYPE_VHDX ? read_vhdx_allocation(path, size) : read_vhd_allocation(path, size);
+    }
+    return {std::make_unique<vhd_medium>(std::move(chain), size), std::move(holes), {}};
+}

@@ -1,0 +1,174 @@
+#include "storage/containers/container_files.h"
+#include "storage/containers/disk_fields.h"
+#include "storage/containers/media.h"
+#include "storage/partitions.h"
+
+#include <libbfio.h>
+#include <libvmdk.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t read_at_once = std::size_t{64} << 10U;
+constexpr std::uint64_t sector = 512;
+constexpr std::uint64_t largest_grain = 2048;  // sectors
+constexpr std::size_t most_open_files = 256;
+
+// A handle and the pool of its extents, which the library does not close.
+class vmdk_file {
+public:
+    vmdk_file() = default;
+    vmdk_file(vmdk_file&& other) noexcept
+        : handle_(std::exchange(other.handle_, nullptr)), pool_(std::exchange(other.pool_, nullptr)) {}
+    vmdk_file& operator=(vmdk_file&&) = delete;
+    ~vmdk_file() {
+        if (handle_ != nullptr) {
+            (void)libvmdk_handle_close(handle_, nullptr);
+            (void)libvmdk_handle_free(&handle_, nullptr);
+        }
+        if (pool_ != nullptr) {
+            (void)libbfio_pool_close_all(pool_, nullptr);
+            (void)libbfio_pool_free(&pool_, nullptr);
+        }
+    }
+
+    // `extents`: the files of the extents, empty for one without.
+    [[nodiscard]] bool open(const std::string& path, const std::vector<std::string>& extents) {
+        // A limit above the number of files is one that the library fails under.
+        const int limit = extents.size() > most_open_files ? static_cast<int>(most_open_files) : 0;
+        if (libvmdk_handle_initialize(&handle_, nullptr) != 1 ||
+            libvmdk_handle_open(handle_, path.c_str(), LIBVMDK_OPEN_READ, nullptr) != 1 ||
+            libbfio_pool_initialize(&pool_, static_cast<int>(extents.size()), limit, nullptr) != 1) {
+            return false;
+        }
+        for (std::size_t i = 0; i < extents.size(); ++i) {
+            if (!extents[i].empty() && !add(static_cast<int>(i), extents[i])) return false;
+        }
+        return libvmdk_handle_open_extent_data_files_file_io_pool(handle_, pool_, nullptr) == 1;
+    }
+
+    [[nodiscard]] libvmdk_handle_t* handle() const { return handle_; }
+
+private:
+    [[nodiscard]] bool add(int entry, const std::string& path) {
+        libbfio_handle_t* file = nullptr;
+        if (libbfio_file_initialize(&file, nullptr) != 1) return false;
+        if (libbfio_file_set_name(file, path.c_str(), path.size(), nullptr) == 1 &&
+            libbfio_pool_set_handle(pool_, entry, file, LIBBFIO_OPEN_READ, nullptr) == 1) {
+            return true;
+        }
+        (void)libbfio_handle_free(&file, nullptr);
+        return false;
+    }
+
+    libvmdk_handle_t* handle_ = nullptr;
+    libbfio_pool_t* pool_ = nullptr;
+};
+
+class vmdk_medium final : public medium {
+public:
+    vmdk_medium(std::vector<vmdk_file> chain, std::uint64_t size, std::size_t chunk)
+        : chain_(std::move(chain)), size_(size), chunk_size_(chunk) {}
+    ~vmdk_medium() override {
+        while (!chain_.empty()) chain_.pop_back();
+    }
+
+    [[nodiscard]] std::uint64_t size() const override { return size_; }
+    [[nodiscard]] std::size_t chunk_size() const override { return chunk_size_; }
+
+    [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into) override {
+        const ssize_t got = libvmdk_handle_read_buffer_at_offset(chain_.front().handle(), into.data(), into.size(),
+                                                                 static_cast<off64_t>(offset), nullptr);
+        return got >= 0 && static_cast<std::size_t>(got) == into.size();
+    }
+
+private:
+    std::vector<vmdk_file> chain_;  // the image, its parent, and so on
+    std::uint64_t size_;
+    std::size_t chunk_size_;
+};
+
+// Why a sparse extent cannot be read; empty when it can. Raises `chunk` to its grains.
+std::string objection(const std::string& path, std::size_t& chunk) {
+    disk_reader file;
+    std::vector<std::uint8_t> bytes;
+    if (!file.open(path, reader_mode::image_file)) return path + " is missing";
+    if (!read_whole(file, 0, vmdk_header::size, bytes)) return path + " is cut short";
+    const byte_view header(bytes);
+    if (!holds_text(header, 0, vmdk_header::signature)) return {};
+    const auto grain = header.value<std::uint64_t>(vmdk_header::grain_size);
+    const auto entries = header.value<std::uint32_t>(vmdk_header::entries_per_table);
+    if (grain == 0 || grain > largest_grain || entries == 0 || entries > 0x10000) return path + " is damaged";
+    // The directory and the tables take four bytes a grain; a disk that asks for more than its file can name is none.
+    if (header.value<std::uint64_t>(vmdk_header::capacity) / grain / entries > file.disk_size() / 4) {
+        return path + " is damaged or cut short";
+    }
+    const std::uint64_t size = file.disk_size();
+    if (header.value<std::uint64_t>(vmdk_header::directory) == vmdk_header::at_end &&
+        (size < vmdk_header::footer || !read_whole(file, size - vmdk_header::footer, vmdk_header::size, bytes) ||
+         !holds_text(byte_view(bytes), 0, vmdk_header::signature))) {
+        return path + " is cut short";
+    }
+    chunk = std::max(chunk, static_cast<std::size_t>(grain * sector));
+    return {};
+}
+
+std::string extent_files(const std::string& path, const vmdk_descriptor& descriptor, std::vector<std::string>& files,
+                         std::size_t& chunk) {
+    for (const vmdk_extent& extent : descriptor.extents) {
+        files.emplace_back();
+        if (extent.type == "ZERO") continue;
+        const std::optional<std::string> file = descriptor.embedded ? path : file_beside(path, extent.name);
+        if (!file) return "its extent " + extent.name + " does not lie beside it";
+        if (std::string why = objection(*file, chunk); !why.empty()) return why;
+        files.back() = *file;
+    }
+    return {};
+}
+
+std::unique_ptr<allocation> holes_of(const vmdk_descriptor& descriptor, const std::vector<std::string>& files) {
+    std::vector<allocation_extent> extents;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const vmdk_extent& extent = descriptor.extents[i];
+        if (extent.sectors > ~std::uint64_t{0} / sector) return nullptr;
+        allocation_extent one{extent.sectors * sector, extent.type == "ZERO", {}};
+        if (extent.type == "SPARSE") one.tables = read_vmdk_tables(files[i]);
+        extents.push_back(std::move(one));
+    }
+    return std::make_unique<allocation>(std::move(extents));
+}
+
+}  // namespace
+
+opened_medium open_vmdk(const std::string& path) {
+    std::vector<vmdk_file> chain;
+    std::size_t chunk = read_at_once;
+    std::uint64_t size = 0;
+    std::unique_ptr<allocation> holes;
+    for (std::string next = path;;) {
+        if (chain.size() == longest_chain) return refused("its chain of parents is too long");
+        vmdk_descriptor descriptor;
+        std::vector<std::string> files;
+        if (!read_vmdk_descriptor(next, descriptor)) return refused(next + " has no descriptor that can be read");
+        if (std::string why = extent_files(next, descriptor, files, chunk); !why.empty()) return refused(why);
+        vmdk_file file;
+        if (!file.open(next, files)) return refused(next + " is damaged or cut short");
+        if (chain.empty()) {
+            if (libvmdk_handle_get_media_size(file.handle(), &size, nullptr) != 1 || size == 0) {
+                return refused("it is damaged");
+            }
+            if (descriptor.parent.empty()) holes = holes_of(descriptor, files);
+        } else if (libvmdk_handle_set_parent_handle(chain.back().handle(), file.handle(), nullptr) != 1) {
+            // The library holds the parent's identifier against what the child wants.
+            return refused("its parent " + next + " is another image");
+        }
+        chain.push_back(std::move(file));
+        if (descriptor.parent.empty()) break;
+        const std::optional<std::string> parent = file_beside(next, descriptor.parent);
+        if (!parent) return refused_parent(descriptor.parent);
+        next = *parent;
+    }
+    return {std::make_unique<vmdk_medium>(std::move(chain), size, chunk), std::move(holes), {}};
+}
