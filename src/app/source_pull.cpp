@@ -49,12 +49,12 @@ public:
         ntfs_volume* const mft_source = mft_file_ != nullptr ? mft_file_.get() : mft_refused_ ? nullptr : volume_.get();
         const bool has_mft = mft_source != nullptr && mft_source->mount();
         const std::uint64_t read_before = has_mft ? mft_source->reader().bytes_read() : 0;
-        if (has_mft && resolve_journal_paths(intake_.records(), *mft_source, asked_.pull_times, console_.shown,
-                                             std::move(history))) {
+        if (!has_mft && history != nullptr) {
+            resolve_past_paths(intake_.records(), std::move(history));
+        } else if (has_mft && resolve_journal_paths(intake_.records(), *mft_source, asked_.pull_times, console_.shown,
+                                                    std::move(history))) {
             const std::uint64_t read = mft_source->reader().bytes_read() - read_before;
             console_.meter.count(phase::resolve, intake_.records().size(), read);
-        } else if (history != nullptr) {
-            resolve_past_paths(intake_.records(), std::move(history));
         } else {
             console_.status.report_problem("prob no usable $MFT, paths not resolved\n");
         }
