@@ -51,12 +51,12 @@ public:
         const bool has_mft = mft_source != nullptr && mft_source->mount();
         const std::uint64_t read_before = has_mft ? mft_source->reader().bytes_read() : 0;
         const resolution_settings wanted{.pull_times = asked_.pull_times, .complete = asked_.complete};
-        if (has_mft &&
-            resolve_journal_paths(intake_.records(), *mft_source, wanted, console_.shown, std::move(history))) {
+        if (!has_mft && history != nullptr) {
+            resolve_past_paths(intake_.records(), std::move(history), asked_.complete);
+        } else if (has_mft && resolve_journal_paths(intake_.records(), *mft_source, wanted, console_.shown,
+                                                    std::move(history))) {
             const std::uint64_t read = mft_source->reader().bytes_read() - read_before;
             console_.meter.count(phase::resolve, intake_.records().size(), read);
-        } else if (history != nullptr) {
-            resolve_past_paths(intake_.records(), std::move(history), asked_.complete);
         } else {
             console_.status.report_problem("prob no usable $MFT, paths not resolved\n");
         }

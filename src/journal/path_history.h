@@ -45,7 +45,10 @@ public:
 
     // What path_at will read first, and then, to be fetched ahead.
     [[nodiscard]] const void* step_place(std::uint32_t directory) const { return &steps_[directory]; }
-    [[nodiscard]] const char* text_place(std::uint32_t directory) const { return steps_[directory].text.data(); }
+    [[nodiscard]] const char* text_place(std::uint32_t directory) const {
+        const past_path& latest = steps_[directory];
+        return latest.text.data() != nullptr ? latest.text.data() : reinterpret_cast<const char*>(&latest);
+    }
     [[nodiscard]] const char* compared_place(std::uint32_t directory) const { return steps_[directory].compared.text; }
 
 private:
