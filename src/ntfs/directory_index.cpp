@@ -54,7 +54,9 @@ public:
     // `offset`: bytes, of a block in the allocation.
     [[nodiscard]] bool in_use(std::uint64_t offset) const {
         const std::uint64_t block = offset / block_size_;
-        return block / 8 >= bits_.size() || (bits_[static_cast<std::size_t>(block / 8)] >> block % 8 & 1U) != 0;
+        if (block / 8 >= bits_.size()) return true;
+        const unsigned eight = bits_[static_cast<std::size_t>(block / 8)];
+        return (eight >> block % 8 & 1U) != 0;
     }
 
 private:

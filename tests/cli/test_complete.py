@@ -50,6 +50,7 @@ def test_every_record_is_a_row_and_every_row_a_record(lorq):
             assert len({row[column] for row in rows}) == written
 
 
+@linux_only
 def test_a_terminal_is_told_what_is_left_out(lorq):
     hostile_journal(lorq)
     told = "2 records are left out or have a name cut short, -complete keeps them whole\n"  # USN 0 twice
