@@ -5,6 +5,7 @@
 #include "platform/platform.h"
 
 #include <cctype>
+#include <optional>
 
 namespace {
 
@@ -15,9 +16,11 @@ namespace ewf {
 constexpr std::size_t header_size = 13;
 constexpr std::size_t number = 9;  // u16
 constexpr std::size_t section_size = 76;
-constexpr std::size_t next = 16;      // u64, byte offset; of the last section its own
-constexpr std::size_t length = 24;    // u64, descriptor included
-constexpr std::size_t checksum = 72;  // u32, Adler-32 of what is before
+constexpr std::size_t next = 16;               // u64, byte offset; of the last section its own
+constexpr std::size_t length = 24;             // u64, descriptor included
+constexpr std::size_t table_header_size = 24;  // of the sections "table" and "table2": u32 count of chunks
+constexpr std::size_t table_checksum = 20;     // u32, Adler-32 of what is before
+constexpr std::size_t checksum = 72;           // u32, Adler-32 of what is before
 }  // namespace ewf
 
 constexpr std::uint32_t numbered = 99;
@@ -36,8 +39,20 @@ std::uint32_t adler32(std::span<const std::uint8_t> bytes) {
 
 enum class segment_end : std::uint8_t { cut, another_follows, last };
 
-// Walks the sections; `cut` when one of them is damaged or does not lie in the file.
-segment_end walk_sections(disk_reader& file) {
+// How many chunks a table has; none when its header is damaged.
+std::optional<std::uint32_t> chunks_of_table(disk_reader& file, std::uint64_t section) {
+    std::vector<std::uint8_t> bytes;
+    if (!read_whole(file, section + ewf::section_size, ewf::table_header_size, bytes)) return std::nullopt;
+    const byte_view header(bytes);
+    const bool sound =
+        adler32(header.bytes().first(ewf::table_checksum)) == header.value<std::uint32_t>(ewf::table_checksum);
+    return sound ? std::optional(header.value<std::uint32_t>(0)) : std::nullopt;
+}
+
+// Walks the sections; `cut` when one of them is damaged or does not lie in the file, or when neither a table nor the
+// copy behind it says how many chunks it has: all that follow would be taken for others.
+segment_end walk_sections(disk_reader& file, std::uint64_t& chunks) {
+    std::optional<std::uint32_t> table = 0;
     const std::uint64_t size = file.disk_size();
     std::vector<std::uint8_t> bytes;
     std::uint64_t at = ewf::header_size;
@@ -46,6 +61,16 @@ segment_end walk_sections(disk_reader& file) {
         const byte_view section(bytes);
         if (adler32(section.bytes().first(ewf::checksum)) != section.value<std::uint32_t>(ewf::checksum)) {
             return segment_end::cut;
+        }
+        const bool is_table = holds_text(section, 0, "table\0"sv);
+        if (holds_text(section, 0, "table2\0"sv) && !table) {
+            table = chunks_of_table(file, at);
+            chunks += table.value_or(0);
+        }
+        if (!table && !holds_text(section, 0, "table2\0"sv)) return segment_end::cut;
+        if (is_table) {
+            table = chunks_of_table(file, at);
+            chunks += table.value_or(0);
         }
         if (holds_text(section, 0, "next\0"sv)) return segment_end::another_follows;
         if (holds_text(section, 0, "done\0"sv)) return segment_end::last;
@@ -110,7 +135,7 @@ ewf_segments find_ewf_segments(const std::string& first) {
             found.missing = name_of(path) + " is not segment " + std::to_string(number);
             return found;
         }
-        const segment_end end = walk_sections(file);
+        const segment_end end = walk_sections(file, found.chunks);
         if (end == segment_end::cut) {
             found.missing = name_of(path) + " is damaged or cut short";
         }
