@@ -5,7 +5,6 @@
 #include "platform/platform.h"
 
 #include <cctype>
-#include <optional>
 
 namespace {
 
@@ -19,6 +18,7 @@ constexpr std::size_t section_size = 76;
 constexpr std::size_t next = 16;               // u64, byte offset; of the last section its own
 constexpr std::size_t length = 24;             // u64, descriptor included
 constexpr std::size_t table_header_size = 24;  // of the sections "table" and "table2": u32 count of chunks
+constexpr std::size_t table_base = 8;          // u64, what the places count from
 constexpr std::size_t table_checksum = 20;     // u32, Adler-32 of what is before
 constexpr std::size_t checksum = 72;           // u32, Adler-32 of what is before
 }  // namespace ewf
@@ -39,20 +39,60 @@ std::uint32_t adler32(std::span<const std::uint8_t> bytes) {
 
 enum class segment_end : std::uint8_t { cut, another_follows, last };
 
-// How many chunks a table has; none when its header is damaged.
-std::optional<std::uint32_t> chunks_of_table(disk_reader& file, std::uint64_t section) {
+enum class table_health : std::uint8_t { sound, damaged, hostile };
+
+// Whether the places of the chunks follow each other at lengths that chunks can have. Counted in 31 bits: where makers
+// went on behind two gigabytes the numbers wrap.
+bool lengths_possible(byte_view entries, std::size_t count, std::uint64_t end_of_last) {
+    constexpr std::uint32_t place = 0x7FFF'FFFF;
+    constexpr std::uint32_t longest = 32U << 20U;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint32_t next =
+            i + 1 < count ? entries.value<std::uint32_t>(4 * (i + 1)) : static_cast<std::uint32_t>(end_of_last);
+        if (((next - entries.value<std::uint32_t>(4 * i)) & place) > longest) return false;
+    }
+    return true;
+}
+
+// A table says of each chunk where it is kept; the library takes as much memory for one as the next is away. Adds the
+// number of its chunks to `chunks` when it is sound. `alone`: behind the entries stand not their checksum but the
+// chunks.
+table_health check_table(disk_reader& file, std::uint64_t at, std::uint64_t length, bool alone, std::uint64_t& chunks) {
+    constexpr std::uint32_t most_entries = 1U << 22U;
+    const std::uint64_t begin = at + ewf::section_size;
     std::vector<std::uint8_t> bytes;
-    if (!read_whole(file, section + ewf::section_size, ewf::table_header_size, bytes)) return std::nullopt;
+    if (!read_whole(file, begin, ewf::table_header_size, bytes)) return table_health::damaged;
     const byte_view header(bytes);
-    const bool sound =
-        adler32(header.bytes().first(ewf::table_checksum)) == header.value<std::uint32_t>(ewf::table_checksum);
-    return sound ? std::optional(header.value<std::uint32_t>(0)) : std::nullopt;
+    const auto count = header.value<std::uint32_t>(0);
+    const auto base = header.value<std::uint64_t>(ewf::table_base);
+    if (adler32(header.bytes().first(ewf::table_checksum)) != header.value<std::uint32_t>(ewf::table_checksum)) {
+        return table_health::damaged;
+    }
+    if (count == 0) return table_health::sound;
+    const std::size_t size = std::size_t{count} * 4;
+    if (count > most_entries || !read_whole(file, begin + ewf::table_header_size, size, bytes)) {
+        return table_health::hostile;
+    }
+    const std::uint32_t sum = adler32(bytes);
+    if (!lengths_possible(byte_view(bytes), count, at + length - base)) {
+        // Of these two the library takes the copy only when it sees the damage.
+        if (alone || !read_whole(file, begin + ewf::table_header_size + size, 4, bytes)) return table_health::hostile;
+        return byte_view(bytes).value<std::uint32_t>(0) == sum ? table_health::hostile : table_health::damaged;
+    }
+    if (!alone && length >= ewf::section_size + ewf::table_header_size + size + 4 &&
+        (!read_whole(file, begin + ewf::table_header_size + size, 4, bytes) ||
+         byte_view(bytes).value<std::uint32_t>(0) != sum)) {
+        return table_health::damaged;
+    }
+    chunks += count;
+    return table_health::sound;
 }
 
 // Walks the sections; `cut` when one of them is damaged or does not lie in the file, or when neither a table nor the
-// copy behind it says how many chunks it has: all that follow would be taken for others.
+// copy behind it is sound: all chunks that follow would be taken for others.
 segment_end walk_sections(disk_reader& file, std::uint64_t& chunks) {
-    std::optional<std::uint32_t> table = 0;
+    table_health table = table_health::sound;
+    bool alone = true;
     const std::uint64_t size = file.disk_size();
     std::vector<std::uint8_t> bytes;
     std::uint64_t at = ewf::header_size;
@@ -62,20 +102,18 @@ segment_end walk_sections(disk_reader& file, std::uint64_t& chunks) {
         if (adler32(section.bytes().first(ewf::checksum)) != section.value<std::uint32_t>(ewf::checksum)) {
             return segment_end::cut;
         }
-        const bool is_table = holds_text(section, 0, "table\0"sv);
-        if (holds_text(section, 0, "table2\0"sv) && !table) {
-            table = chunks_of_table(file, at);
-            chunks += table.value_or(0);
-        }
-        if (!table && !holds_text(section, 0, "table2\0"sv)) return segment_end::cut;
-        if (is_table) {
-            table = chunks_of_table(file, at);
-            chunks += table.value_or(0);
+        const auto next = section.value<std::uint64_t>(ewf::next);
+        const auto length = section.value<std::uint64_t>(ewf::length);
+        const bool is_copy = holds_text(section, 0, "table2\0"sv);
+        if (table == table_health::damaged && !is_copy) return segment_end::cut;
+        if (holds_text(section, 0, "sectors\0"sv)) alone = false;
+        if (holds_text(section, 0, "table\0"sv) || (is_copy && table == table_health::damaged)) {
+            if (length > size - at) return segment_end::cut;
+            table = check_table(file, at, length, alone, chunks);
+            if (table == table_health::hostile || (is_copy && table != table_health::sound)) return segment_end::cut;
         }
         if (holds_text(section, 0, "next\0"sv)) return segment_end::another_follows;
         if (holds_text(section, 0, "done\0"sv)) return segment_end::last;
-        const auto next = section.value<std::uint64_t>(ewf::next);
-        const auto length = section.value<std::uint64_t>(ewf::length);
         if (next <= at || length > size - at || next - at < ewf::section_size) return segment_end::cut;
         at = next;
     }
