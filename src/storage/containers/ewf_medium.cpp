@@ -27,6 +27,7 @@ public:
     [[nodiscard]] bool open(std::vector<std::string> segments, std::uint64_t chunks) {
         chunks_ = chunks;
         std::vector<char*> names;
+        names.reserve(segments.size());
         for (std::string& segment : segments) names.push_back(segment.data());
         // A limit above the number of files is one that the library fails under.
         const int limit = names.size() > most_open_files ? static_cast<int>(most_open_files) : 0;
