@@ -7,7 +7,7 @@ if(WIN32)
     add_custom_target(packed VERBATIM COMMAND
         sh -c "mandoc -T ascii \"$0\" | col -bx | sed 's/$/\\r/' >\"$1\"" ${manual} ${PROJECT_BINARY_DIR}/lorq.txt)
     install(TARGETS lorq RUNTIME DESTINATION .)
-    install(FILES README.md CHANGELOG.md ${PROJECT_BINARY_DIR}/lorq.txt DESTINATION .)
+    install(FILES README.md CHANGELOG.md docs/third-party.md ${PROJECT_BINARY_DIR}/lorq.txt DESTINATION .)
 else()
     include(GNUInstallDirs)
     set(changes ${PROJECT_SOURCE_DIR}/docs/package/changelog)
@@ -17,7 +17,7 @@ else()
     install(TARGETS lorq)
     install(FILES ${PROJECT_BINARY_DIR}/lorq.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
     install(FILES docs/lorq.bash-completion DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME lorq)
-    install(FILES README.md CHANGELOG.md docs/package/copyright ${PROJECT_BINARY_DIR}/changelog.gz
+    install(FILES README.md CHANGELOG.md docs/third-party.md docs/package/copyright ${PROJECT_BINARY_DIR}/changelog.gz
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 endif()
 add_dependencies(packed lorq)

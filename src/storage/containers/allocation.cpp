@@ -62,18 +62,18 @@ std::uint64_t kept_at(entry_form form, std::uint64_t block_size, byte_view table
 
 }  // namespace
 
-bool allocation::is_hole(std::uint64_t offset, std::uint64_t& end) {
+block_state allocation::state_at(std::uint64_t offset, std::uint64_t& end) {
     std::uint64_t begin = 0;
     for (const allocation_extent& extent : extents_) {
         if (offset - begin < extent.size) {
-            const bool hole = is_hole_in(extent, offset - begin, end);
+            const block_state state = state_in(extent, offset - begin, end);
             end = begin + std::min(end, extent.size);
-            return hole;
+            return state;
         }
         begin += extent.size;
     }
     end = no_offset;
-    return false;
+    return block_state::data;
 }
 
 bool allocation::sound() {
@@ -81,29 +81,28 @@ bool allocation::sound() {
         for (std::size_t i = 0; i < extent.tables.tables.size(); ++i) {
             if (extent.tables.tables[i] == 0) continue;
             load(extent, i);
-            if (holes_.empty()) return false;
+            if (!sound_) return false;
         }
     }
     return true;
 }
 
-bool allocation::is_hole_in(const allocation_extent& extent, std::uint64_t at, std::uint64_t& end) {
+block_state allocation::state_in(const allocation_extent& extent, std::uint64_t at, std::uint64_t& end) {
     const allocation_tables& tables = extent.tables;
     end = extent.size;
-    if (tables.tables.empty()) return extent.hole;
+    if (tables.tables.empty()) return extent.hole ? block_state::hole : block_state::data;
     const std::uint64_t covered = tables.block_size * tables.blocks_per_table;
     const std::uint64_t index = at / covered;
-    if (index >= tables.tables.size()) return false;
+    if (index >= tables.tables.size()) return block_state::data;
     end = (index + 1) * covered;
-    if (tables.tables[static_cast<std::size_t>(index)] == 0) return true;
+    if (tables.tables[static_cast<std::size_t>(index)] == 0) return block_state::hole;
     if (loaded_from_ != &tables || loaded_index_ != index) load(extent, static_cast<std::size_t>(index));
-    if (holes_.empty()) return false;
     const std::uint64_t block = at % covered / tables.block_size;
-    const bool hole = holes_[static_cast<std::size_t>(block)];
+    const block_state state = states_[static_cast<std::size_t>(block)];
     std::uint64_t stop = block + 1;
-    while (stop < holes_.size() && holes_[static_cast<std::size_t>(stop)] == hole) ++stop;
+    while (stop < states_.size() && states_[static_cast<std::size_t>(stop)] == state) ++stop;
     end = index * covered + stop * tables.block_size;
-    return hole;
+    return state;
 }
 
 void allocation::load(const allocation_extent& extent, std::size_t index) {
@@ -114,24 +113,23 @@ void allocation::load(const allocation_extent& extent, std::size_t index) {
     }
     loaded_from_ = &tables;
     loaded_index_ = index;
-    holes_.clear();
     // Of the last table only the entries that the disk has.
     const std::uint64_t before = index * tables.blocks_per_table;
     const std::uint64_t all = (extent.size + tables.block_size - 1) / tables.block_size;
-    if (before >= all) return;
-    const std::uint64_t blocks = std::min(all - before, tables.blocks_per_table);
-    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(blocks * entry_size(tables.form)));
+    const auto blocks = static_cast<std::size_t>(std::min(all - std::min(before, all), tables.blocks_per_table));
+    states_.assign(blocks, block_state::lost);
+    std::vector<std::uint8_t> bytes(blocks * entry_size(tables.form));
     std::size_t got = 0;
-    if (!file_.read_at(tables.tables[index], bytes, got) || got != bytes.size()) return;
-    const byte_view table(bytes);
-    std::vector<bool> holes(static_cast<std::size_t>(blocks));
-    for (std::size_t i = 0; i < holes.size(); ++i) {
+    sound_ = blocks == 0 || (file_.read_at(tables.tables[index], bytes, got) && got == bytes.size());
+    if (!sound_) return;
+    const std::uint64_t file_size = file_.disk_size();
+    for (std::size_t i = 0; i < blocks; ++i) {
         bool packed = false;
-        const std::uint64_t kept = kept_at(tables.form, tables.block_size, table, i, packed);
+        const std::uint64_t kept = kept_at(tables.form, tables.block_size, byte_view(bytes), i, packed);
         const std::uint64_t length = std::min(tables.block_size, extent.size - (before + i) * tables.block_size);
-        if (kept >= file_.disk_size() || (!packed && !tables.packed && kept != 0 && length > file_.disk_size() - kept))
-            return;
-        holes[i] = kept == 0;
+        const bool inside = kept < file_size && (packed || tables.packed || kept == 0 || length <= file_size - kept);
+        if (inside) states_[i] = kept == 0 ? block_state::hole : block_state::data;
+        sound_ = sound_ && inside;
     }
-    holes_ = std::move(holes);
+    if (!sound_) std::ranges::replace(states_, block_state::hole, block_state::data);
 }

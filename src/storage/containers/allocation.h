@@ -29,27 +29,30 @@ struct allocation_extent {
     allocation_tables tables;
 };
 
-// Of a disk whose extents follow each other. A table that cannot be read, or has an entry that leads out of its file,
-// tells of data only.
+enum class block_state : std::uint8_t { data, hole, lost };
+
+// Of a disk whose extents follow each other. Lost is what an entry that leads out of its file stands for, and all of a
+// table that cannot be read; a table that has such an entry tells of no hole.
 class allocation {
 public:
     explicit allocation(std::vector<allocation_extent> extents) : extents_(std::move(extents)) {}
 
-    // Whether the disk is zeros from `offset` to `end` because nothing is kept, or data; `end` lies behind `offset` and
-    // inside the same block or run of blocks. Behind all extents there is data.
-    [[nodiscard]] bool is_hole(std::uint64_t offset, std::uint64_t& end);
+    // What is kept of the disk from `offset` to `end`, which lies behind it; a hole reads as zeros. Behind all extents
+    // there is data.
+    [[nodiscard]] block_state state_at(std::uint64_t offset, std::uint64_t& end);
 
     // Whether all tables can be read and lead into their files. Reads all of them.
     [[nodiscard]] bool sound();
 
 private:
-    [[nodiscard]] bool is_hole_in(const allocation_extent& extent, std::uint64_t at, std::uint64_t& end);
+    [[nodiscard]] block_state state_in(const allocation_extent& extent, std::uint64_t at, std::uint64_t& end);
     void load(const allocation_extent& extent, std::size_t index);
 
     std::vector<allocation_extent> extents_;
     const allocation_tables* loaded_from_ = nullptr;
     std::size_t loaded_index_ = 0;
-    std::vector<bool> holes_;  // of the blocks of the loaded table; empty when that is odd
+    std::vector<block_state> states_;  // of the blocks of the loaded table
+    bool sound_ = true;                // the loaded table
     disk_reader file_;
 };
 

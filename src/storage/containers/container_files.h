@@ -22,6 +22,7 @@
 
 struct ewf_segments {
     std::vector<std::string> paths;  // from the first on; only the last may be cut short
+    std::uint64_t chunks = 0;        // that their tables name
     std::string missing;             // what ends them before the set's end: a line without its end; else empty
 };
 

@@ -10,6 +10,9 @@
 namespace {
 
 constexpr std::uint32_t largest_chunk = 32768 * 512;  // bytes; the most sectors that a maker of these files offers
+// Of a chunk that it does not find the library never gives the memory back, so it is not asked for many: behind that
+// much damage all is lost, and told.
+constexpr std::uint64_t most_lost = std::uint64_t{128} << 20U;  // bytes
 constexpr std::size_t most_open_files = 256;
 
 class ewf_medium final : public medium {
@@ -20,8 +23,11 @@ public:
         (void)libewf_handle_free(&handle_, nullptr);
     }
 
-    [[nodiscard]] bool open(std::vector<std::string> segments) {
+    // `chunks`: behind so many nothing is asked for.
+    [[nodiscard]] bool open(std::vector<std::string> segments, std::uint64_t chunks) {
+        chunks_ = chunks;
         std::vector<char*> names;
+        names.reserve(segments.size());
         for (std::string& segment : segments) names.push_back(segment.data());
         // A limit above the number of files is one that the library fails under.
         const int limit = names.size() > most_open_files ? static_cast<int>(most_open_files) : 0;
@@ -40,13 +46,20 @@ public:
     [[nodiscard]] std::size_t chunk_size() const override { return chunk_size_; }
 
     [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into) override {
+        if (offset / chunk_size_ >= chunks_ || lost_ > most_lost) return false;
+        if (read_checked(offset, into)) return true;
+        lost_ += chunk_size_;
+        return false;
+    }
+
+private:
+    [[nodiscard]] bool read_checked(std::uint64_t offset, std::span<std::uint8_t> into) {
         const ssize_t got =
             libewf_handle_read_random(handle_, into.data(), into.size(), static_cast<off64_t>(offset), nullptr);
         return got >= 0 && static_cast<std::size_t>(got) == into.size() &&
                !holds_error(offset / sector_size_, (offset + into.size() + sector_size_ - 1) / sector_size_);
     }
 
-private:
     // A chunk that does not fit its checksum is zeros for the library, and a success; only this list tells. It is in
     // order, and joins neighbours: a new error need not be a new entry.
     [[nodiscard]] bool holds_error(std::uint64_t begin, std::uint64_t end) {
@@ -68,6 +81,8 @@ private:
     }
 
     libewf_handle_t* handle_ = nullptr;
+    std::uint64_t chunks_ = 0;
+    std::uint64_t lost_ = 0;
     std::uint64_t size_ = 0;
     std::uint32_t chunk_size_ = 0;
     std::uint32_t sector_size_ = 0;
@@ -79,12 +94,12 @@ opened_medium open_ewf(const std::string& path) {
     ewf_segments found = find_ewf_segments(path);
     if (found.paths.empty()) return refused(found.missing);
     auto disk = std::make_unique<ewf_medium>();
-    bool opened = disk->open(found.paths);
+    bool opened = disk->open(found.paths, found.chunks);
     // Of a last segment that is cut short the beginning may be of no use.
     if (!opened && !found.missing.empty() && found.paths.size() > 1) {
         found.paths.pop_back();
         disk = std::make_unique<ewf_medium>();
-        opened = disk->open(found.paths);
+        opened = disk->open(found.paths, found.chunks);
     }
     if (!opened) return refused(found.missing.empty() ? "its segments do not fit together" : found.missing);
     return {std::move(disk), nullptr,

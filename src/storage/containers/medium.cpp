@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <limits>
+#include <map>
 #include <vector>
 
 namespace {
@@ -37,12 +39,15 @@ public:
 
     [[nodiscard]] bool next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) const override {
         std::uint64_t stop = 0;
-        while (holes_ != nullptr && offset < size() && holes_->is_hole(offset, stop)) offset = stop;
+        while (holes_ != nullptr && offset < size() && holes_->state_at(offset, stop) == block_state::hole) {
+            offset = stop;
+        }
         begin = offset;
         if (begin >= size()) return false;
         end = size();
         if (holes_ == nullptr) return true;
-        for (std::uint64_t at = begin; at < size() && at - begin < longest_stretch && !holes_->is_hole(at, stop);) {
+        for (std::uint64_t at = begin;
+             at < size() && at - begin < longest_stretch && holes_->state_at(at, stop) != block_state::hole;) {
             end = at = stop;
         }
         end = std::min(end, size());
@@ -56,7 +61,6 @@ private:
     struct chunk {
         std::uint64_t begin = std::numeric_limits<std::uint64_t>::max();
         std::uint64_t used = 0;
-        bool lost = false;
         std::vector<std::uint8_t> bytes;
     };
 
@@ -66,10 +70,17 @@ private:
 
     [[nodiscard]] bool read_in_chunk(std::uint64_t begin, std::size_t lead, std::span<std::uint8_t> into) {
         const auto kept = std::ranges::find(chunks_, begin, &chunk::begin);
-        if (kept == chunks_.end() && into.size() == length_of(begin) && fill(begin, into)) return true;
+        if (kept == chunks_.end()) {
+            if (is_lost(begin)) return false;
+            if (into.size() == length_of(begin)) {
+                const bool read = fill(begin, into);
+                if (!read) lose(begin);
+                return read;
+            }
+        }
         chunk& one = kept != chunks_.end() ? *kept : take_in(begin);
         one.used = ++clock_;
-        if (one.lost) return false;
+        if (is_lost(begin)) return false;
         std::memcpy(into.data(), one.bytes.data() + lead, into.size());
         return true;
     }
@@ -78,18 +89,33 @@ private:
         chunk& oldest = *std::ranges::min_element(chunks_, {}, &chunk::used);
         oldest.begin = begin;
         oldest.bytes.resize(length_of(begin));
-        oldest.lost = !fill(begin, oldest.bytes);
+        if (!fill(begin, oldest.bytes)) lose(begin);
         return oldest;
+    }
+
+    // What could not be read once is not asked for again: of a block that it read in part a library may have kept that
+    // part, and give it as a success.
+    [[nodiscard]] bool is_lost(std::uint64_t begin) const {
+        const auto behind = lost_.upper_bound(begin);
+        return behind != lost_.begin() && begin < std::prev(behind)->second;
+    }
+    void lose(std::uint64_t begin) {
+        const auto behind = lost_.upper_bound(begin);
+        if (behind != lost_.begin() && std::prev(behind)->second == begin) {
+            std::prev(behind)->second = begin + chunk_size_;
+        } else {
+            lost_.emplace(begin, begin + chunk_size_);
+        }
     }
 
     [[nodiscard]] bool fill(std::uint64_t offset, std::span<std::uint8_t> into) {
         while (!into.empty()) {
             std::uint64_t end = offset + into.size();
-            const bool hole = holes_ != nullptr && holes_->is_hole(offset, end);
+            const block_state state = holes_ != nullptr ? holes_->state_at(offset, end) : block_state::data;
             const auto part = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), end - offset)));
-            if (hole) {
+            if (state == block_state::hole) {
                 std::ranges::fill(part, std::uint8_t{0});
-            } else if (!medium_->read(offset, part)) {
+            } else if (state == block_state::lost || !medium_->read(offset, part)) {
                 return false;
             }
             offset += part.size();
@@ -102,6 +128,7 @@ private:
     std::unique_ptr<allocation> holes_;
     std::size_t chunk_size_;
     std::vector<chunk> chunks_;
+    std::map<std::uint64_t, std::uint64_t> lost_;  // beginnings and ends of runs of chunks
     std::uint64_t clock_ = 0;
 };
 

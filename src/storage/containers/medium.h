@@ -27,7 +27,7 @@ public:
     [[nodiscard]] virtual bool read(std::uint64_t offset, std::span<std::uint8_t> into) = 0;
 };
 
-// `holes`: what is known of them, null for nothing. A hole is never asked of the medium. Keeps the chunks that were
-// read in part, lost ones too: neighbouring small reads, and the edges of long ones, inflate a chunk once.
+// `holes`: what is known of them, null for nothing. A hole, or what is lost, is never asked of the medium. Keeps the
+// chunks that were read in part: neighbouring small reads, and the edges of long ones, inflate a chunk once.
 [[nodiscard]] std::unique_ptr<byte_source> make_container_source(std::unique_ptr<medium> from,
                                                                  std::unique_ptr<allocation> holes);

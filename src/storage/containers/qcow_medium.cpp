@@ -88,7 +88,8 @@ opened_medium open_qcow(const std::string& path) {
         if (chain.size() == longest_chain) return refused("its chain of backing files is too long");
         std::size_t own_cluster = 0;
         if (std::string why = objection(next, own_cluster); !why.empty()) {
-            return refused(next == path ? why : "of its backing file " + next + ": " + why);
+            if (next != path) why.insert(0, "of its backing file " + next.append(": "));
+            return refused(why);
         }
         qcow_file file = open_file(next);
         std::uint64_t own_size = 0;
