@@ -61,7 +61,7 @@ std::vector<std::string> nodes_of(const journal_source& source) {
     }
     std::vector<std::string> nodes{source.path};
     if (const journal_source volume = live_volume_behind(source); !volume.path.empty()) {
-        nodes.push_back(nodes_of(volume).front());
+        nodes.push_back(platform::device_node(live_volume_path(volume.path.front())));
     }
     return nodes;
 }

@@ -16,7 +16,8 @@ namespace {
 // The source of one run while it is pulled; a volume is closed with it.
 class source_pull {
 public:
-    source_pull(opened_source opened, const reading_settings& asked, journal_intake& intake, const run_console& console)
+    source_pull(opened_source&& opened, const reading_settings& asked, journal_intake& intake,
+                const run_console& console)
         : source_(std::move(opened.source)),
           image_(std::move(opened.image)),
           volume_(std::move(opened.volume)),
@@ -53,8 +54,8 @@ public:
         const resolution_settings wanted{.pull_times = asked_.pull_times, .complete = asked_.complete};
         if (!has_mft && history != nullptr) {
             resolve_past_paths(intake_.records(), std::move(history), asked_.complete);
-        } else if (has_mft && resolve_journal_paths(intake_.records(), *mft_source, wanted, console_.shown,
-                                                    std::move(history))) {
+        } else if (has_mft &&
+                   resolve_journal_paths(intake_.records(), *mft_source, wanted, console_.shown, std::move(history))) {
             const std::uint64_t read = mft_source->reader().bytes_read() - read_before;
             console_.meter.count(phase::resolve, intake_.records().size(), read);
         } else {

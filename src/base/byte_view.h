@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 #include <span>
+#include <string_view>
 
 class byte_view {
 public:
@@ -59,3 +60,9 @@ private:
     std::span<const std::uint8_t> bytes_;
     std::uint64_t image_offset_ = 0;
 };
+
+// The bytes of a text of our own, which are those that UTF-16 has on a volume.
+[[nodiscard]] inline byte_view view_of(std::u16string_view text) {
+    const auto* const first = reinterpret_cast<const std::uint8_t*>(text.data());  // NOLINT(*-reinterpret-cast)
+    return byte_view({first, text.size() * sizeof(char16_t)});
+}

@@ -221,13 +221,11 @@ void directory_places::ask_mft(const mft_testimony& mft) {
 }
 
 void directory_places::keep_entry(std::uint32_t directory, const mft_witness& found) {
-    const auto units = std::min(found.name.size(), std::size_t{0xFF});
-    const auto bytes = std::as_bytes(std::span(found.name.data(), units));
-    const byte_view name({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+    const byte_view name = view_of(std::u16string_view(found.name).substr(0, 0xFF));
     const std::uint32_t parent = number_of(found.parent);
     directories_[directory].entry = static_cast<std::uint32_t>(entries_.size());
     entries_.push_back({found.last_usn,
-                        {names_.keep(name), units},
+                        {names_.keep(name), name.size() / sizeof(char16_t)},
                         parent,
                         found.in_use,
                         is_outdated(directories_[directory], found.last_usn)});

@@ -11,8 +11,12 @@ bool journal_intake::take(byte_view chunk, phase during, const scan& take_record
     const in_phase now(meter_, during);
     const std::size_t before = records_.size();
     take_records();
-    meter_.count(during, records_.size() - before, chunk.size());
-    return records_.size() != before;
+    return note(during, chunk.size(), before);
+}
+
+bool journal_intake::note(phase during, std::size_t bytes, std::size_t records_before) {
+    meter_.count(during, records_.size() - records_before, bytes);
+    return records_.size() != records_before;
 }
 
 bool journal_intake::walk(byte_view chunk) {

@@ -59,6 +59,7 @@ public:
 private:
     template <typename scan>
     bool take(byte_view chunk, phase during, const scan& take_records);
+    bool note(phase during, std::size_t bytes, std::size_t records_before);
 
     run_meter& meter_;
     bool complete_;

@@ -47,7 +47,8 @@ public:
     [[nodiscard]] const void* step_place(std::uint32_t directory) const { return &steps_[directory]; }
     [[nodiscard]] const char* text_place(std::uint32_t directory) const {
         const past_path& latest = steps_[directory];
-        return latest.text.data() != nullptr ? latest.text.data() : reinterpret_cast<const char*>(&latest);
+        if (latest.text.data() != nullptr) return latest.text.data();
+        return reinterpret_cast<const char*>(&latest);  // NOLINT(*-reinterpret-cast): never read, only fetched
     }
     [[nodiscard]] const char* compared_place(std::uint32_t directory) const { return steps_[directory].compared.text; }
 

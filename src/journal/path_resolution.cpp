@@ -56,13 +56,11 @@ public:
                                !may_be_cut(one) && hints_[place_of(one.file_ref)] && is_parent(one.file_ref) &&
                                !told.is_doubtful(one.record_offset);
             if (!tells) return;
-            const auto name = std::as_bytes(std::span(one.name(), one.name_units));
-            told.places().add_late(
-                {.directory = one.file_ref,
-                 .parent = one.parent_ref,
-                 .usn = one.usn,
-                 .reason = one.reason,
-                 .name = byte_view({reinterpret_cast<const std::uint8_t*>(name.data()), name.size()})});
+            told.places().add_late({.directory = one.file_ref,
+                                    .parent = one.parent_ref,
+                                    .usn = one.usn,
+                                    .reason = one.reason,
+                                    .name = view_of({one.name(), one.name_units})});
         });
     }
 

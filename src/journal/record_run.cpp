@@ -21,7 +21,8 @@ void chunk_pool::give_back(record_chunk* chunk) {
 packed_record* record_run::append(chunk_pool& pool, std::uint64_t key, std::size_t name_units) {
     const std::size_t bytes = packed_record::bytes_with(name_units);
     if (static_cast<std::size_t>(room_end_ - room_) < bytes) add_chunk(pool.take());
-    const auto room = reinterpret_cast<packed_record*>(room_);
+    // The caller makes a record of the room at once.
+    const auto room = reinterpret_cast<packed_record*>(room_);  // NOLINT(*-reinterpret-cast)
     room_ += bytes;
     // Where the next one will stand: of many runs, each is written to only now and then.
     __builtin_prefetch(room_ + 64, 1);

@@ -45,8 +45,10 @@ struct alignas(8) packed_record {
     std::uint8_t marks;
 
     [[nodiscard]] std::uint64_t arrival() const { return std::uint64_t{arrival_high} << 32U | arrival_low; }
+    // NOLINTBEGIN(*-reinterpret-cast): the units stand there, see above
     [[nodiscard]] char16_t* name() { return reinterpret_cast<char16_t*>(this + 1); }
     [[nodiscard]] const char16_t* name() const { return reinterpret_cast<const char16_t*>(this + 1); }
+    // NOLINTEND(*-reinterpret-cast)
 
     // With the name, up to where the next record may begin.
     [[nodiscard]] static constexpr std::size_t bytes_with(std::size_t units) {
@@ -86,7 +88,8 @@ public:
         // Null at the end.
         [[nodiscard]] const packed_record* next() {
             if (at_ == end_ && (chunk_ == nullptr || !enter(chunk_->next))) return nullptr;
-            const auto record = reinterpret_cast<const packed_record*>(at_);
+            // What `append` gave room for.
+            const auto record = reinterpret_cast<const packed_record*>(at_);  // NOLINT(*-reinterpret-cast)
             at_ += record->bytes();
             return record;
         }

@@ -2,6 +2,8 @@
 
 #include "base/utf.h"
 
+#include <array>
+#include <bit>
 #include <cstring>
 
 namespace {
@@ -48,7 +50,8 @@ void resolved_paths::keep_directories(std::unique_ptr<const directory_path_cache
         if (text.size() > longest_kept_text || texts_.size() > most_kept_bytes - 2 - longest_kept_text) continue;
         places[i] = static_cast<std::uint32_t>(texts_.size());
         const auto length = static_cast<std::uint16_t>(text.size());
-        texts_.append(reinterpret_cast<const char*>(&length), sizeof length);
+        const auto digits = std::bit_cast<std::array<char, sizeof length>>(length);
+        texts_.append(digits.data(), digits.size());
         texts_ += text;
     }
     if (past_ != nullptr) {

@@ -36,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (std::uint64_t at = 0; !in.empty();) {
         const auto piece = in.take(by_pages ? journal_page_size : 4 * journal_page_size);
         const bytes chunk(piece.begin(), piece.end());
-        intake.walk(byte_view(chunk, at), at);
+        intake.walk(byte_view(chunk, at));
         at += chunk.size();
     }
     if (with_history) resolve_past_paths(intake.records(), intake.take_history(), intake.complete());
