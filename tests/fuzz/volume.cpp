@@ -88,7 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     run_meter meter;
     progress shown = shown_progress();
     record_account account;
-    (void)run_driver(nowhere(), settings, {source_named("-image", ""), std::move(volume)},
+    (void)run_driver(nowhere(), settings, {source_named("-image", ""), {}, std::move(volume)},
                      {status, fuzz_log(), meter, shown}, account);
     return 0;
 }
