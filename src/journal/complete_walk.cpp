@@ -41,16 +41,9 @@ std::uint64_t bytes_between(byte_view chunk, std::size_t begin, std::size_t end)
 }  // namespace
 
 void take_sound_record(const sound_record& record, byte_view bytes, std::uint64_t offset, journal_entry& entry) {
+    entry.fields() = record.fields();
     entry.valid = 1;
     entry.version = static_cast<std::uint8_t>(record.version);
-    entry.file_ref = record.file_ref;
-    entry.parent_ref = record.parent_ref;
-    entry.usn = record.usn;
-    entry.timestamp = record.timestamp;
-    entry.reason = record.reason;
-    entry.source_info = record.source_info;
-    entry.security_id = record.security_id;
-    entry.file_attributes = record.file_attributes;
     entry.name.resize(record.name.size() / sizeof(char16_t));
     if (!entry.name.empty()) std::memcpy(entry.name.data(), record.name.bytes().data(), record.name.size());
     entry.record_offset = offset;

@@ -26,10 +26,9 @@ std::uint8_t marks_of(const journal_entry& entry) {
         (entry.has_details ? record_marks::details : 0U) | (entry.foreign ? record_marks::foreign : 0U));
 }
 
-// All that the journal tells of a record.
-auto fields_of(const packed_record& of) {
-    return std::tuple(of.usn, of.file_ref, of.parent_ref, of.timestamp, of.reason, of.source_info, of.security_id,
-                      of.file_attributes, std::u16string_view(of.name(), of.name_units));
+// All that the journal tells of a record, first what no two of one journal share.
+std::tuple<std::int64_t, const record_fields&, std::u16string_view> fields_of(const packed_record& of) {
+    return {of.usn, of, std::u16string_view(of.name(), of.name_units)};
 }
 
 }  // namespace
@@ -42,15 +41,8 @@ void journal_collection::add(const journal_entry& entry) {
     const std::size_t units = std::min(entry.name.size(), longest_name_units);
     packed_record* const into =
         key >= in_order_.last_key() ? in_order_.append(pool_, key, units) : strays_.append(pool_, key, units);
-    into->file_ref = entry.file_ref;
-    into->parent_ref = entry.parent_ref;
-    into->usn = entry.usn;
-    into->timestamp = key;
+    into->fields() = entry.fields();
     into->record_offset = entry.record_offset;
-    into->reason = entry.reason;
-    into->source_info = entry.source_info;
-    into->security_id = entry.security_id;
-    into->file_attributes = entry.file_attributes;
     into->arrival_low = static_cast<std::uint32_t>(count_);
     into->arrival_high = static_cast<std::uint16_t>(std::uint64_t{count_} >> 32U);
     into->name_units = static_cast<std::uint8_t>(units);
@@ -210,15 +202,8 @@ std::optional<std::uint64_t> ordered_reader::journal_offset(const packed_record&
 
 void ordered_reader::unpack(const upcoming_record& next, journal_entry& entry) {
     const packed_record& from = *next.record;
+    entry.fields() = from.fields();
     entry.valid = (from.marks & record_marks::valid) != 0 ? 1 : 0;
-    entry.file_ref = from.file_ref;
-    entry.parent_ref = from.parent_ref;
-    entry.usn = from.usn;
-    entry.timestamp = from.timestamp;
-    entry.reason = from.reason;
-    entry.source_info = from.source_info;
-    entry.security_id = from.security_id;
-    entry.file_attributes = from.file_attributes;
     entry.name.assign(from.name(), from.name_units);
     entry.record_offset = from.record_offset;
     entry.origin = record_marks::origin_of(from.marks);

@@ -44,18 +44,27 @@ struct record_details {
     bool name_is_cut = false;             // the record's name is longer than the entry's
 };
 
-// One serves a whole run: its fields stand as they are read, not as they pack.
-// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
-struct journal_entry {
-    std::uint8_t valid = 0;  // 0: a field check failed; every decoded field is zero and the name is empty
-    std::uint64_t file_ref = 0;
+// What every shape of a record has, copied as a whole from one to the next.
+struct record_fields {
+    std::uint64_t file_ref = 0;  // of 128 bits the low half, which is the reference on NTFS
     std::uint64_t parent_ref = 0;
     std::int64_t usn = 0;
-    std::uint64_t timestamp = 0;  // FILETIME; 0 for version 4
+    std::uint64_t timestamp = 0;  // FILETIME; 0 in version 4
     std::uint32_t reason = 0;
     std::uint32_t source_info = 0;
-    std::uint32_t security_id = 0;
-    std::uint32_t file_attributes = 0;
+    std::uint32_t security_id = 0;      // 0 in version 4
+    std::uint32_t file_attributes = 0;  // likewise
+
+    [[nodiscard]] record_fields& fields() { return *this; }
+    [[nodiscard]] const record_fields& fields() const { return *this; }
+
+    friend auto operator<=>(const record_fields&, const record_fields&) = default;
+};
+
+// One serves a whole run: its fields stand as they are read, not as they pack.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
+struct journal_entry : record_fields {
+    std::uint8_t valid = 0;  // 0: a field check failed; every decoded field is zero and the name is empty
     std::u16string name;
     std::uint64_t record_offset = 0;  // bytes, in the source
     std::uint8_t version = 0;         // 2 to 4; 0 for an entry that is not valid

@@ -29,16 +29,8 @@ inline constexpr unsigned of_the_record = valid | two_bits << version_shift | de
 }  // namespace record_marks
 
 // One cache line, and right behind it `name_units` UTF-16 units.
-struct alignas(8) packed_record {
-    std::uint64_t file_ref;
-    std::uint64_t parent_ref;
-    std::int64_t usn;
-    std::uint64_t timestamp;
+struct alignas(8) packed_record : record_fields {
     std::uint64_t record_offset;
-    std::uint32_t reason;
-    std::uint32_t source_info;
-    std::uint32_t security_id;
-    std::uint32_t file_attributes;
     std::uint32_t arrival_low;  // its number in order of arrival: 2^48 records are more than memory holds
     std::uint16_t arrival_high;
     std::uint8_t name_units;

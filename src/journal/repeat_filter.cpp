@@ -3,8 +3,8 @@
 #include "journal/journal_collection.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstring>
+#include <type_traits>
 
 namespace {
 
@@ -28,10 +28,10 @@ bool is_valid(const packed_record& record) { return (record.marks & record_marks
 
 // 0 for the same record; any order of the others will do. Where a record was found is no field of it.
 int repeat_filter::order(const packed_record& one, const packed_record& other) const {
-    constexpr std::size_t before_offset = offsetof(packed_record, record_offset);
-    constexpr std::size_t flag_words = offsetof(packed_record, arrival_low) - offsetof(packed_record, reason);
-    if (const int first = std::memcmp(&one, &other, before_offset); first != 0) return first;
-    if (const int words = std::memcmp(&one.reason, &other.reason, flag_words); words != 0) return words;
+    static_assert(std::has_unique_object_representations_v<record_fields>);
+    if (const int fields = std::memcmp(&one.fields(), &other.fields(), sizeof(record_fields)); fields != 0) {
+        return fields;
+    }
     if (one.name_units != other.name_units) return one.name_units < other.name_units ? -1 : 1;
     const unsigned marks = one.marks & record_marks::of_the_record;
     const unsigned other_marks = other.marks & record_marks::of_the_record;

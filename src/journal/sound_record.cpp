@@ -16,53 +16,20 @@ constexpr std::uint64_t begin_of_2101 = 157'784'544'000'000'000;
 // Every bit that Windows sets, those of transactions, integrity and storage class with them.
 constexpr std::uint32_t known_reasons = 0x81FFFF77;
 
-void read_fields_v2(const byte_view& bytes, sound_record& out) {
-    out.parent_ref = bytes.value<std::uint64_t>(usn_v2::parent_reference);
-    out.beyond_ntfs = false;
-    out.usn = static_cast<std::int64_t>(bytes.value<std::uint64_t>(usn_v2::usn));
-    out.timestamp = bytes.value<std::uint64_t>(usn_v2::timestamp);
-    out.reason = bytes.value<std::uint32_t>(usn_v2::reason);
-    out.source_info = bytes.value<std::uint32_t>(usn_v2::source_info);
-    out.security_id = bytes.value<std::uint32_t>(usn_v2::security_id);
-    out.file_attributes = bytes.value<std::uint32_t>(usn_v2::file_attributes);
-}
-
-void read_wide_references(const byte_view& bytes, sound_record& out) {
-    out.parent_ref = bytes.value<std::uint64_t>(usn_v3::parent_reference);
-    out.beyond_ntfs = bytes.value<std::uint64_t>(usn_v3::file_reference + 8) != 0 ||
-                      bytes.value<std::uint64_t>(usn_v3::parent_reference + 8) != 0;
-    out.usn = static_cast<std::int64_t>(bytes.value<std::uint64_t>(usn_v3::usn));
-}
-
-void read_fields_v3(const byte_view& bytes, sound_record& out) {
-    read_wide_references(bytes, out);
-    out.timestamp = bytes.value<std::uint64_t>(usn_v3::timestamp);
-    out.reason = bytes.value<std::uint32_t>(usn_v3::reason);
-    out.source_info = bytes.value<std::uint32_t>(usn_v3::source_info);
-    out.security_id = bytes.value<std::uint32_t>(usn_v3::security_id);
-    out.file_attributes = bytes.value<std::uint32_t>(usn_v3::file_attributes);
-}
-
-// Version 4 has its reason where the time of version 3 is.
-void read_fields_v4(const byte_view& bytes, sound_record& out) {
-    read_wide_references(bytes, out);
-    out.reason = bytes.value<std::uint32_t>(usn_v4::reason);
-    out.source_info = bytes.value<std::uint32_t>(usn_v4::source_info);
-    out.timestamp = 0;
-    out.security_id = 0;
-    out.file_attributes = 0;
-    out.name = {};
-}
-
-bool find_name(const byte_view& bytes, std::size_t length_at, std::size_t offset_at, std::size_t fixed_size,
-               sound_record& out) {
-    const std::size_t units_twice = bytes.value<std::uint16_t>(length_at);
-    const std::size_t begin = bytes.value<std::uint16_t>(offset_at);
-    return begin >= fixed_size && begin + units_twice <= out.length && units_twice % 2 == 0 &&
-           units_twice <= 2 * longest_ntfs_name && bytes.sub(begin, units_twice, out.name);
+bool has_upper_halves(const byte_view& bytes) {
+    return bytes.value<std::uint64_t>(usn_v3::file_reference + upper_half) != 0 ||
+           bytes.value<std::uint64_t>(usn_v3::parent_reference + upper_half) != 0;
 }
 
 std::size_t fixed_size_of(std::uint16_t version) { return version == 2 ? usn_v2::fixed_size : usn_v3::fixed_size; }
+
+bool find_name(const byte_view& bytes, sound_record& out) {
+    const bool wide = out.version != 2;
+    const std::size_t units_twice = bytes.value<std::uint16_t>(wide ? usn_v3::name_length : usn_v2::name_length);
+    const std::size_t begin = bytes.value<std::uint16_t>(wide ? usn_v3::name_offset : usn_v2::name_offset);
+    return begin >= fixed_size_of(out.version) && begin + units_twice <= out.length && units_twice % 2 == 0 &&
+           units_twice <= 2 * longest_ntfs_name && bytes.sub(begin, units_twice, out.name);
+}
 
 }  // namespace
 
@@ -83,22 +50,15 @@ bool read_sound_record(const byte_view& bytes, sound_record& out) {
     if (!bytes.fits(0, usn_v2::fixed_size) || !header_is_plausible(bytes)) return false;
     out.length = bytes.value<std::uint32_t>(usn_header::record_length);
     out.version = bytes.value<std::uint16_t>(usn_header::major_version);
-    out.file_ref = bytes.value<std::uint64_t>(usn_v2::file_reference);  // in every version
-    bool sound = out.length % 8 == 0;
-    switch (out.version) {
-        case 2:
-            read_fields_v2(bytes, out);
-            sound = sound && out.timestamp != 0 &&
-                    find_name(bytes, usn_v2::name_length, usn_v2::name_offset, usn_v2::fixed_size, out);
-            break;
-        case 3:
-            read_fields_v3(bytes, out);
-            sound = sound && out.timestamp != 0 &&
-                    find_name(bytes, usn_v3::name_length, usn_v3::name_offset, usn_v3::fixed_size, out);
-            break;
-        default: read_fields_v4(bytes, out); break;
+    out.fields() = read_fields(bytes);
+    out.beyond_ntfs = out.version != 2 && has_upper_halves(bytes);
+    if (out.length % 8 != 0 || entry_number(out.file_ref) >= entry_numbers_end ||
+        entry_number(out.parent_ref) >= entry_numbers_end) {
+        return false;
     }
-    return sound && entry_number(out.file_ref) < entry_numbers_end && entry_number(out.parent_ref) < entry_numbers_end;
+    if (out.version != 4) return out.timestamp != 0 && find_name(bytes, out);
+    out.name = {};
+    return true;
 }
 
 bool read_sound_stray(byte_view bytes, sound_record& out) {

@@ -4,25 +4,18 @@
 #pragma once
 
 #include "base/byte_view.h"
+#include "journal/journal_entry.h"
 
 #include <cstddef>
 #include <cstdint>
 
 inline constexpr std::size_t longest_ntfs_name = 255;  // UTF-16 units
 
-struct sound_record {
-    std::uint16_t version = 0;     // 2, 3 or 4
-    std::uint32_t length = 0;      // bytes, of the whole record
-    std::uint64_t file_ref = 0;    // of versions 3 and 4 the low half, which is the reference on NTFS
-    std::uint64_t parent_ref = 0;  // likewise
-    bool beyond_ntfs = false;      // a high half of them is not zero
-    std::int64_t usn = 0;
-    std::uint64_t timestamp = 0;  // FILETIME; 0 in version 4, like the next two and the name
-    std::uint32_t security_id = 0;
-    std::uint32_t file_attributes = 0;
-    std::uint32_t reason = 0;
-    std::uint32_t source_info = 0;
-    byte_view name;  // UTF-16LE, at most 255 units
+struct sound_record : record_fields {
+    std::uint16_t version = 0;  // 2, 3 or 4
+    std::uint32_t length = 0;   // bytes, of the whole record
+    bool beyond_ntfs = false;   // a high half of its references is not zero
+    byte_view name;             // UTF-16LE, at most 255 units; empty in version 4
 
     [[nodiscard]] bool name_holds_nul() const;
 };

@@ -126,15 +126,8 @@ void reset_details(journal_entry& entry) {
 }
 
 void reset_decoded_fields(journal_entry& entry) {
+    entry.fields() = {};
     entry.valid = 0;
-    entry.file_ref = 0;
-    entry.parent_ref = 0;
-    entry.usn = 0;
-    entry.timestamp = 0;
-    entry.reason = 0;
-    entry.source_info = 0;
-    entry.security_id = 0;
-    entry.file_attributes = 0;
     entry.name.clear();
     entry.record_offset = 0;
     entry.version = 0;
@@ -142,18 +135,31 @@ void reset_decoded_fields(journal_entry& entry) {
 }
 
 template <const named_layout& at>
+record_fields read_named_fields(const byte_view& record) {
+    return {.file_ref = record.value<std::uint64_t>(at.file_reference),
+            .parent_ref = record.value<std::uint64_t>(at.parent_reference),
+            .usn = static_cast<std::int64_t>(record.value<std::uint64_t>(at.usn)),
+            .timestamp = record.value<std::uint64_t>(at.timestamp),
+            .reason = record.value<std::uint32_t>(at.reason),
+            .source_info = record.value<std::uint32_t>(at.source_info),
+            .security_id = record.value<std::uint32_t>(at.security_id),
+            .file_attributes = record.value<std::uint32_t>(at.file_attributes)};
+}
+
+record_fields read_fields_v4(const byte_view& record) {
+    return {.file_ref = record.value<std::uint64_t>(usn_v4::file_reference),
+            .parent_ref = record.value<std::uint64_t>(usn_v4::parent_reference),
+            .usn = static_cast<std::int64_t>(record.value<std::uint64_t>(usn_v4::usn)),
+            .reason = record.value<std::uint32_t>(usn_v4::reason),
+            .source_info = record.value<std::uint32_t>(usn_v4::source_info)};
+}
+
+template <const named_layout& at>
 void decode_named_record(journal_entry& entry, byte_view record) {
     reset_decoded_fields(entry);
     if (!check_named_record<at>(record, any_entry_number)) return;
+    entry.fields() = read_named_fields<at>(record);
     entry.valid = 1;
-    entry.file_ref = record.value<std::uint64_t>(at.file_reference);
-    entry.parent_ref = record.value<std::uint64_t>(at.parent_reference);
-    entry.usn = static_cast<std::int64_t>(record.value<std::uint64_t>(at.usn));
-    entry.timestamp = record.value<std::uint64_t>(at.timestamp);
-    entry.reason = record.value<std::uint32_t>(at.reason);
-    entry.source_info = record.value<std::uint32_t>(at.source_info);
-    entry.security_id = record.value<std::uint32_t>(at.security_id);
-    entry.file_attributes = record.value<std::uint32_t>(at.file_attributes);
     entry.version = at.version;
     entry.record_offset = record.image_offset();
     if constexpr (at.version != 2) keep_details(record, entry);
@@ -190,6 +196,14 @@ bool header_is_plausible(const byte_view& record) {
            length <= usn_header::longest_record && length >= shortest && length <= record.size();
 }
 
+record_fields read_fields(const byte_view& record) {
+    switch (record.value<std::uint16_t>(usn_header::major_version)) {
+        case 2: return read_named_fields<layout_v2>(record);
+        case 3: return read_named_fields<layout_v3>(record);
+        default: return read_fields_v4(record);
+    }
+}
+
 bool check_record_v2(byte_view record, std::uint64_t entry_bound) {
     return check_named_record<layout_v2>(record, entry_bound);
 }
@@ -201,12 +215,8 @@ void decode_record_v3(journal_entry& entry, byte_view record) { decode_named_rec
 void decode_record_v4(journal_entry& entry, byte_view record) {
     reset_decoded_fields(entry);
     if (check_record_v4(record)) {
+        entry.fields() = read_fields_v4(record);
         entry.valid = 1;
-        entry.file_ref = record.value<std::uint64_t>(usn_v4::file_reference);
-        entry.parent_ref = record.value<std::uint64_t>(usn_v4::parent_reference);
-        entry.usn = static_cast<std::int64_t>(record.value<std::uint64_t>(usn_v4::usn));
-        entry.reason = record.value<std::uint32_t>(usn_v4::reason);
-        entry.source_info = record.value<std::uint32_t>(usn_v4::source_info);
         entry.record_offset = record.image_offset();
         entry.version = 4;
         keep_details(record, entry);

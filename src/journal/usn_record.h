@@ -79,6 +79,9 @@ inline constexpr std::size_t kept_units_of_longer_name = 10;
 // the available bytes allow.
 [[nodiscard]] bool header_is_plausible(const byte_view& record);
 
+// The fields of a record by its major version, whatever they hold. Its header is plausible.
+[[nodiscard]] record_fields read_fields(const byte_view& record);
+
 // Whether the bytes pass every check of the version-2 layout, with entry numbers below `entry_bound`. The header may
 // name any known version; records of the others practically never pass.
 [[nodiscard]] bool check_record_v2(byte_view record, std::uint64_t entry_bound);

@@ -22,8 +22,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static run_meter meter;
     static journal_intake intake(meter);
     if (intake.records().size() == 0) {
-        journal_entry entry{.valid = 1, .file_ref = 40, .parent_ref = 5, .timestamp = 133'486'724'967'891'234};
-        entry.reason = 0x80000100;
+        journal_entry entry;
+        entry.fields() = {.file_ref = 40, .parent_ref = 5, .timestamp = 133'486'724'967'891'234, .reason = 0x80000100};
+        entry.valid = 1;
         entry.name = u"a|b,c\r\n<\u4E2D>";
         intake.records().add(entry);
     }
