@@ -67,14 +67,14 @@ std::string_view journal_collection::label_of(std::uint64_t arrival) const {
 }
 
 void journal_collection::for_each_of_journal(const std::function<void(const packed_record&)>& take) const {
-    const auto walk = [&take](const record_run& run) {
-        record_run::cursor at(run);
+    const auto walk = [&take](const record_chain& chain) {
+        record_chain::cursor at(chain);
         while (const packed_record* const record = at.next()) {
             if (record_marks::origin_of(record->marks) == record_origin::journal) take(*record);
         }
     };
     walk(in_order_);
-    for (const record_run& run : strays_.runs()) walk(run);
+    for (const record_chain& chain : strays_.chains()) walk(chain);
 }
 
 void journal_collection::keep_paths(std::unique_ptr<const resolved_paths> paths) { paths_ = std::move(paths); }
@@ -82,7 +82,7 @@ void journal_collection::keep_paths(std::unique_ptr<const resolved_paths> paths)
 // ---- Reading in order -----------------------------------------------------------------------------------------------
 
 ordered_reader::ordered_reader(const journal_collection& from, run_meter& meter, bool each_once)
-    : from_(from), meter_(meter), run_(from.in_order_), in_order_(run_.next()) {
+    : from_(from), meter_(meter), chain_(from.in_order_), in_order_(chain_.next()) {
     if (each_once) repeats_.emplace(from);
     stray_ = next_stray();
     for (upcoming_record& place : upcoming_) place = look_ahead();
@@ -123,14 +123,14 @@ ordered_reader::upcoming_record ordered_reader::look_ahead() {
 
 // The next record of all, null at the end.
 const packed_record* ordered_reader::advance() {
-    const bool from_run = in_order_ != nullptr &&
+    const bool from_chain = in_order_ != nullptr &&
                           (stray_ == nullptr || in_order_->timestamp < stray_->timestamp ||
                            (in_order_->timestamp == stray_->timestamp && in_order_->arrival() < stray_->arrival()));
-    return from_run ? std::exchange(in_order_, run_.next()) : std::exchange(stray_, next_stray());
+    return from_chain ? std::exchange(in_order_, chain_.next()) : std::exchange(stray_, next_stray());
 }
 
 const packed_record* ordered_reader::next_stray() {
-    for (const std::vector<record_run>& runs = from_.strays_.runs();;) {
+    for (const std::vector<record_chain>& chains = from_.strays_.chains();;) {
         if (stray_place_ < stray_order_.size()) {
             const std::size_t soon = std::min(stray_place_ + record_lead, stray_order_.size() - 1);
             // Only its place counts: nothing is read through it.
@@ -139,25 +139,25 @@ const packed_record* ordered_reader::next_stray() {
             __builtin_prefetch(lines + cache_line);
             return stray_order_[stray_place_++].record;
         }
-        if (const packed_record* const record = stray_run_.next(); record != nullptr) return record;
-        if (next_run_ == runs.size()) return nullptr;
-        const record_run& run = runs[next_run_++];
-        if (run.in_order()) {
-            stray_run_ = record_run::cursor(run);
+        if (const packed_record* const record = stray_chain_.next(); record != nullptr) return record;
+        if (next_chain_ == chains.size()) return nullptr;
+        const record_chain& chain = chains[next_chain_++];
+        if (chain.in_order()) {
+            stray_chain_ = record_chain::cursor(chain);
         } else {
-            put_in_order(run);
+            put_in_order(chain);
         }
     }
 }
 
 // Digit by digit from the lowest on, which keeps the order of arrival among equal keys and costs the same for any keys.
-void ordered_reader::put_in_order(const record_run& run) {
+void ordered_reader::put_in_order(const record_chain& chain) {
     const in_phase ordering(meter_, phase::order);
     std::uint64_t lowest = ~std::uint64_t{0};
     std::uint64_t highest = 0;
     stray_order_.clear();
-    stray_order_.reserve(run.size());
-    record_run::cursor at(run);
+    stray_order_.reserve(chain.size());
+    record_chain::cursor at(chain);
     while (const packed_record* const record = at.next()) {
         stray_order_.push_back({record->timestamp, record});
         lowest = std::min(lowest, record->timestamp);
@@ -176,7 +176,7 @@ void ordered_reader::put_in_order(const record_run& run) {
         std::swap(stray_order_, passed_);
     }
     stray_place_ = 0;
-    meter_.count(phase::order, run.size(), run.size() * sizeof(keyed_record));
+    meter_.count(phase::order, chain.size(), chain.size() * sizeof(keyed_record));
 }
 
 // Where a record stands in the journal: a carved one that is the copy of a record there stands where that one does.

@@ -1,13 +1,13 @@
 // journal/journal_collection.h: every record of a run, in order of time stamp, equal ones in order of arrival. Filled
 // by the walk and the carving passes, read once by the writers. Tens of millions of records must fit in memory: fixed
 // fields and name packed together, nothing allocated per record. Records that continue the order, as a journal's do,
-// go into one run; only those that arrive too late are kept apart and put in order.
+// go into one chain; only those that arrive too late are kept apart and put in order.
 #pragma once
 
 #include "base/run_meter.h"
 #include "journal/journal_entry.h"
 #include "journal/kept_details.h"
-#include "journal/record_run.h"
+#include "journal/record_chain.h"
 #include "journal/reference_pairs.h"
 #include "journal/repeat_filter.h"
 #include "journal/stray_records.h"
@@ -63,7 +63,7 @@ private:
     [[nodiscard]] std::string_view label_of(std::uint64_t arrival) const;
 
     chunk_pool pool_;
-    record_run in_order_;
+    record_chain in_order_;
     stray_records strays_;
     bool any_carved_ = false;
     kept_details details_;
@@ -100,7 +100,7 @@ private:
     [[nodiscard]] upcoming_record look_ahead();
     [[nodiscard]] const packed_record* advance();
     [[nodiscard]] const packed_record* next_stray();
-    void put_in_order(const record_run& run);
+    void put_in_order(const record_chain& chain);
     void unpack(const upcoming_record& next, journal_entry& entry);
     [[nodiscard]] std::optional<std::uint64_t> journal_offset(const packed_record& record);
 
@@ -108,13 +108,13 @@ private:
     run_meter& meter_;
     std::optional<repeat_filter> repeats_;  // none: every record is read
     std::vector<found_elsewhere> also_in_;  // of the entry that was read last
-    record_run::cursor run_;
-    const packed_record* in_order_;          // the next one of the run, null at its end
+    record_chain::cursor chain_;
+    const packed_record* in_order_;          // the next one of the chain, null at its end
     const packed_record* stray_ = nullptr;   // the next one of the strays, null at their end
-    std::size_t next_run_ = 0;               // of strays
-    record_run::cursor stray_run_;           // when it arrived in order
+    std::size_t next_chain_ = 0;               // of strays
+    record_chain::cursor stray_chain_;           // when it arrived in order
     std::vector<keyed_record> stray_order_;  // when it did not
-    std::vector<keyed_record> passed_;       // kept for the next such run
+    std::vector<keyed_record> passed_;       // kept for the next such chain
     std::size_t stray_place_ = 0;            // in stray_order_
 
     // Those of the journal that have the time of the record at hand, in an order of their fields once it was asked for.

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "journal/journal_entry.h"
-#include "journal/record_run.h"
+#include "journal/record_chain.h"
 
 #include <compare>
 #include <cstddef>

@@ -1,6 +1,6 @@
-// journal/record_run.h: records in memory, packed one behind the other in chunks: the fixed fields, then the name. A
-// run is a list of chunks; a collection has one or many. Nothing is allocated per record, and chunks that a run gives
-// up serve the next one.
+// journal/record_chain.h: records in memory, packed one behind the other in chunks: the fixed fields, then the name. A
+// chain is a list of chunks; a collection has one or many. Nothing is allocated per record, and chunks that a chain
+// gives up serve the next one.
 #pragma once
 
 #include "journal/journal_entry.h"
@@ -70,13 +70,13 @@ private:
 };
 
 // Records in the order in which they were put there.
-class record_run {
+class record_chain {
 public:
-    // Walks a run while nothing is put there.
+    // Walks a chain while nothing is put there.
     class cursor {
     public:
-        cursor() = default;  // of no run
-        explicit cursor(const record_run& run) : run_end_(run.room_) { enter(run.first_); }
+        cursor() = default;  // of no chain
+        explicit cursor(const record_chain& chain) : chain_end_(chain.room_) { enter(chain.first_); }
         // Null at the end.
         [[nodiscard]] const packed_record* next() {
             if (at_ == end_ && (chunk_ == nullptr || !enter(chunk_->next))) return nullptr;
@@ -95,11 +95,11 @@ public:
             if (chunk == nullptr) return false;
             chunk_ = chunk;
             at_ = chunk->records.data();
-            end_ = chunk->next == nullptr ? run_end_ : at_ + chunk->used;
+            end_ = chunk->next == nullptr ? chain_end_ : at_ + chunk->used;
             return true;
         }
 
-        const std::byte* run_end_ = nullptr;
+        const std::byte* chain_end_ = nullptr;
         const record_chunk* chunk_ = nullptr;
         const std::byte* at_ = nullptr;
         const std::byte* end_ = nullptr;
@@ -113,10 +113,10 @@ public:
     // Whether every key is at least the one before.
     [[nodiscard]] bool in_order() const { return in_order_; }
 
-    // Hands each record to `take` and gives every chunk back once its records are taken; the run is empty then.
+    // Hands each record to `take` and gives every chunk back once its records are taken; the chain is empty then.
     template <typename taker>
     void empty_into(chunk_pool& pool, const taker& take) {
-        record_run left = std::exchange(*this, record_run());
+        record_chain left = std::exchange(*this, record_chain());
         cursor at(left);
         while (const packed_record* const record = at.next()) {
             if (at.chunk() != left.first_) pool.give_back(std::exchange(left.first_, left.first_->next));

@@ -1,4 +1,4 @@
-#include "journal/record_run.h"
+#include "journal/record_chain.h"
 
 record_chunk* chunk_pool::take() {
     constexpr std::size_t per_block = platform::memory_block::large_page / sizeof(record_chunk);
@@ -18,13 +18,13 @@ void chunk_pool::give_back(record_chunk* chunk) {
     free_ = chunk;
 }
 
-packed_record* record_run::append(chunk_pool& pool, std::uint64_t key, std::size_t name_units) {
+packed_record* record_chain::append(chunk_pool& pool, std::uint64_t key, std::size_t name_units) {
     const std::size_t bytes = packed_record::bytes_with(name_units);
     if (static_cast<std::size_t>(room_end_ - room_) < bytes) add_chunk(pool.take());
     // The caller makes a record of the room at once.
     const auto room = reinterpret_cast<packed_record*>(room_);  // NOLINT(*-reinterpret-cast)
     room_ += bytes;
-    // Where the next one will stand: of many runs, each is written to only now and then.
+    // Where the next one will stand: of many chains, each is written to only now and then.
     __builtin_prefetch(room_ + 64, 1);
     __builtin_prefetch(room_ + 128, 1);
     in_order_ = in_order_ && key >= last_key_;
@@ -33,7 +33,7 @@ packed_record* record_run::append(chunk_pool& pool, std::uint64_t key, std::size
     return room;
 }
 
-void record_run::add_chunk(record_chunk* chunk) {
+void record_chain::add_chunk(record_chunk* chunk) {
     if (last_ != nullptr) last_->used = static_cast<std::size_t>(room_ - last_->records.data());
     (last_ == nullptr ? first_ : last_->next) = chunk;
     last_ = chunk;
