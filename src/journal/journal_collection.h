@@ -1,27 +1,23 @@
 // journal/journal_collection.h: every record of a run, in order of time stamp, equal ones in order of arrival. Filled
-// by the walk and the carving passes, read once by the writers. Tens of millions of records must fit in memory: fixed
-// fields and name packed together, nothing allocated per record. Records that continue the order, as a journal's do,
-// go into one chain; only those that arrive too late are kept apart and put in order.
+// by the walk and the carving passes, read once, by an ordered_reader. Tens of millions of records must fit in memory:
+// fixed fields and name packed together, nothing allocated per record. Records that continue the order, as a journal's
+// do, go into one chain; only those that arrive too late are kept apart and put in order.
 #pragma once
 
-#include "base/run_meter.h"
 #include "journal/journal_entry.h"
 #include "journal/kept_details.h"
 #include "journal/record_chain.h"
-#include "journal/reference_pairs.h"
-#include "journal/repeat_filter.h"
 #include "journal/stray_records.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+class reference_pairs;
 class resolved_paths;
 
 class journal_collection {
@@ -42,8 +38,8 @@ public:
 
     // Before the first record: numbers the pairs of parent and file as they come, for path resolution, which takes
     // them; null when they were not numbered. Marked are those with a record that does not call the file a directory.
-    void number_pairs() { pairs_ = std::make_unique<reference_pairs>(); }
-    [[nodiscard]] std::unique_ptr<reference_pairs> take_pairs() { return std::move(pairs_); }
+    void number_pairs();
+    [[nodiscard]] std::unique_ptr<reference_pairs> take_pairs();
 
     // What path resolution found out about the records that are here; readers hand it on. Adding afterwards makes it
     // stale.
@@ -71,57 +67,4 @@ private:
     std::unique_ptr<reference_pairs> pairs_;       // null: they are not numbered
     std::unique_ptr<const resolved_paths> paths_;  // null: they were not asked for
     std::size_t count_ = 0;
-};
-
-// Goes through a collection in its order, once, while nothing is added.
-class ordered_reader {
-public:
-    // `each_once`: of records that are the same but for where they were found the first to arrive, which tells the
-    // others.
-    ordered_reader(const journal_collection& from, run_meter& meter, bool each_once = false);
-
-    // False at the end. `entry` keeps its buffers, so nothing is allocated once they have grown.
-    [[nodiscard]] bool next(journal_entry& entry);
-
-    // How many were left out so far.
-    [[nodiscard]] std::uint64_t repeats() const { return repeats_ ? repeats_->repeats() : 0; }
-
-private:
-    struct keyed_record {
-        std::uint64_t key;
-        const packed_record* record;
-    };
-
-    struct upcoming_record {
-        const packed_record* record = nullptr;
-        std::uint32_t pair = 0;  // of path resolution
-    };
-
-    [[nodiscard]] upcoming_record look_ahead();
-    [[nodiscard]] const packed_record* advance();
-    [[nodiscard]] const packed_record* next_stray();
-    void put_in_order(const record_chain& chain);
-    void unpack(const upcoming_record& next, journal_entry& entry);
-    [[nodiscard]] std::optional<std::uint64_t> journal_offset(const packed_record& record);
-
-    const journal_collection& from_;
-    run_meter& meter_;
-    std::optional<repeat_filter> repeats_;  // none: every record is read
-    std::vector<found_elsewhere> also_in_;  // of the entry that was read last
-    record_chain::cursor chain_;
-    const packed_record* in_order_;          // the next one of the chain, null at its end
-    const packed_record* stray_ = nullptr;   // the next one of the strays, null at their end
-    std::size_t next_chain_ = 0;               // of strays
-    record_chain::cursor stray_chain_;           // when it arrived in order
-    std::vector<keyed_record> stray_order_;  // when it did not
-    std::vector<keyed_record> passed_;       // kept for the next such chain
-    std::size_t stray_place_ = 0;            // in stray_order_
-
-    // Those of the journal that have the time of the record at hand, in an order of their fields once it was asked for.
-    std::vector<const packed_record*> same_time_;
-    bool same_time_in_order_ = false;
-
-    // The records that come next, so that memory is fetched before it is needed.
-    std::array<upcoming_record, 32> upcoming_;
-    std::size_t at_ = 0;  // of the one that is next
 };

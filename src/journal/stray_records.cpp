@@ -43,7 +43,8 @@ void stray_records::make_guide() {
     guide_.push_back(static_cast<std::uint32_t>(lowest_keys_.size() - 1));
 }
 
-// Into about `parts` chains of equal size. A chain that has but one key stays, and gets twice the time before the next try.
+// Into about `parts` chains of equal size. A chain that has but one key stays, and gets twice the time before the next
+// try.
 void stray_records::split(chunk_pool& pool, std::size_t place) {
     const std::vector<std::uint64_t> lowest = lowest_keys_of_parts(place);
     if (lowest.empty()) {

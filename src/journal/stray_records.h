@@ -29,9 +29,9 @@ private:
     std::vector<std::size_t> limits_ = {first_limit};  // of records: a chain that reaches it is split
 
     // Where to look for a key's chain. The keys from lowest_keys_[1] to the last are cut into stretches of
-    // 2^guide_shift_; for each stretch this has the place of the chain that its first key belongs to, and at the end that
-    // of the last chain. The chain of a key is then that of its stretch, that of the next stretch, or one of the few
-    // between.
+    // 2^guide_shift_; for each stretch this has the place of the chain that its first key belongs to, and at the end
+    // that of the last chain. The chain of a key is then that of its stretch, that of the next stretch, or one of the
+    // few between.
     std::vector<std::uint32_t> guide_;
     unsigned guide_shift_ = 0;
 

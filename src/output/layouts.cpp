@@ -1,5 +1,6 @@
 #include "output/layouts.h"
 
+#include "journal/ordered_reader.h"
 #include "output/body_writer.h"
 #include "output/csv_writer.h"
 #include "output/json_writer.h"
@@ -43,12 +44,10 @@ private:
 };
 
 template <typename writer, typename filter>
-bool write_chosen(writer& to, const writing& on, const filter& takes) {
+bool write_chosen(writer& to, ordered_reader& in_order, const writing& on, const filter& takes) {
     constexpr std::size_t between_words = 1024;  // records
-    const in_phase now(on.meter, phase::write);
-    const std::size_t count = on.records.all.size();
+    const std::size_t count = in_order.size();
     text_sink sink(on.out, on.meter);
-    ordered_reader in_order(on.records.all, on.meter, on.settings.unique);
     journal_entry entry;
     to.write_header(sink.text());
     for (std::size_t done = 0; in_order.next(entry); ++done) {
@@ -61,21 +60,18 @@ bool write_chosen(writer& to, const writing& on, const filter& takes) {
     return sink.hand_on();
 }
 
-template <typename writer>
-bool write_in_order(writer to, const writing& on) {
-    if (on.settings.choice.all()) return write_chosen(to, on, [](const journal_entry&) { return true; });
+// `more`: what the writer wants to know beside the settings and whether there are paths.
+template <typename writer, typename... facts>
+bool write_with(const writing& on, const facts&... more) {
+    const in_phase now(on.meter, phase::write);
+    ordered_reader in_order(on.records.all, on.meter, on.settings.unique);
+    writer to(on.settings, in_order.has_paths(), more...);
+    if (on.settings.choice.all()) return write_chosen(to, in_order, on, [](const journal_entry&) { return true; });
     record_filter filter(on.settings.choice);
-    return write_chosen(to, on, [&](const journal_entry& entry) { return filter.takes(entry); });
+    return write_chosen(to, in_order, on, [&](const journal_entry& entry) { return filter.takes(entry); });
 }
 
-template <typename writer>
-bool write_with(const writing& on) {
-    return write_in_order(writer(on.settings, on.records.all.has_paths()), on);
-}
-
-bool write_json(const writing& on) {
-    return write_in_order(json_writer(on.settings, on.records.all.has_paths(), on.records.source), on);
-}
+bool write_json(const writing& on) { return write_with<json_writer>(on, on.records.source); }
 
 std::string run_header_alone(const layout_settings& /*settings*/, const frame_facts& facts) {
     return std::string(facts.run_header);

@@ -6,13 +6,14 @@
 #include "base/progress.h"
 #include "base/run_meter.h"
 #include "journal/account.h"
-#include "journal/journal_collection.h"
 #include "output/layout_settings.h"
 
 #include <iosfwd>
 #include <span>
 #include <string>
 #include <string_view>
+
+class journal_collection;
 
 namespace uni {
 

@@ -1,6 +1,7 @@
 // The carving passes over volumes made byte by byte: damage, and what no formatter writes.
 #include "journal/carving.h"
 
+#include "journal/ordered_reader.h"
 #include "journal/path_resolution.h"
 #include "ntfs/opened_volume.h"
 

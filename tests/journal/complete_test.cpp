@@ -1,5 +1,6 @@
 // What -complete reads beside what other runs do: the walk with its account, and the scan for lost records.
 #include "journal/journal_intake.h"
+#include "journal/ordered_reader.h"
 #include "support/bytes.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 #include "journal/journal_walk.h"
 
 #include "journal/journal_collection.h"
+#include "journal/ordered_reader.h"
 #include "journal/usn_record.h"
 #include "support/bytes.h"
 

@@ -2,6 +2,7 @@
 
 #include "base/file_reference.h"
 #include "journal/history_walk.h"
+#include "journal/ordered_reader.h"
 #include "journal/path_resolution.h"
 #include "journal/volume_journal.h"
 #include "ntfs/mft_rebuild.h"

@@ -1,4 +1,5 @@
 #include "journal/journal_collection.h"
+#include "journal/ordered_reader.h"
 
 #include <gtest/gtest.h>
 
