@@ -1,37 +1,17 @@
 // The carving passes over volumes made byte by byte: damage, and what no formatter writes.
 #include "journal/carving.h"
 
-#include "journal/ordered_reader.h"
 #include "journal/path_resolution.h"
+#include "made_records.h"
 #include "ntfs/opened_volume.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-bytes record_named(std::u16string name) { return usn_record_builder{.name = std::move(name)}.build(); }
-
-// Pieces, each at its place, with zeros between them.
-bytes laid_out(std::size_t size, const std::vector<std::pair<std::size_t, bytes>>& pieces) {
-    bytes out(size);
-    for (const auto& [at, piece] : pieces) std::ranges::copy(piece, out.data() + at);
-    return out;
-}
-
 struct carving {
     explicit carving(bytes image = {}, std::uint64_t volume_offset = 0) : disk(std::move(image), volume_offset) {
         progress_shown.show_with([this](std::string_view text) { shown.append(text).append("\n"); }, nullptr);
-    }
-    // "name@cluster+byte", in order of arrival.
-    [[nodiscard]] std::string found(std::uint64_t unit) {
-        std::string text;
-        ordered_reader records(intake.records(), meter);
-        journal_entry entry;
-        while (records.next(entry)) {
-            text += (text.empty() ? "" : " ") + std::string(entry.name.begin(), entry.name.end()) + "@" +
-                    std::to_string(entry.record_offset / unit) + "+" + std::to_string(entry.record_offset % unit);
-        }
-        return text;
     }
     opened_volume disk;
     run_meter meter;
@@ -63,7 +43,7 @@ TEST(carve_unallocated, survives_damage_cluster_by_cluster) {
         ASSERT_TRUE(on.disk.volume.mount());
         if (bad != 0) on.disk.faults.bad = {{bad * 512, bad * 512 + 512}};
         carve_unallocated(on.run);
-        EXPECT_EQ(on.found(512), found);
+        EXPECT_EQ(listed(on.intake.records(), 512), found);
         EXPECT_EQ(on.intake.lost_bytes(), lost);
         if (lost != 0) continue;
         EXPECT_EQ(on.shown,
@@ -84,18 +64,10 @@ TEST(carve_unallocated, endless_volume_costs_what_is_there) {
         reader.open(std::make_unique<memory_source>(made.image, 1, tells_size));
         on.disk.volume.open_volume(std::move(reader), 0);
         carve_unallocated(on.run);
-        EXPECT_EQ(on.found(4096), "r@200+0");
+        EXPECT_EQ(listed(on.intake.records(), 4096), "r@200+0");
         EXPECT_EQ(on.intake.lost_bytes(), ((1ULL << 32U) - 8 - 256) * 4096);
         EXPECT_EQ(on.shown, "analyzing results - formatting output\n");
     }
-}
-
-TEST(resolve_journal_paths, gives_nothing_where_pairs_were_not_numbered) {
-    ntfs_image_builder made{};
-    carving on(made.build().image);
-    EXPECT_FALSE(resolve_journal_paths(on.intake.records(), on.disk.volume, {}, on.progress_shown));
-    on.intake.records().number_pairs();
-    EXPECT_TRUE(resolve_journal_paths(on.intake.records(), on.disk.volume, {}, on.progress_shown));
 }
 
 // Texts that are too long to be kept are composed each time; those around them, kept or not, must not show.
@@ -103,35 +75,30 @@ TEST(resolve_journal_paths, composes_long_paths_for_each_record) {
     ntfs_image_builder made{};
     made.build();
     made.put(5, {.attributes = {name_attribute(u".", reference(5, 5)), index_root({40})}, .flags = 3, .sequence = 5});
-    const std::u16string_view letters = u"abc";
     for (std::uint64_t i = 0; i < 3; ++i) {
-        made.put(40 + i, {.attributes = {name_attribute(std::u16string(200, letters[i]),
+        made.put(40 + i, {.attributes = {name_attribute(std::u16string(200, static_cast<char16_t>(u'a' + i)),
                                                         i == 0 ? reference(5, 5) : reference(39 + i, 1)),
                                          index_root({41 + i})},
                           .flags = 3,
                           .sequence = 1});
     }
+    const std::string a = "[root]\\" + std::string(200, 'a') + "\\", b = a + std::string(200, 'b') + "\\",
+                      c = b + std::string(200, 'c') + "\\";
+    const std::pair<std::uint64_t, std::string> parents[] = {{reference(41, 1), b}, {reference(42, 1), c},
+                                                             {reference(40, 1), a}, {reference(42, 1), c},
+                                                             {reference(41, 1), b}, {reference(5, 5), "[root]\\"}};
     carving on(made.image);
     on.intake.records().number_pairs();
-    constexpr std::array<std::uint64_t, 6> parents{41, 42, 40, 42, 41, 5};
-    for (std::uint64_t i = 0; const std::uint64_t parent : parents) {
-        journal_entry entry;
-        entry.timestamp = ++i;
+    for (journal_entry entry; const auto& [parent, path] : parents) {
         entry.file_ref = reference(50, 1);
-        entry.parent_ref = reference(parent, parent == 5 ? 5 : 1);
+        entry.parent_ref = parent;
         on.intake.records().add(entry);
     }
     ASSERT_TRUE(resolve_journal_paths(on.intake.records(), on.disk.volume, {}, on.progress_shown));
     ordered_reader records(on.intake.records(), on.meter);
-    journal_entry entry;
-    const std::string a(200, 'a'), b(200, 'b'), c(200, 'c');
-    for (const std::uint64_t parent : parents) {
+    for (journal_entry entry; const auto& [parent, path] : parents) {
         ASSERT_TRUE(records.next(entry));
-        std::string path = "[root]\\";
-        if (parent != 5) path += a + "\\";
-        if (parent > 40 && parent != 5) path += b + "\\";
-        if (parent == 42) path += c + "\\";
-        EXPECT_EQ(entry.parent_path, path) << parent;
+        EXPECT_EQ(entry.parent_path, path);
     }
 }
 
@@ -169,7 +136,7 @@ TEST(carve_slack, looks_behind_each_stream_once) {
     on.disk.faults.bad = {{512 + 114 * 4096, 512 + 115 * 4096},
                           {512 + 2 * 4096 + 40 * 1024, 512 + 2 * 4096 + 40 * 1024 + 1}};
     carve_slack(on.run);
-    EXPECT_EQ(on.found(4096), "r@101+528 r@102+520 r@104+520 r@105+520 r@111+520 r@112+520");
+    EXPECT_EQ(listed(on.intake.records(), 4096), "r@101+528 r@102+520 r@104+520 r@105+520 r@111+520 r@112+520");
     EXPECT_EQ(on.intake.lost_bytes(), 4096U + 1024);  // a cluster and a record of $MFT
     EXPECT_EQ(on.shown, "analyzing entry 0 of 64\nanalyzing entry 53 of 64\nanalyzing results - formatting output\n");
 }
@@ -201,7 +168,7 @@ TEST(carve, ends_a_chunk_at_some_bad_words) {
         carving on;
         const bytes chunk = laid_out(size, {{0, one}, {64, behind}, {4096, one}});
         on.intake.carve(byte_view(chunk), {.entry_bound = 100, .label = ""});
-        EXPECT_EQ(on.found(4096), found) << size;
+        EXPECT_EQ(listed(on.intake.records(), 4096), found) << size;
     }
 }
 
@@ -274,7 +241,8 @@ TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
     carve_shadow_stores(on.run);
     // Of each store eight in the first cluster; what begins the second is in two pieces.
     EXPECT_EQ(on.intake.records().size(), 33U);
-    EXPECT_TRUE(on.found(512).ends_with("r@410+384 r@410+448 r@411+0 r@411+0 l@415+0")) << on.found(512);
+    EXPECT_TRUE(listed(on.intake.records(), 512).ends_with("r@410+384 r@410+448 r@411+0 r@411+0 l@415+0"))
+        << listed(on.intake.records(), 512);
     constexpr std::uint64_t endless = ((1ULL << 50U) - 8) * 512;
     EXPECT_EQ(on.intake.lost_bytes(), endless);
     EXPECT_EQ(on.shown, "analyzing entry 0\n");
@@ -283,7 +251,8 @@ TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
     ASSERT_TRUE(with_holes.disk.volume.mount());
     with_holes.disk.faults.bad = {{201 * 512, 202 * 512}};  // of the catalog: store 1, at 390, stands there
     carve_shadow_stores(with_holes.run);
-    EXPECT_TRUE(with_holes.found(512).starts_with("r@400+0 ") && with_holes.found(512).ends_with(" l@415+0"));
+    EXPECT_TRUE(listed(with_holes.intake.records(), 512).starts_with("r@400+0 ") &&
+                listed(with_holes.intake.records(), 512).ends_with(" l@415+0"));
     EXPECT_EQ(with_holes.intake.lost_bytes(), endless + 512);
     const std::string none = "00000000-0000-0000-0000-000000000000", copy = "3808876b-c176-4e48-b7ae-04046e6cc752";
     ordered_reader records(on.intake.records(), on.meter);
@@ -294,6 +263,45 @@ TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
     EXPECT_EQ(entry.snapshot_label, "SnapID: " + copy);
     EXPECT_NE(on.disk.said.find("0200009e-0000-0000-0000-000000000000, SnapID: " + copy + ", ab, c\n"),
               std::string::npos);
+}
+
+std::string carved(const bytes& source, std::size_t piece, std::uint32_t cluster_size, std::uint64_t bound = 1000,
+                   std::size_t gap_behind = ~std::size_t{0}) {
+    run_meter meter;
+    journal_intake intake(meter, true);
+    const carving_pass pass{.entry_bound = bound, .label = {}, .cluster_size = cluster_size};
+    for (std::size_t at = 0; at < source.size(); at += piece) {
+        const auto bytes_there = std::span(source).subspan(at, std::min(piece, source.size() - at));
+        if (at != gap_behind) intake.carve(byte_view(bytes_there, at), pass);
+    }
+    return listed(intake.records());
+}
+
+bytes among_garbage(std::size_t size, const std::vector<std::pair<std::size_t, bytes>>& pieces) {
+    return laid_out(size, pieces, 0x11);
+}
+
+TEST(CompleteCarving, FindsAllVersionsAndEntriesAtAnyMultipleOfEight) {
+    const bytes foreign = usn_record_builder{.name = u"old", .file_ref = reference(1000, 1)}.build();
+    const bytes source = among_garbage(
+        8192, {{8, record_named(u"two")}, {4000, record_named(u"three", 0x1000, 3)}, {5000, foreign}, {7001, foreign}});
+    EXPECT_EQ(carved(source, 8192, 8192), "two@8 three@4000 old@5000!");
+    EXPECT_EQ(carved(source, 8192, 8192, 0), "two@8 three@4000 old@5000");  // what the MFT has room for is not known
+}
+
+TEST(CompleteCarving, JoinsAcrossSmallClustersInsideAPage) {
+    const auto long_one = [](std::uint64_t usn) { return record_named(std::u16string(255, u'n'), usn); };
+    const bytes inside = long_one(4096 + 512);            // of 576 bytes: to the page's byte 1088
+    const bytes header_of_none{0, 16, 0, 0, 2, 0, 0, 0};  // claims to go on in the next cluster
+    const bytes source = among_garbage(
+        8192, {{888, header_of_none}, {896, record_named(u"a")}, {960, inside}, {1536, record_named(u"b")}});
+    EXPECT_EQ(carved(source, 1024, 1024), "a@896 255@960 b@1536");
+    EXPECT_EQ(carved(source, 512, 512), "a@896 255@960 b@1536");  // over three of them
+    EXPECT_EQ(carved(source, 1024, 0), "a@896 b@1536");           // the slack of files
+    EXPECT_EQ(carved(source, 512, 512, 1000, 1024), "a@896 b@1536");
+    EXPECT_EQ(carved(among_garbage(8192, {{3800, inside}}), 4096, 4096), "");
+    EXPECT_EQ(carved(among_garbage(2048, {{960, long_one(8192 - 568)}}), 1024, 1024), "");
+    EXPECT_EQ(carved(among_garbage(2048, {{960, long_one(8192 - 576)}}), 1024, 1024), "255@960");
 }
 
 }  // namespace

@@ -41,21 +41,19 @@ TEST(JournalCollection, KeepsKeyOrderAndArrivalAmongEquals) {
 
 TEST(JournalCollection, GivesBackWhatWasPutIn) {
     const auto make = [](std::size_t i) {
-        journal_entry entry;
         const auto small = static_cast<std::uint32_t>(i);
+        journal_entry entry;
+        entry.fields() = {i << 40U,  ~i,        -static_cast<std::int64_t>(i), i / 3, small * 3, small * 5,
+                          small * 7, small * 11};
         entry.valid = i % 2;
-        entry.file_ref = i << 40U, entry.parent_ref = ~i, entry.timestamp = i / 3, entry.record_offset = i * i;
-        entry.usn = -static_cast<std::int64_t>(i);
-        entry.reason = small * 3, entry.source_info = small * 5, entry.security_id = small * 7;
-        entry.file_attributes = small * 11;
+        entry.record_offset = i * i;
         entry.name.assign(i % 201, static_cast<char16_t>(i));
         entry.origin = static_cast<record_origin>(i % 4);
         entry.snapshot_label = i < 100 || i > 9000 ? "" : i < 5000 ? "SnapID: a" : "SnapID: b";
         return entry;
     };
     const auto fields = [](const journal_entry& e) {
-        return std::tie(e.valid, e.file_ref, e.parent_ref, e.usn, e.timestamp, e.reason, e.source_info, e.security_id,
-                        e.file_attributes, e.name, e.record_offset, e.snapshot_label, e.origin);
+        return std::tie(e.fields(), e.valid, e.name, e.record_offset, e.snapshot_label, e.origin);
     };
     constexpr std::size_t count = 20'000;  // several blocks of memory
     journal_collection journal;

@@ -1,38 +1,26 @@
-#include "journal/journal_walk.h"
-
-#include "journal/journal_collection.h"
-#include "journal/ordered_reader.h"
-#include "journal/usn_record.h"
-#include "support/bytes.h"
+// The walk over a journal's bytes: without -complete, and with it and its account.
+#include "journal/journal_intake.h"
+#include "made_records.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-bytes record_named(const char16_t* name, std::uint64_t timestamp = 133'485'408'000'000'000, std::uint16_t version = 2) {
-    return usn_record_builder{.version = version, .name = name, .timestamp = timestamp}.build();
-}
-
-// What a chunk yields, in order: name and offset of each, "v4" for no name, "-" for one that failed its checks.
 std::string walked(const bytes& chunk, std::uint64_t offset = 0) {
-    journal_collection journal;
-    journal_entry entry;
-    std::uint64_t reduced = 0;
-    walk_chunk(journal, byte_view(chunk, offset), entry, reduced);
-    std::string out;
     run_meter meter;
-    ordered_reader records(journal, meter);
-    while (records.next(entry)) {
-        const std::string name(entry.name.begin(), entry.name.end());
-        out += (entry.valid == 0 ? "-" : name.empty() ? "v4" : name) + "@" + std::to_string(entry.record_offset) + " ";
-    }
-    return out;
+    journal_intake intake(meter);
+    intake.walk(byte_view(chunk, offset));
+    return listed(intake.records());
 }
 
-bytes joined(std::initializer_list<bytes> pieces) {
-    bytes out;
-    for (const bytes& piece : pieces) append(out, piece);
-    return out;
+// What a chunk yields without and with the option, how many records the first one leaves out, the account.
+std::string walked_both_ways(const bytes& chunk) {
+    run_meter meter;
+    journal_intake usual(meter), complete(meter, true);
+    usual.walk(byte_view(chunk));
+    complete.walk(byte_view(chunk));
+    return listed(usual.records()) + " (" + std::to_string(usual.reduced_records()) + ") | " +
+           listed(complete.records()) + " | " + account_text(complete.account());
 }
 
 bytes page_of(std::initializer_list<bytes> pieces) {
@@ -42,25 +30,55 @@ bytes page_of(std::initializer_list<bytes> pieces) {
 }
 
 TEST(WalkChunk, SkipsZerosAndDamageByThePageAndEndsAtARecordPastTheEnd) {
-    bytes minor_one = record_named(u"bad"), failed = record_named(u"x"), longer = record_named(u"cut");
-    poke<std::uint16_t>(minor_one, 6, 1);
-    poke<std::uint64_t>(failed, usn_v2::usn, 0);
-    poke<std::uint32_t>(longer, 0, 4097);
-    const bytes one = record_named(u"one"), two = record_named(u"two"), lost = record_named(u"lost");
+    const bytes one = record_named(u"one"), two = record_named(u"two"), lost = record_named(u"lost"),
+                minor_one = with_number(one, 6, 2, 1), longer = with_number(one, 0, 4, 4097);
     EXPECT_EQ(
         walked(joined({bytes(4096), page_of({one, bytes(8), lost}), page_of({minor_one, lost}), two, one}), 0x10000),
-        "one@69632 two@77824 one@77896 ");
+        "one@69632 two@77824 one@77896");
     EXPECT_EQ(walked(bytes(65536)), "");
     for (const std::ptrdiff_t tail : {1, 3, 4, 7, 64}) {  // too short for a length, a header, the record
-        EXPECT_EQ(walked(joined({one, bytes(two.begin(), two.begin() + tail)})), "one@0 ");
+        EXPECT_EQ(walked(joined({one, bytes(two.begin(), two.begin() + tail)})), "one@0");
     }
     // Even in the first of two pages, by a byte, and whatever its version says: the length alone decides.
-    EXPECT_EQ(walked(joined({page_of({one, longer}), lost})), "one@0 ");
+    EXPECT_EQ(walked(joined({page_of({one, longer}), lost})), "one@0");
     // Failed records and those of version 4 come first, the rest by their time.
-    EXPECT_EQ(walked(joined({record_named(u"late", 2000), record_named(u"early", 1000), record_named(u"", 0, 4), failed,
-                             record_named(u"early again", 1000, 3)}),
+    const auto at_time = [](std::uint64_t time, std::u16string name, std::uint16_t version = 2) {
+        return usn_record_builder{.version = version, .name = std::move(name), .timestamp = time}.build();
+    };
+    EXPECT_EQ(walked(joined({at_time(2000, u"late"), at_time(1000, u"early"), at_time(0, u"", 4),
+                             with_number(one, 24, 8, 0), at_time(1000, u"again", 3)}),
                      100),
-              "v4@244 -@0 early@172 early again@388 late@100 ");
+              "@244 -@324 early@172 again@396 late@100");
+}
+
+TEST(CompleteWalk, KeepsWhatIsSoundAndAccountsForTheRest) {
+    const bytes x = record_named(u"x");
+    const std::string only_complete = "-@0 (1) | x@0 | read 1 records",
+                      neither = "-@0 (0) |  | read 1 records: 1 not sound";
+    const std::tuple<bytes, std::string> cases[] = {
+        {with_number(x, 24, 8, 0), only_complete},                        // USN
+        {with_number(x, 52, 4, 0x501620), only_complete},                 // attributes of a cloud file
+        {with_number(x, 8, 8, reference(40, 0xF001)), only_complete},     // sequence number
+        {with_number(x, 8, 8, reference(0xFFFFFFFF, 1)), only_complete},  // entry number
+        {with_number(x, 52, 4, 0x500000), "x@0 (0) | x@0 | read 1 records"},
+        {with_number(x, 16, 8, reference(0xFFFFFFFFFFFF, 1)), neither},
+        {with_number(x, 32, 8, 0), neither},  // time
+        {record_named(std::u16string(255, u'n')), "10@0 (1) | 255@0 | read 1 records"},
+        {record_named(std::u16string(200, u'n')), "200@0 (0) | 200@0 | read 1 records"},
+        {record_named(u"", 0, 4), "-@0 (1) | @0 | read 1 records"},
+        {{'x', 0, 'y'}, " (0) |  | read 0 records; 3 bytes were no records"},
+        // Behind damage the next record is found, and zeros are nothing: five bytes among them, a header that is no
+        // record, in whose bytes a record begins, and a word at the end of the next page.
+        {joined({page_of({record_named(u"one"),
+                          bytes(24),
+                          {1, 0, 0, 0, 2},
+                          bytes(11),
+                          with_number(with_number(x, 32, 8, 0), 0, 4, 256),
+                          record_named(u"two")}),
+                 bytes(4088), bytes(8, 0xEE), record_named(u"three")}),
+         "one@0 three@8192 (0) | one@0 two@176 three@8192 | "
+         "read 4 records: 1 not sound; 13 bytes were no records"}};
+    for (const auto& [chunk, found] : cases) EXPECT_EQ(walked_both_ways(chunk), found);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include "journal/usn_record.h"
 
 #include "journal/usn_text.h"
-#include "support/bytes.h"
+#include "made_records.h"
 
 #include <gtest/gtest.h>
 
@@ -50,18 +50,18 @@ TEST(UsnRecord, EveryCheckHasItsEdge) {
         for (const std::uint16_t version : versions) {
             const std::size_t at = edge.at[version - 2];
             if (at == none) continue;
-            bytes record = usn_record_builder{.version = version, .name = u"a"}.build();
+            bytes record = record_named(u"a", 0x1000, version);
             record.resize(5000);
             for (const std::uint64_t value : {edge.inside, edge.outside}) {
-                std::memcpy(record.data() + at, &value, edge.width);
                 journal_entry entry;
-                EXPECT_EQ(decode(entry, version, record), value == edge.inside) << edge.what << ", version " << version;
+                EXPECT_EQ(decode(entry, version, with_number(record, at, edge.width, value)), value == edge.inside)
+                    << edge.what << ", version " << version;
             }
         }
     }
     journal_entry entry;
     for (const std::uint16_t version : versions) {
-        bytes record = usn_record_builder{.version = version, .name = u"a"}.build();
+        bytes record = record_named(u"a", 0x1000, version);
         for (record.pop_back(); !record.empty(); record.pop_back()) EXPECT_FALSE(decode(entry, version, record));
     }
 }
@@ -69,29 +69,32 @@ TEST(UsnRecord, EveryCheckHasItsEdge) {
 TEST(UsnRecord, LongNamesKeepTheirBeginning) {
     journal_entry entry;
     for (const std::size_t length : {200U, 201U}) {
-        decode(entry, 2, usn_record_builder{.name = std::u16string(length, u'n')}.build());
+        decode(entry, 2, record_named(std::u16string(length, u'n')));
         EXPECT_EQ(entry.name, std::u16string(length == 200 ? 200 : 10, u'n'));
     }
     // In version 2 the sum is taken in 16 bits: a wrapped length passes, and the name stops at the available bytes.
-    bytes wrapped = usn_record_builder{.name = u"a"}.build();
-    poke<std::uint16_t>(wrapped, 56, 0xFFFE);
-    EXPECT_TRUE(decode(entry, 2, wrapped) && entry.name == std::u16string({u'a', 0}));
+    EXPECT_TRUE(decode(entry, 2, with_number(record_named(u"a"), 56, 2, 0xFFFE)) &&
+                entry.name == std::u16string({u'a', 0}));
 }
 
 TEST(UsnRecord, FieldsArriveAndAFailedRecordLeavesNone) {
-    const auto fields = [](const journal_entry& e) {
-        return std::tuple(e.file_ref, e.parent_ref, e.usn, e.timestamp, e.reason, e.source_info, e.security_id,
-                          e.file_attributes, e.name, e.record_offset);
-    };
     for (const std::uint16_t version : versions) {
         const bool full = version != 4;
+        const record_fields fields{.file_ref = reference(42, 3),
+                                   .parent_ref = reference(5, 5),
+                                   .usn = 0x1000,
+                                   .timestamp = full ? 133'485'408'001'234'567U : 0,
+                                   .reason = 0x80000102,
+                                   .source_info = 0x51,
+                                   .security_id = full ? 0x107U : 0,
+                                   .file_attributes = full ? 0x20U : 0};
         journal_entry entry;
         EXPECT_TRUE(decode(entry, version, usn_record_builder{.version = version}.build(), 0x7000));
-        EXPECT_EQ(fields(entry), std::tuple(reference(42, 3), reference(5, 5), 0x1000,
-                                            full ? 133'485'408'001'234'567U : 0U, 0x80000102, 0x51, full ? 0x107U : 0U,
-                                            full ? 0x20U : 0U, full ? u"report.docx" : u"", 0x7000));
+        EXPECT_TRUE(entry.fields() == fields && entry.name == (full ? u"report.docx" : u"") &&
+                    entry.record_offset == 0x7000)
+            << version;
         EXPECT_FALSE(decode(entry, version, bytes(100), 0x7000));
-        EXPECT_EQ(fields(entry), fields(journal_entry{}));
+        EXPECT_TRUE(entry.fields() == record_fields{} && entry.name.empty() && entry.record_offset == 0);
     }
 }
 
