@@ -74,8 +74,18 @@ void directory_places::add(const directory_witness& witness) {
     one.stretch_begin = stretches_.latest_begin();
     std::ranges::copy(witness.name.bytes(), one.name.begin());
     if (came_ - looked_up_ > lead) look_up(waiting(looked_up_++));
-    if (looked_up_ - with_place_ > lead) fetch_place(waiting(with_place_++));
-    if (with_place_ - with_name_ > lead) fetch_name(waiting(with_name_++));
+    if (looked_up_ - with_place_ > lead) {
+        if (const place* const latest = latest_place(waiting(with_place_++)); latest != nullptr) {
+            __builtin_prefetch(&latest->first);
+            __builtin_prefetch(&latest->marks);  // often in the next cache line
+        }
+    }
+    if (with_place_ - with_name_ > lead) {
+        if (const place* const latest = latest_place(waiting(with_name_++)); latest != nullptr) {
+            __builtin_prefetch(latest->name);
+            __builtin_prefetch(&directories_[latest->parent]);
+        }
+    }
     if (with_name_ - taken_ > lead) take(waiting(taken_++));
 }
 
@@ -84,33 +94,21 @@ void directory_places::look_up(waiting_witness& one) {
     __builtin_prefetch(&directories_[one.number]);
 }
 
-void directory_places::fetch_place(const waiting_witness& one) const {
+directory_places::place* directory_places::latest_place(const waiting_witness& one) {
     const known_directory& directory = directories_[one.number];
-    if (directory.places == 0) return;
-    const place& latest = places_[directory.first_place];
-    __builtin_prefetch(&latest.first);
-    __builtin_prefetch(&latest.marks);  // often in the next cache line
-}
-
-void directory_places::fetch_name(const waiting_witness& one) const {
-    const known_directory& directory = directories_[one.number];
-    if (directory.places == 0) return;
-    const place& latest = places_[directory.first_place];
-    __builtin_prefetch(latest.name);
-    __builtin_prefetch(&directories_[latest.parent]);
+    return directory.places == 0 ? nullptr : &places_[directory.first_place];
 }
 
 void directory_places::take(const waiting_witness& one) {
     directory_witness witness = one.witness;
     witness.name = byte_view(std::span(one.name).first(witness.name.size()));
-    const known_directory& directory = directories_[one.number];
-    if (directory.places == 0 || !continues(places_[directory.first_place], one)) {
+    place* const latest = latest_place(one);
+    if (latest == nullptr || !continues(*latest, one)) {
         put(witness, witness.usn, 0);
         return;
     }
-    place& latest = places_[directory.first_place];
-    latest.last = witness.usn;
-    latest.marks = static_cast<std::uint8_t>(latest.marks | (marks_of(witness.reason) & ends));
+    latest->last = witness.usn;
+    latest->marks = static_cast<std::uint8_t>(latest->marks | (marks_of(witness.reason) & ends));
 }
 
 void directory_places::take_waiting() {

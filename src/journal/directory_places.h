@@ -153,8 +153,7 @@ private:
     [[nodiscard]] static std::uint8_t marks_of(std::uint32_t reason);
     [[nodiscard]] waiting_witness& waiting(std::size_t at) { return waiting_[at % waiting_.size()]; }
     void look_up(waiting_witness& one);
-    void fetch_place(const waiting_witness& one) const;
-    void fetch_name(const waiting_witness& one) const;
+    [[nodiscard]] place* latest_place(const waiting_witness& one);  // null: none yet
     void take(const waiting_witness& one);
     void take_waiting();
     [[nodiscard]] bool continues(const place& latest, const waiting_witness& one) const;
