@@ -45,7 +45,7 @@ bool evidence_guard::is_source(const std::string& native_path) const {
     if (platform::is_raw_device(native_path)) return true;
     const std::optional<std::string> identity = platform::identity_of(native_path);
     return identity && std::ranges::any_of(sources_, [&](const std::string& source) {
-               return platform::identity_of(source) == identity;
+               return platform::identity_of(source) == identity || platform::identity_behind(source) == identity;
            });
 }
 

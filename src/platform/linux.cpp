@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <linux/loop.h>
 #include <poll.h>
 #include <pwd.h>
 #include <sys/ioctl.h>
@@ -86,6 +87,10 @@ void add_carriage_returns(std::string_view text, std::string& out) {
 
 std::string notes_on_block_device(dev_t device) {
     return "/sys/dev/block/" + std::to_string(major(device)) + ':' + std::to_string(minor(device)) + '/';
+}
+
+std::string identity_of_file(std::uint64_t device, std::uint64_t number) {
+    return "file " + std::to_string(device) + ' ' + std::to_string(number);
 }
 
 int descriptor_of(std::intptr_t handle) { return static_cast<int>(handle); }
@@ -177,7 +182,7 @@ std::optional<std::string> identity_of(const std::string& path) {
     // Two nodes of one device are the same device.
     if (S_ISBLK(status.st_mode)) return "block " + std::to_string(status.st_rdev);
     if (S_ISCHR(status.st_mode)) return "character " + std::to_string(status.st_rdev);
-    return "file " + std::to_string(status.st_dev) + ' ' + std::to_string(status.st_ino);
+    return identity_of_file(status.st_dev, status.st_ino);
 }
 
 bool is_raw_device(const std::string& path) {
@@ -194,6 +199,16 @@ std::string backing_file(const std::string& path) {
         if (std::getline(text, file)) break;
     }
     return file;
+}
+
+std::optional<std::string> identity_behind(const std::string& path) {
+    if (!is_raw_device(path)) return std::nullopt;
+    const int descriptor = open_read_only(path);
+    loop_info64 loop{};
+    const bool told = descriptor != -1 && ::ioctl(descriptor, LOOP_GET_STATUS64, &loop) == 0;
+    if (descriptor != -1) (void)::close(descriptor);
+    if (!told) return std::nullopt;
+    return identity_of_file(loop.lo_device, loop.lo_inode);
 }
 
 std::string native_results_path(const std::string& path) {

@@ -86,6 +86,10 @@ enum class path_kind { absent, regular_file, folder, link, other };
 // The file that a device stands for (a loop device over an image, or a partition of one); empty for any other.
 [[nodiscard]] std::string backing_file(const std::string& path);
 
+// The identity of that file, by what the device itself says: also where the file system that names it is not mounted,
+// or where the file has no name any more. None for any other device, and for one that may not be opened.
+[[nodiscard]] std::optional<std::string> identity_behind(const std::string& path);
+
 // A results path is kept with "\" between its folders; this is the form that the system opens.
 [[nodiscard]] std::string native_results_path(const std::string& path);
 

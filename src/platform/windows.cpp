@@ -382,6 +382,8 @@ bool is_raw_device(const std::string& path) {
 
 std::string backing_file(const std::string& /*path*/) { return {}; }
 
+std::optional<std::string> identity_behind(const std::string& /*path*/) { return std::nullopt; }
+
 std::string native_results_path(const std::string& path) { return path; }
 
 std::string device_node(const std::string& path) { return path; }

@@ -78,10 +78,12 @@ block_state allocation::state_at(std::uint64_t offset, std::uint64_t& end) {
 
 bool allocation::sound() {
     for (const allocation_extent& extent : extents_) {
+        std::uint64_t bytes = 0;  // of all tables: they take no more than their file has when each is kept by itself
         for (std::size_t i = 0; i < extent.tables.tables.size(); ++i) {
             if (extent.tables.tables[i] == 0) continue;
             load(extent, i);
-            if (!sound_) return false;
+            bytes += states_.size() * entry_size(extent.tables.form);
+            if (!sound_ || bytes > file_.disk_size()) return false;
         }
     }
     return true;

@@ -43,10 +43,10 @@ struct vmdk_descriptor {
     bool embedded = false;  // in the one extent that there is
 };
 
-// False when there is none, or when it names more than a disk can have.
+// False when there is none, when it names more than a disk can have, or a parent without saying which.
 [[nodiscard]] bool read_vmdk_descriptor(const std::string& path, vmdk_descriptor& descriptor);
 
-// ---- Parents: parents.cpp ----------------------------------------------------------------------------------------
+// ---- QCOW2: container_files.cpp ----------------------------------------------------------------------------------
 
-// The name of the backing file of a QCOW2 image; empty for none.
+// The name of the backing file; empty for none, or for one that cannot be read.
 [[nodiscard]] std::string qcow_backing_name(const std::string& path);

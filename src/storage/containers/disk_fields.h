@@ -11,6 +11,9 @@
 #include <string_view>
 #include <vector>
 
+// What any disk needs: more second tables, or entries that name them, are made to keep us busy.
+inline constexpr std::uint64_t most_tables = std::uint64_t{1} << 22U;
+
 // Reads all of `length` bytes at a byte offset; false for an offset or length that leads out of the file.
 [[nodiscard]] inline bool read_whole(disk_reader& file, std::uint64_t offset, std::size_t length,
                                      std::vector<std::uint8_t>& bytes) {
@@ -56,6 +59,20 @@ inline constexpr std::uint32_t zeroed_grains = 4;           // bit of the flags:
 inline constexpr std::uint64_t at_end = ~std::uint64_t{0};  // the directory is named by a copy of the header
 inline constexpr std::uint64_t footer = 1024;               // of that copy, counted from the end of the file
 }  // namespace vmdk_header
+
+// What the header of a sparse extent says of its grains.
+struct vmdk_layout {
+    std::uint64_t capacity = 0;           // sectors
+    std::uint64_t grain = 0;              // sectors
+    std::uint32_t entries_per_table = 0;  // grains
+    std::uint64_t directory = 0;          // first sector
+    bool packed = false;
+    bool zeroed_grains = false;
+};
+
+// Goes by the copy of the header where the first one says so. False when one of them is not there or asks for more than
+// its file can name.
+[[nodiscard]] bool read_vmdk_layout(disk_reader& file, vmdk_layout& layout);
 
 // Where a VHDX file keeps its block allocation table, and what that counts in.
 struct vhdx_layout {

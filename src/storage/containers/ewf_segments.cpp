@@ -4,6 +4,7 @@
 
 #include "platform/platform.h"
 
+#include <algorithm>
 #include <cctype>
 
 namespace {
@@ -30,9 +31,13 @@ constexpr std::uint32_t most_sections = 1U << 20U;
 std::uint32_t adler32(std::span<const std::uint8_t> bytes) {
     std::uint32_t low = 1;
     std::uint32_t high = 0;
-    for (const std::uint8_t one : bytes) {
-        low = (low + one) % 65521;
-        high = (high + low) % 65521;
+    while (!bytes.empty()) {
+        constexpr std::size_t until_they_overflow = 5552;
+        const auto piece = bytes.first(std::min(bytes.size(), until_they_overflow));
+        for (const std::uint8_t one : piece) high += low += one;
+        low %= 65521;
+        high %= 65521;
+        bytes = bytes.subspan(piece.size());
     }
     return high << 16U | low;
 }
@@ -55,8 +60,8 @@ bool lengths_possible(byte_view entries, std::size_t count, std::uint64_t end_of
 }
 
 // A table says of each chunk where it is kept; the library takes as much memory for one as the next is away. Adds the
-// number of its chunks to `chunks` when it is sound. `alone`: behind the entries stand not their checksum but the
-// chunks.
+// number of its chunks to `chunks`, those of the segment, when it is sound. `alone`: behind the entries stand not their
+// checksum but the chunks.
 table_health check_table(disk_reader& file, std::uint64_t at, std::uint64_t length, bool alone, std::uint64_t& chunks) {
     constexpr std::uint32_t most_entries = 1U << 22U;
     const std::uint64_t begin = at + ewf::section_size;
@@ -70,7 +75,9 @@ table_health check_table(disk_reader& file, std::uint64_t at, std::uint64_t leng
     }
     if (count == 0) return table_health::sound;
     const std::size_t size = std::size_t{count} * 4;
-    if (count > most_entries || !read_whole(file, begin + ewf::table_header_size, size, bytes)) {
+    // All tables of a segment lie in it side by side.
+    if (count > most_entries || (chunks + count) * 4 > file.disk_size() ||
+        !read_whole(file, begin + ewf::table_header_size, size, bytes)) {
         return table_health::hostile;
     }
     const std::uint32_t sum = adler32(bytes);
@@ -89,7 +96,7 @@ table_health check_table(disk_reader& file, std::uint64_t at, std::uint64_t leng
 }
 
 // Walks the sections; `cut` when one of them is damaged or does not lie in the file, or when neither a table nor the
-// copy behind it is sound: all chunks that follow would be taken for others.
+// copy behind it is sound: all chunks that follow would be taken for others. `chunks` are those that its tables name.
 segment_end walk_sections(disk_reader& file, std::uint64_t& chunks) {
     table_health table = table_health::sound;
     bool alone = true;
@@ -173,12 +180,11 @@ ewf_segments find_ewf_segments(const std::string& first) {
             found.missing = name_of(path) + " is not segment " + std::to_string(number);
             return found;
         }
-        const segment_end end = walk_sections(file, found.chunks);
-        if (end == segment_end::cut) {
-            found.missing = name_of(path) + " is damaged or cut short";
-        }
+        std::uint64_t chunks = 0;
+        const segment_end end = walk_sections(file, chunks);
+        if (end == segment_end::cut) found.missing = name_of(path) + " is damaged or cut short";
+        found.chunks += chunks;
         found.paths.push_back(path);
-        if (end == segment_end::cut) return found;
-        if (end == segment_end::last) return found;
+        if (end != segment_end::another_follows) return found;
     }
 }

@@ -1,4 +1,5 @@
 #include "storage/containers/big_endian.h"
+#include "storage/containers/chain_medium.h"
 #include "storage/containers/container_files.h"
 #include "storage/containers/disk_fields.h"
 #include "storage/containers/media.h"
@@ -37,7 +38,12 @@ std::string objection(const std::string& path, std::size_t& cluster) {
     if (big_endian<std::uint32_t>(header, encryption) != 0) return "it is encrypted";
     const std::uint64_t entries = big_endian<std::uint32_t>(header, table_entries);
     const auto table = big_endian<std::uint64_t>(header, table_offset);
-    if (table > file.disk_size() || entries * 8 > file.disk_size() - table) return "it is damaged or cut short";
+    if (entries > most_tables || table > file.disk_size() || entries * 8 > file.disk_size() - table) {
+        return "it is damaged or cut short";
+    }
+    // Without its backing file the disk would have zeros where that has its data.
+    if (big_endian<std::uint64_t>(header, backing_offset) != 0 && qcow_backing_name(path).empty())
+        return "it is damaged";
     if (number == 2) return {};
     if (!read_whole(file, 0, compression, bytes)) return "it is cut short";
     const auto features = big_endian<std::uint64_t>(byte_view(bytes), incompatible);
@@ -54,29 +60,6 @@ qcow_file open_file(const std::string& path) {
     qcow_file owned(file);
     return libqcow_file_open(file, path.c_str(), LIBQCOW_OPEN_READ, nullptr) == 1 ? std::move(owned) : nullptr;
 }
-
-class qcow_medium final : public medium {
-public:
-    qcow_medium(std::vector<qcow_file> chain, std::uint64_t size, std::size_t cluster)
-        : chain_(std::move(chain)), size_(size), chunk_size_(std::max(cluster, smallest_read)) {}
-    ~qcow_medium() override {
-        while (!chain_.empty()) chain_.pop_back();
-    }
-
-    [[nodiscard]] std::uint64_t size() const override { return size_; }
-    [[nodiscard]] std::size_t chunk_size() const override { return chunk_size_; }
-
-    [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into) override {
-        const ssize_t got = libqcow_file_read_buffer_at_offset(chain_.front().get(), into.data(), into.size(),
-                                                               static_cast<off64_t>(offset), nullptr);
-        return got >= 0 && static_cast<std::size_t>(got) == into.size();
-    }
-
-private:
-    std::vector<qcow_file> chain_;  // the image, its backing file, and so on
-    std::uint64_t size_;
-    std::size_t chunk_size_;
-};
 
 }  // namespace
 
@@ -104,11 +87,14 @@ opened_medium open_qcow(const std::string& path) {
         }
         chain.push_back(std::move(file));
         const std::string name = qcow_backing_name(next);
-        if (name.empty()) break;
+        if (name.empty()) break;  // there is none
         const std::optional<std::string> parent = file_beside(next, name);
         if (!parent) return refused_parent(name);
         next = *parent;
     }
     std::unique_ptr<allocation> holes = chain.size() == 1 ? read_qcow_allocation(path, size) : nullptr;
-    return {std::make_unique<qcow_medium>(std::move(chain), size, cluster), std::move(holes), {}};
+    return {std::make_unique<chain_medium<qcow_file, libqcow_file_read_buffer_at_offset>>(
+                std::move(chain), size, std::max(cluster, smallest_read)),
+            std::move(holes),
+            {}};
 }

@@ -8,8 +8,9 @@
 
 namespace {
 
-constexpr std::uint64_t most_tables = std::uint64_t{1} << 22U;
 constexpr std::uint64_t sector = 512;
+constexpr std::uint64_t largest_grain = 2048;  // sectors
+constexpr std::uint32_t most_entries = 0x10000;
 
 }  // namespace
 
@@ -42,30 +43,44 @@ std::unique_ptr<allocation> read_qcow_allocation(const std::string& path, std::u
     return std::make_unique<allocation>(std::move(extents));
 }
 
+bool read_vmdk_layout(disk_reader& file, vmdk_layout& layout) {
+    using namespace vmdk_header;
+    const std::uint64_t file_size = file.disk_size();
+    std::vector<std::uint8_t> bytes;
+    for (const std::uint64_t at : {std::uint64_t{0}, file_size - footer}) {
+        if (!read_whole(file, at, size, bytes) || !holds_text(byte_view(bytes), 0, signature)) return false;
+        const byte_view header(bytes);
+        layout = {.capacity = header.value<std::uint64_t>(capacity),
+                  .grain = header.value<std::uint64_t>(grain_size),
+                  .entries_per_table = header.value<std::uint32_t>(entries_per_table),
+                  .directory = header.value<std::uint64_t>(directory),
+                  .packed = header.value<std::uint16_t>(compression) != 0,
+                  .zeroed_grains = (header.value<std::uint32_t>(flags) & vmdk_header::zeroed_grains) != 0};
+        if (layout.grain == 0 || layout.grain > largest_grain) return false;
+        if (layout.entries_per_table == 0 || layout.entries_per_table > most_entries) return false;
+        // The directory takes four bytes a table.
+        if (layout.capacity / layout.grain / layout.entries_per_table > file_size / 4) return false;
+        if (layout.directory != at_end) return true;
+    }
+    return false;
+}
+
 allocation_tables read_vmdk_tables(const std::string& path) {
     disk_reader file;
+    vmdk_layout layout;
+    if (!file.open(path, reader_mode::image_file) || !read_vmdk_layout(file, layout)) return {};
+    const std::uint64_t covered = layout.grain * layout.entries_per_table;
+    const std::uint64_t count = layout.capacity / covered + (layout.capacity % covered != 0 ? 1 : 0);
+    if (!std::has_single_bit(layout.grain) || count > most_tables || layout.directory > file.disk_size() / sector)
+        return {};
     std::vector<std::uint8_t> bytes;
-    if (!file.open(path, reader_mode::image_file) || !read_whole(file, 0, vmdk_header::size, bytes)) return {};
-    if (byte_view(bytes).value<std::uint64_t>(vmdk_header::directory) == vmdk_header::at_end) {
-        const std::uint64_t size = file.disk_size();
-        if (size < vmdk_header::footer || !read_whole(file, size - vmdk_header::footer, vmdk_header::size, bytes)) {
-            return {};
-        }
-    }
-    const byte_view header(bytes);
-    const auto capacity = header.value<std::uint64_t>(vmdk_header::capacity);
-    const auto grain = header.value<std::uint64_t>(vmdk_header::grain_size);
-    const std::uint64_t entries = header.value<std::uint32_t>(vmdk_header::entries_per_table);
-    const auto directory = header.value<std::uint64_t>(vmdk_header::directory);
-    const bool packed = header.value<std::uint16_t>(vmdk_header::compression) != 0;
-    const bool zeroed = (header.value<std::uint32_t>(vmdk_header::flags) & vmdk_header::zeroed_grains) != 0;
-    if (!holds_text(header, 0, vmdk_header::signature) || !std::has_single_bit(grain) || grain > 0x8000) return {};
-    if (entries == 0 || entries > 0x10000 || directory > file.disk_size() / sector) return {};
-    const std::uint64_t count = capacity / (grain * entries) + (capacity % (grain * entries) != 0 ? 1 : 0);
-    if (count > most_tables) return {};
-    if (!read_whole(file, directory * sector, static_cast<std::size_t>(count * 4), bytes)) return {};
-    allocation_tables tables{path, zeroed ? entry_form::vmdk_zeroed : entry_form::vmdk, packed, grain * sector, entries,
-                             {}};
+    if (!read_whole(file, layout.directory * sector, static_cast<std::size_t>(count * 4), bytes)) return {};
+    allocation_tables tables{.path = path,
+                             .form = layout.zeroed_grains ? entry_form::vmdk_zeroed : entry_form::vmdk,
+                             .packed = layout.packed,
+                             .block_size = layout.grain * sector,
+                             .blocks_per_table = layout.entries_per_table,
+                             .tables = {}};
     for (std::size_t i = 0; i < count; ++i) {
         tables.tables.push_back(byte_view(bytes).value<std::uint32_t>(i * 4) * sector);
     }

@@ -63,7 +63,9 @@ byte_view entry_named(byte_view table, std::size_t first, std::size_t count, con
 std::unique_ptr<allocation> split_table(allocation_tables tables, std::uint64_t at, std::uint64_t bytes_per_table,
                                         std::uint64_t disk_size) {
     const std::uint64_t covered = tables.block_size * tables.blocks_per_table;
-    for (std::uint64_t i = 0; i < (disk_size + covered - 1) / covered; ++i) {
+    const std::uint64_t count = disk_size / covered + (disk_size % covered != 0 ? 1 : 0);
+    if (count > most_tables) return nullptr;
+    for (std::uint64_t i = 0; i < count; ++i) {
         tables.tables.push_back(at + i * bytes_per_table);
     }
     std::vector<allocation_extent> extents;

@@ -1,3 +1,4 @@
+#include "storage/containers/chain_medium.h"
 #include "storage/containers/container_files.h"
 #include "storage/containers/disk_fields.h"
 #include "storage/containers/media.h"
@@ -43,27 +44,6 @@ bool is_differential(libvhdi_file_t* file) {
     return libvhdi_file_get_disk_type(file, &type, nullptr) == 1 && type == LIBVHDI_DISK_TYPE_DIFFERENTIAL;
 }
 
-class vhd_medium final : public medium {
-public:
-    explicit vhd_medium(std::vector<vhd_file> chain, std::uint64_t size) : chain_(std::move(chain)), size_(size) {}
-    ~vhd_medium() override {
-        while (!chain_.empty()) chain_.pop_back();  // an image before its child
-    }
-
-    [[nodiscard]] std::uint64_t size() const override { return size_; }
-    [[nodiscard]] std::size_t chunk_size() const override { return read_at_once; }
-
-    [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into) override {
-        const ssize_t got = libvhdi_file_read_buffer_at_offset(chain_.front().get(), into.data(), into.size(),
-                                                               static_cast<off64_t>(offset), nullptr);
-        return got >= 0 && static_cast<std::size_t>(got) == into.size();
-    }
-
-private:
-    std::vector<vhd_file> chain_;  // the image, its parent, and so on
-    std::uint64_t size_;
-};
-
 bool has_pending_log(const std::string& path) {
     disk_reader file;
     return file.open(path, reader_mode::image_file) && vhdx_log_pending(file);
@@ -104,5 +84,8 @@ opened_medium open_vhd(const std::string& path) {
     if (chain.size() == 1) {
         holes = type == LIBVHDI_FILE_TYPE_VHDX ? read_vhdx_allocation(path, size) : read_vhd_allocation(path, size);
     }
-    return {std::make_unique<vhd_medium>(std::move(chain), size), std::move(holes), {}};
+    return {std::make_unique<chain_medium<vhd_file, libvhdi_file_read_buffer_at_offset>>(std::move(chain), size,
+                                                                                         read_at_once),
+            std::move(holes),
+            {}};
 }

@@ -2,6 +2,8 @@
 #include "storage/containers/disk_fields.h"
 #include "storage/partitions.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <sstream>
 
@@ -10,6 +12,7 @@ namespace {
 constexpr std::uint64_t longest_text = std::uint64_t{1} << 20U;
 constexpr std::size_t most_extents = 4096;
 constexpr std::uint64_t sector = 512;
+constexpr std::uint64_t most_sectors = ~std::uint64_t{0} / 2 / sector;  // of all extents
 
 // The text between the first and the last quotation mark.
 std::string quoted(const std::string& line) {
@@ -46,17 +49,24 @@ bool read_vmdk_descriptor(const std::string& path, vmdk_descriptor& descriptor) 
     disk_reader file;
     std::string text;
     if (!file.open(path, reader_mode::image_file) || !read_text(file, descriptor.embedded, text)) return false;
+    std::uint64_t sectors = 0;
+    bool has_parent = false;
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
         if (line.starts_with("parentFileNameHint")) descriptor.parent = quoted(line);
+        if (line.starts_with("parentCID=")) has_parent = !equal_ignoring_case(line.substr(10, 8), "ffffffff");
         if (!is_extent(line)) continue;
         vmdk_extent extent;
         std::istringstream words(line);
         std::string access;
-        if (!(words >> access >> extent.sectors >> extent.type)) return false;
+        if (!(words >> access >> extent.sectors >> extent.type) || extent.sectors > most_sectors - sectors)
+            return false;
+        sectors += extent.sectors;
         extent.name = quoted(line);
         descriptor.extents.push_back(std::move(extent));
         if (descriptor.extents.size() > most_extents) return false;
     }
-    return !descriptor.extents.empty() && (!descriptor.embedded || descriptor.extents.size() == 1);
+    // Without its parent the disk would have zeros where that has its data.
+    return !descriptor.extents.empty() && !(has_parent && descriptor.parent.empty()) &&
+           (!descriptor.embedded || descriptor.extents.size() == 1);
 }

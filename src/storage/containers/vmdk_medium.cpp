@@ -1,3 +1,4 @@
+#include "storage/containers/chain_medium.h"
 #include "storage/containers/container_files.h"
 #include "storage/containers/disk_fields.h"
 #include "storage/containers/media.h"
@@ -13,7 +14,6 @@ namespace {
 
 constexpr std::size_t read_at_once = std::size_t{64} << 10U;
 constexpr std::uint64_t sector = 512;
-constexpr std::uint64_t largest_grain = 2048;  // sectors
 constexpr std::size_t most_open_files = 256;
 
 // A handle and the pool of its extents, which the library does not close.
@@ -49,7 +49,7 @@ public:
         return libvmdk_handle_open_extent_data_files_file_io_pool(handle_, pool_, nullptr) == 1;
     }
 
-    [[nodiscard]] libvmdk_handle_t* handle() const { return handle_; }
+    [[nodiscard]] libvmdk_handle_t* get() const { return handle_; }
 
 private:
     [[nodiscard]] bool add(int entry, const std::string& path) {
@@ -67,51 +67,16 @@ private:
     libbfio_pool_t* pool_ = nullptr;
 };
 
-class vmdk_medium final : public medium {
-public:
-    vmdk_medium(std::vector<vmdk_file> chain, std::uint64_t size, std::size_t chunk)
-        : chain_(std::move(chain)), size_(size), chunk_size_(chunk) {}
-    ~vmdk_medium() override {
-        while (!chain_.empty()) chain_.pop_back();
-    }
-
-    [[nodiscard]] std::uint64_t size() const override { return size_; }
-    [[nodiscard]] std::size_t chunk_size() const override { return chunk_size_; }
-
-    [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into) override {
-        const ssize_t got = libvmdk_handle_read_buffer_at_offset(chain_.front().handle(), into.data(), into.size(),
-                                                                 static_cast<off64_t>(offset), nullptr);
-        return got >= 0 && static_cast<std::size_t>(got) == into.size();
-    }
-
-private:
-    std::vector<vmdk_file> chain_;  // the image, its parent, and so on
-    std::uint64_t size_;
-    std::size_t chunk_size_;
-};
-
-// Why a sparse extent cannot be read; empty when it can. Raises `chunk` to its grains.
+// Why an extent cannot be read; empty when it can. Raises `chunk` to the grains of a sparse one.
 std::string objection(const std::string& path, std::size_t& chunk) {
     disk_reader file;
-    std::vector<std::uint8_t> bytes;
+    std::vector<std::uint8_t> signature;
     if (!file.open(path, reader_mode::image_file)) return path + " is missing";
-    if (!read_whole(file, 0, vmdk_header::size, bytes)) return path + " is cut short";
-    const byte_view header(bytes);
-    if (!holds_text(header, 0, vmdk_header::signature)) return {};
-    const auto grain = header.value<std::uint64_t>(vmdk_header::grain_size);
-    const auto entries = header.value<std::uint32_t>(vmdk_header::entries_per_table);
-    if (grain == 0 || grain > largest_grain || entries == 0 || entries > 0x10000) return path + " is damaged";
-    // The directory and the tables take four bytes a grain; a disk that asks for more than its file can name is none.
-    if (header.value<std::uint64_t>(vmdk_header::capacity) / grain / entries > file.disk_size() / 4) {
-        return path + " is damaged or cut short";
-    }
-    const std::uint64_t size = file.disk_size();
-    if (header.value<std::uint64_t>(vmdk_header::directory) == vmdk_header::at_end &&
-        (size < vmdk_header::footer || !read_whole(file, size - vmdk_header::footer, vmdk_header::size, bytes) ||
-         !holds_text(byte_view(bytes), 0, vmdk_header::signature))) {
-        return path + " is cut short";
-    }
-    chunk = std::max(chunk, static_cast<std::size_t>(grain * sector));
+    if (!read_whole(file, 0, vmdk_header::signature.size(), signature)) return path + " is cut short";
+    if (!holds_text(byte_view(signature), 0, vmdk_header::signature)) return {};
+    vmdk_layout layout;
+    if (!read_vmdk_layout(file, layout)) return path + " is damaged or cut short";
+    chunk = std::max(chunk, static_cast<std::size_t>(layout.grain * sector));
     return {};
 }
 
@@ -132,7 +97,6 @@ std::unique_ptr<allocation> holes_of(const vmdk_descriptor& descriptor, const st
     std::vector<allocation_extent> extents;
     for (std::size_t i = 0; i < files.size(); ++i) {
         const vmdk_extent& extent = descriptor.extents[i];
-        if (extent.sectors > ~std::uint64_t{0} / sector) return nullptr;
         allocation_extent one{extent.sectors * sector, extent.type == "ZERO", {}};
         if (extent.type == "SPARSE") one.tables = read_vmdk_tables(files[i]);
         extents.push_back(std::move(one));
@@ -156,11 +120,11 @@ opened_medium open_vmdk(const std::string& path) {
         vmdk_file file;
         if (!file.open(next, files)) return refused(next + " is damaged or cut short");
         if (chain.empty()) {
-            if (libvmdk_handle_get_media_size(file.handle(), &size, nullptr) != 1 || size == 0) {
+            if (libvmdk_handle_get_media_size(file.get(), &size, nullptr) != 1 || size == 0) {
                 return refused("it is damaged");
             }
             if (descriptor.parent.empty()) holes = holes_of(descriptor, files);
-        } else if (libvmdk_handle_set_parent_handle(chain.back().handle(), file.handle(), nullptr) != 1) {
+        } else if (libvmdk_handle_set_parent_handle(chain.back().get(), file.get(), nullptr) != 1) {
             // The library holds the parent's identifier against what the child wants.
             return refused("its parent " + next + " is another image");
         }
@@ -170,5 +134,8 @@ opened_medium open_vmdk(const std::string& path) {
         if (!parent) return refused_parent(descriptor.parent);
         next = *parent;
     }
-    return {std::make_unique<vmdk_medium>(std::move(chain), size, chunk), std::move(holes), {}};
+    return {
+        std::make_unique<chain_medium<vmdk_file, libvmdk_handle_read_buffer_at_offset>>(std::move(chain), size, chunk),
+        std::move(holes),
+        {}};
 }
