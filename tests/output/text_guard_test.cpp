@@ -10,9 +10,9 @@
 namespace {
 
 std::string guarded(std::u16string_view name, std::string_view separator) {
-    std::string out;
-    uni::text_guard(separator).append(name, out);
-    return out;
+    std::string utf8, scratch;
+    append_utf8_with_surrogates(name, utf8);
+    return std::string(uni::text_guard(separator).guarded(utf8, scratch));
 }
 
 TEST(TextGuard, WritesWhatWouldActAsAMark) {
@@ -28,6 +28,7 @@ TEST(TextGuard, WritesWhatWouldActAsAMark) {
     EXPECT_EQ(guarded(u"a | b |", " | "), "a [U+007C] b [U+007C]");
     EXPECT_EQ(guarded(u"a b", "  "), "a[U+0020]b");
     EXPECT_EQ(guarded(u"a\u00a6b<c>", "<\u00a6>"), "a[U+00A6]b[U+003C]c[U+003E]");
+    EXPECT_EQ(guarded(u"a,b;c", ",[;"), "a[U+002C]b[U+003B]c");
 }
 
 // Every text of three pieces that could be taken for one another.
@@ -52,33 +53,26 @@ TEST(TextGuard, KeepsDifferentNamesDifferent) {
     EXPECT_EQ(documents.size(), names.size());
 }
 
+// Names and paths as they were and are, of any time: in each layout what tells them apart is kept.
 TEST(TextGuard, ServesEveryWriter) {
-    std::vector<journal_entry> entries;
-    for (const char16_t* name : {u"a\nb", u"c,d|e", u"[LF]", u"\x1b\x202e", u"plain_name.txt"}) {
-        entries.push_back(sample_entry());
-        entries.back().name = name;
-    }
-    entries.front().timestamp = 1;                 // 1601
-    entries.back().timestamp = ~std::uint64_t{0};  // 60056
-    const auto names = [&](const std::string& options) {
-        const std::string text = written(options + " -complete -a", entries);
-        EXPECT_EQ(text.find_first_of("\x1b\r"), std::string::npos);
-        return text;
+    journal_entry entry = sample_entry(0x80000100, 1);  // in 1601
+    entry.name = u"\n,|" + std::u16string{0xD800};
+    entry.parent_path = entry.path_now = "[root]\\\xED\xA0\x81\\";
+    entry.status = mft_status::valid;
+    const auto expect = [&](const std::string& layout, std::initializer_list<std::string> texts) {
+        const std::string text = written(layout + " -complete -path_history", {entry});
+        for (const std::string& one : texts) EXPECT_NE(text.find(one), std::string::npos) << one << " in " << text;
     };
-    const std::string csv = names("-csv");
-    EXPECT_NE(csv.find("1601-01-01, 00:00:00.000,"), std::string::npos);
-    EXPECT_NE(csv.find("60056-05-28, 05:36:10.955,"), std::string::npos);
-    for (const std::string name :
-         {",a[LF]b,", ",c[U+002C]d|e,", ",[U+005B]LF],", ",[U+001B][U+202E],", ",plain_name.txt,"})
-        EXPECT_NE(csv.find(name), std::string::npos) << name;
-    EXPECT_EQ(std::ranges::count(names("-csv_separator ;"), ';'), 6 * 9);  // five rows and the header
-    EXPECT_EQ(std::ranges::count(names("-csvl2t"), ','), 6 * 16);
-    EXPECT_EQ(std::ranges::count(names("-bodyfile"), '|'), 5 * 10);
-    EXPECT_NE(names("-bodyfile").find("|-11644473600"), std::string::npos);
-    const std::string xml = names("-xml");
-    EXPECT_NE(xml.find("<name>a&#10;b</name>"), std::string::npos);
-    EXPECT_NE(xml.find("<name>[U+001B]&#x202e;</name>"), std::string::npos);
-    EXPECT_EQ(xml.find("corrupted"), std::string::npos);
+    const std::string directory = "[root]\\[U+D801]\\", name = "[LF][U+002C]|[U+D800]", piped = "[LF],[U+007C][U+D800]";
+    expect("-csv",
+           {"1601-01-01, 00:00:00.000,", "," + name + ",", "," + directory + name + ",exact," + directory + name});
+    expect("-csvl2t", {"1601-01-01, ", "," + name + "," + directory + name + ",2," + name + ","});
+    expect("-bodyfile", {"0|" + directory + piped + "|42||0|0|0|0|0|0|-11644473600\n"});
+    expect("-xml", {"<USNDate>1601", "<name>&#10;,|[U+D800]</name>", "<path>" + directory + "&#10;,|[U+D800]</path>",
+                    "<PathNow>" + directory + "&#10;,|[U+D800]</PathNow>"});
+    entry.timestamp = ~std::uint64_t{0};
+    expect("-csv", {"60056-05-28, 05:36:10.955,"});
+    expect("-xml", {"<USNDate>60056-05-28</USNDate>"});
 }
 
 }  // namespace
