@@ -43,14 +43,25 @@ TEST(PathHistory, StandsInEveryLayout) {
     entry.status = mft_status::unknown;
     entry.basis = path_basis::partial;
     entry.parent_path = "[unknown 7-2]\\\xED\xA0\xBD\\";  // with half a pair of surrogates, as -complete keeps it
-    expect("-csv -complete -pulltimes", closed, ",,, ,, ,, ,, ,[unknown 7-2]\\[U+D83D]\\x|y[U+002C]z&,partial,,u\n");
-    expect("-xml -pulltimes -xml_escape -complete", "<MFTStatus>",
-           "</MFTStatus>\n\t<path>[unknown 7-2]\\[U+D83D]\\x|y,z&amp;</path>\n\t<PathBasis>partial</PathBasis>\n"
-           "\t<PathNow></PathNow>\n</data_entry>\n");
+    expect("-csv -pulltimes -complete", closed, ",,, ,, ,, ,, ,[unknown 7-2]\\[U+D83D]\\x|y[U+002C]z&,partial,,u\n");
     entry.path_now = "[root]\\now\\";
     const std::string line = written("-path_history -jsonl", {entry});
     const std::size_t begin = line.find(",\"path\""), end = line.find(",\"file_reference\"");
     EXPECT_EQ(line.substr(begin, end - begin),
               R"(,"path":"[unknown 7-2]\\�\\x|y,z&","directory":"[unknown 7-2]\\�","path_basis":"partial",)"
               R"("path_now":"\\now\\x|y,z&")");
+    // Half a pair in the name too, and a time that only -complete has.
+    entry.name = u"\n," + std::u16string{0xD800};
+    entry.timestamp = 1;
+    const std::string then = "[unknown 7-2]\\[U+D83D]\\", now = "[root]\\now\\", name = "[LF][U+002C][U+D800]";
+    expect("-csv -complete", closed, ",," + then + name + ",partial," + now + name + ",u\n");
+    expect("-csvl2t -complete", ",u,",
+           "," + name + "," + then + name + ",2," + name + ",0x0000002a," +
+               "parent inode: 0x00000005,lorq (korvane),seq num: 0x0003; path basis: partial\n");
+    expect("-bodyfile -complete", "0|[unknown", " 7-2]\\[U+D83D]\\[LF],[U+D800]|42||0|0|0|0|0|0|-11644473600\n");
+    expect("-xml -complete", "</MFTStatus>\n\t<path>",
+           then + "&#10;,[U+D800]</path>\n\t<PathBasis>partial</PathBasis>\n" + "\t<PathNow>" + now + "&#10;,[U+D800]" +
+               fields[2]);
+    entry.timestamp = ~std::uint64_t{0};
+    EXPECT_EQ(written_line("-csv -complete", entry).substr(0, 26), "60056-05-28, 05:36:10.955,");
 }

@@ -1,7 +1,6 @@
 #include "output/text_guard.h"
 
 #include "base/utf.h"
-#include "support/command_line.h"
 
 #include <gtest/gtest.h>
 
@@ -51,28 +50,6 @@ TEST(TextGuard, KeepsDifferentNamesDifferent) {
     }
     EXPECT_EQ(texts.size(), names.size());
     EXPECT_EQ(documents.size(), names.size());
-}
-
-// Names and paths as they were and are, of any time: in each layout what tells them apart is kept.
-TEST(TextGuard, ServesEveryWriter) {
-    journal_entry entry = sample_entry(0x80000100, 1);  // in 1601
-    entry.name = u"\n,|" + std::u16string{0xD800};
-    entry.parent_path = entry.path_now = "[root]\\\xED\xA0\x81\\";
-    entry.status = mft_status::valid;
-    const auto expect = [&](const std::string& layout, std::initializer_list<std::string> texts) {
-        const std::string text = written(layout + " -complete -path_history", {entry});
-        for (const std::string& one : texts) EXPECT_NE(text.find(one), std::string::npos) << one << " in " << text;
-    };
-    const std::string directory = "[root]\\[U+D801]\\", name = "[LF][U+002C]|[U+D800]", piped = "[LF],[U+007C][U+D800]";
-    expect("-csv",
-           {"1601-01-01, 00:00:00.000,", "," + name + ",", "," + directory + name + ",exact," + directory + name});
-    expect("-csvl2t", {"1601-01-01, ", "," + name + "," + directory + name + ",2," + name + ","});
-    expect("-bodyfile", {"0|" + directory + piped + "|42||0|0|0|0|0|0|-11644473600\n"});
-    expect("-xml", {"<USNDate>1601", "<name>&#10;,|[U+D800]</name>", "<path>" + directory + "&#10;,|[U+D800]</path>",
-                    "<PathNow>" + directory + "&#10;,|[U+D800]</PathNow>"});
-    entry.timestamp = ~std::uint64_t{0};
-    expect("-csv", {"60056-05-28, 05:36:10.955,"});
-    expect("-xml", {"<USNDate>60056-05-28</USNDate>"});
 }
 
 }  // namespace
