@@ -53,9 +53,6 @@ TEST(Options, Effects) {
         const char *line, *changes = "", *said = "", *left = "";
     } cases[] = {
         {"-Csv", "dense=1 marks=1 sep=[,] swap=44>32 "},
-        {"-csvl2t", "layout=-csvl2t sep=[,] swap=44>32 "},
-        {"-bodyfile", "layout=-bodyfile sep=[|] "},
-        {"-xml", "layout=-xml sep=[] swap=0>0 "},
         // The lowest style wins; what it does not touch stays as the losers left it.
         {"-csvgen -csvl2t", "dense=1 gen=1 layout=-csvl2t marks=1 sep=[,] swap=44>32 "},
         {"-multiline -csvgen -xml", "dense=1 gen=1 layout=-multiline marks=1 sep=[] swap=0>0 "},
@@ -63,13 +60,10 @@ TEST(Options, Effects) {
         {"-jsonl", "layout=-jsonl sep=[] swap=0>0 "},
         {"-bodyfile -jsonl", "layout=-bodyfile sep=[|] "},
         {"-csv -jsonl", "dense=1 marks=1 sep=[,] swap=44>32 "},
-        {"-pipe -base10", "hex=0 "},
-        {"-path_history", "dir=1 "},
         {"-signal s -hostname h -username u~v -dateformat DD/mm/yy -timeformat hh:mm:ss.xxxxxxxxx",
          "date=dd/mm/yy host=h signal=s time=hh:mm:ss.xxxxxxxxx user=u v "},
         {"-csv_separator TAB", "sep=[\t] swap=0>0 "},
         {"-csv_separator ; -csv", "dense=1 marks=1 sep=[;] swap=0>0 "},
-        {"-no_whitespace", "dense=1 lead=0 sep=[|] "},
         {"-dateformat MM/MM/yyyy", "", "invalid MM/MM/yyyy, using default format\n"},
         {"-timeformat hh:mm:ss.xx", "", "invalid hh:mm:ss.xx, using default format\n"},
         {"-timeformat hhmmssxx", "", "invalid hhmmssxx, using default format\n"},
