@@ -16,10 +16,11 @@ FOLDER = HOUSE / "build" / "bench"
 LORQ = HOUSE / "build" / "release" / "lorq"
 MAKER = HOUSE / "build" / "release" / "lorq-make-journal"
 STORY = HOUSE / "build" / "release" / "lorq-make-story"
+VOLUME_MAKER = HOUSE / "build" / "release" / "lorq-make-volume"
 LEAD = 65536
 STORY_SIZES = (20_000, 200_000, 2_000_000)  # directories, files, records
 LAYOUTS = ["", "-csv", "-csvgen", "-multiline", "-no_whitespace", "-pair_datetime", "-base10 -show_offset", "-csv_separator tab",
-           "-xml", "-bodyfile", "-csvl2t"]
+           "-xml", "-bodyfile", "-csvl2t", "-jsonl", "-find no-such-name"]
 
 
 def make(name, records, *options):
@@ -70,20 +71,39 @@ def volume_with(journal):
 
 def layouts(records):
     journal = make("journal.bin", records)
-    lines = []
-    for layout in LAYOUTS:
-        line, seconds, memory = row(layout or "default table", [LORQ, "-file", journal, *layout.split()], records)
-        lines.append(line)
-        if not layout:
-            default, peak = seconds, memory
+    rows = {layout: row(layout or "default table", [LORQ, "-file", journal, *layout.split()], records) for layout in LAYOUTS}
+    _, default, peak = rows[""]
     image, entry = volume_with(journal)
     line, other, _ = row("Sleuth Kit, the same journal in a volume", ["usnjls", image, entry], records, 3)
     image.unlink()
     bytes_of_records = journal.stat().st_size - LEAD
-    return [*lines, line], [
+    return [*(made for made, _, _ in rows.values()), line], [
         f"- The default table is written at {other / default:.1f} times the rate of `usnjls`.",
         f"- Its peak resident memory is {peak / bytes_of_records:.2f} times the bytes of the records "
-        f"({bytes_of_records / 2**20:.0f} MiB)."]
+        f"({bytes_of_records / 2**20:.0f} MiB).",
+        f"- JSON Lines take {rows['-jsonl'][1] / default:.2f} times as long, a `-find` that matches nothing "
+        f"{rows['-find no-such-name'][1] / default:.2f} times."]
+
+
+def repeats(records):
+    """A journal of a volume, and the same twice again in its free clusters, which carving finds."""
+    page, times = 4096, 3
+    journal, image = make("repeats.bin", records // times), FOLDER / "repeats.img"
+    size = (times + 1) * journal.stat().st_size // 2**20 + 64
+    subprocess.run([VOLUME_MAKER, "--size", f"{size}M", "--journal", journal, image], check=True, stdout=subprocess.DEVNULL)
+    bitmap = subprocess.run(["ntfscat", "-i", "6", image], check=True, capture_output=True).stdout
+    free = (at for at in range(size * 2**20 // page - 1) if not bitmap[at // 8] >> at % 8 & 1)
+    content = journal.read_bytes()[LEAD:]
+    with open(image, "r+b") as volume:
+        for at in [*range(0, len(content), page)] * (times - 1):
+            os.pwrite(volume.fileno(), content[at:at + page], next(free) * page)
+    command = [LORQ, "-image", image, "-include_unalloc_clusters", "-complete"]  # which needs no such entries in the MFT
+    found = records // times * times
+    line, seconds, memory = row("carved, each record three times", command, found)
+    once, longer, larger = row("carved, each record once", [*command, "-unique"], found)
+    image.unlink()
+    return [line, once], (f"- `-unique` takes {longer / seconds:.2f} times as long over carved repeats, and "
+                          f"{(larger - memory) / found:.1f} bytes a record.")
 
 
 def lead():
@@ -154,6 +174,8 @@ def main():
     FOLDER.mkdir(parents=True, exist_ok=True)
     try:
         lines, findings = layouts(records)
+        more, other = repeats(records)
+        lines, findings = [*lines, *more], [*findings, other]
         more, other = paths()
         lines, findings = [*lines, *more], [*findings, other]
         line, finding = lead()

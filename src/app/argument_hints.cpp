@@ -41,14 +41,8 @@ bool is_number(std::string_view text) {
     return !digits.empty() && digits.find_first_not_of(allowed) == std::string_view::npos;
 }
 
-// Goes through the table as the run will, with a log that opens and results that can be created.
-class hint_collector final : public option_effects {
+class hint_collector final : public silent_effects {
 public:
-    bool open_log(const std::string&) override { return true; }
-    bool can_create_results(const std::string&) override { return true; }
-    void say(std::string_view) override {}
-    [[nodiscard]] bool stops_at_failure() const override { return false; }
-
     void took(std::string_view option, const std::string& value) override {
         const std::optional<option_traits> traits = traits_of(option);
         if (traits && !traits->has_effect) hint(option, " has no effect");

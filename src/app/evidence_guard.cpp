@@ -12,14 +12,12 @@ namespace {
 
 // Answers for the files that are not opened here. Which arguments are taken depends on these answers (-l2 and -l3 on an
 // open log, -append on a results file that could not be created), so the guard asks for each.
-class answered_effects final : public option_effects {
+class answered_effects final : public silent_effects {
 public:
     answered_effects(bool log_opens, bool results_open) : log_opens_(log_opens), results_open_(results_open) {}
 
     bool open_log(const std::string&) override { return log_opens_; }
     bool can_create_results(const std::string&) override { return results_open_; }
-    void say(std::string_view) override {}
-    [[nodiscard]] bool stops_at_failure() const override { return false; }
 
 private:
     bool log_opens_;

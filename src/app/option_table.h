@@ -31,6 +31,16 @@ public:
     virtual void took(std::string_view /*option*/, const std::string& /*value*/) {}
 };
 
+// To go through the table and see what it comes to: as if the log opened and the results could be created, without a
+// word, and to the end.
+class silent_effects : public option_effects {
+public:
+    bool open_log(const std::string& /*path*/) override { return true; }
+    bool can_create_results(const std::string& /*stored_path*/) override { return true; }
+    void say(std::string_view /*text*/) override {}
+    [[nodiscard]] bool stops_at_failure() const override { return false; }
+};
+
 struct option_traits {
     bool takes_value = false;
     bool has_effect = true;

@@ -63,18 +63,10 @@ private:
     diagnostic_log& log_;
 };
 
-// To see what the options come to before any of them has an effect.
-class no_effects final : public option_effects {
-public:
-    bool open_log(const std::string&) override { return true; }
-    bool can_create_results(const std::string&) override { return true; }
-    void say(std::string_view) override {}
-    [[nodiscard]] bool stops_at_failure() const override { return false; }
-};
-
+// What the options come to, before any of them has an effect.
 usnjrnl_context planned_settings(argument_list arguments) {
     usnjrnl_context planned;
-    no_effects effects;
+    silent_effects effects;
     (void)take_options(arguments, planned, effects);  // with these effects it never gives up
     return planned;
 }

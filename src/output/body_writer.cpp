@@ -51,9 +51,8 @@ record_fate body_writer::write_record(const journal_entry& entry, text_buffer& o
 std::string_view body_writer::name_of(const journal_entry& entry) {
     const std::string_view name = names_.of(entry.name);
     if (!with_full_path_) return name;
-    path_.clear();
     if (complete_) {
-        guard_.append(entry.parent_path, path_);
+        path_ = guard_.guarded(entry.parent_path, guarded_);
     } else {
         path_ = entry.parent_path;
         replace_all(path_, '|', ';');

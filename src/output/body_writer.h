@@ -38,6 +38,7 @@ private:
     text_guard guard_;  // against "|", whatever the run's separator is
     name_text names_;
     std::string path_;
+    std::string guarded_;  // of its directory
 };
 
 }  // namespace uni

@@ -240,12 +240,7 @@ char* csv_writer::put_name_and_path(text_buffer& out, char* to, const table_cell
     if (cell.plain && put_name(out, to + before, cell.wide_text)) {
         return put_padding(to + units, units, width);
     }
-    name_ = cell.text;
-    if (guard_) {
-        append_utf8_with_surrogates(cell.wide_text, name_);
-    } else {
-        append_utf8(cell.wide_text, name_);
-    }
+    full_path(cell.text, cell.wide_text, guard_.has_value(), name_);
     const std::string_view text = table_text_of(name_);
     to = put_text(out.room(to, text.size() + fixed_room_), text);
     return width == 0 ? to : put_padding(to, count_characters(text), width);
@@ -267,10 +262,7 @@ bool csv_writer::put_name(const text_buffer& out, char* to, std::u16string_view 
 
 // A text from evidence or the user as it stands in the table; holds until the next one.
 std::string_view csv_writer::table_text_of(std::string_view text) {
-    if (!guard_) return table_text(text, settings_, scratch_);
-    scratch_.clear();
-    guard_->append(text, scratch_);
-    return scratch_;
+    return guard_ ? guard_->guarded(text, scratch_) : table_text(text, settings_, scratch_);
 }
 
 // The same for what can hold nothing but the separator.

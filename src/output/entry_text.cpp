@@ -41,17 +41,17 @@ std::string_view basis_word(path_basis basis) {
     return "exact";
 }
 
-void full_path(std::string_view directory, std::u16string_view name, std::string& out) {
-    out = directory;
-    append_utf8(name, out);
+void append_name(std::u16string_view name, bool kept, std::string& out) {
+    if (kept) {
+        append_utf8_with_surrogates(name, out);
+    } else {
+        append_utf8(name, out);
+    }
 }
 
-void path_text(const journal_entry& entry, std::string& out) {
-    if (entry.status == mft_status::parent_gone) {
-        out = parent_gone_text;
-        return;
-    }
-    full_path(entry.parent_path, entry.name, out);
+void full_path(std::string_view directory, std::u16string_view name, bool kept, std::string& out) {
+    out = directory;
+    append_name(name, kept, out);
 }
 
 }  // namespace uni

@@ -23,10 +23,10 @@ namespace uni {
 // In place of the path of a file whose parent is gone.
 inline constexpr std::string_view parent_gone_text = "parent dir and file no longer referenced in $MFT";
 
-// Replaces `out` with a path of the directory, which ends with "\", and the name behind it.
-void full_path(std::string_view directory, std::u16string_view name, std::string& out);
+// Appends a name as UTF-8. A surrogate without its partner becomes U+FFFD, or is `kept` for text_guard, see base/utf.h.
+void append_name(std::u16string_view name, bool kept, std::string& out);
 
-// Replaces `out` with the file's full path in UTF-8, or with the sentence that stands for it when the parent is gone.
-void path_text(const journal_entry& entry, std::string& out);
+// Replaces `out` with a path of the directory, which ends with "\", and the name behind it.
+void full_path(std::string_view directory, std::u16string_view name, bool kept, std::string& out);
 
 }  // namespace uni

@@ -26,7 +26,7 @@ public:
 
     // Appends the record's line: none for a record without the close flag or without a time that can be written (unless
     // all are asked for), none for an entry that is not valid.
-    record_fate write_record(const journal_entry& entry, text_buffer& out);
+    [[nodiscard]] record_fate write_record(const journal_entry& entry, text_buffer& out);
 
 private:
     char* put_event(char* to, const journal_entry& entry, bool timed);

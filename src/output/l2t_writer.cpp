@@ -2,7 +2,6 @@
 
 #include "base/program.h"
 #include "base/text.h"
-#include "base/utf.h"
 #include "output/entry_text.h"
 #include "output/macb.h"
 #include "output/number_text.h"
@@ -37,9 +36,8 @@ l2t_writer::l2t_writer(const layout_settings& settings, bool with_paths)
 
 std::string l2t_writer::field(const std::string& text, bool own) const {
     if (!guard_ || (own && !guard_->guards_own_words())) return text;
-    std::string guarded;
-    guard_->append(text, guarded);
-    return guarded;
+    std::string scratch;
+    return std::string(guard_->guarded(text, scratch));
 }
 
 std::string l2t_writer::between(const std::string& fields) const {
@@ -97,14 +95,8 @@ void l2t_writer::write_header(text_buffer& out) {
 std::string_view l2t_writer::full_path(const journal_entry& entry) {
     if (!with_paths_ || entry.parent_path.empty()) return {};
     if (!settings_.path_history && entry.status == mft_status::parent_gone) return {};
-    if (guard_) {
-        std::string whole(entry.parent_path);
-        append_utf8_with_surrogates(entry.name, whole);
-        path_.clear();
-        guard_->append(whole, path_);
-        return path_;
-    }
-    uni::full_path(entry.parent_path, entry.name, path_);
+    uni::full_path(entry.parent_path, entry.name, guard_.has_value(), path_);
+    if (guard_) return guard_->guarded(path_, guarded_path_);
     if (settings_.replaced_character != 0) replace_all(path_, settings_.replaced_character, settings_.replacement);
     mark_line_breaks(path_);
     return path_;
@@ -112,10 +104,7 @@ std::string_view l2t_writer::full_path(const journal_entry& entry) {
 
 // A text without anything but the separator to guard, kept in `guarded` when it has to be.
 std::string_view l2t_writer::own_words(std::string_view text, std::string& guarded) const {
-    if (!guard_ || !guard_->guards_own_words()) return text;
-    guarded.clear();
-    guard_->append(text, guarded);
-    return guarded;
+    return guard_ && guard_->guards_own_words() ? guard_->guarded(text, guarded) : text;
 }
 
 char* l2t_writer::put_time(char* to) {

@@ -49,6 +49,7 @@ private:
     token_cache types_;
     name_text names_;
     std::string path_;
+    std::string guarded_path_;
     std::string type_;  // guarded, like the next one
     std::string time_;
 

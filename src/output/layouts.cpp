@@ -80,12 +80,26 @@ std::string run_header_alone(const layout_settings& /*settings*/, const frame_fa
 std::string nothing(const layout_settings& /*settings*/, const frame_facts& /*facts*/) { return {}; }
 
 constexpr layout_row rows[] = {
-    {layout::table, false, true, "", " | ", run_header_alone, "", write_with<csv_writer>},
-    {layout::multiline, false, true, "-multiline", "", run_header_alone, "", write_with<csv_writer>},
-    {layout::csvl2t, false, true, "-csvl2t", ",", run_header_alone, "", write_with<l2t_writer>},
-    {layout::bodyfile, false, true, "-bodyfile", "|", run_header_alone, "", write_with<body_writer>},
-    {layout::xml, false, false, "-xml", "", xml_beginning, xml_end, write_with<xml_writer>, xml_comment},
-    {layout::jsonl, true, false, "-jsonl", "", nothing, "", write_json},
+    {.id = layout::table, .separator = " | ", .beginning = run_header_alone, .write = write_with<csv_writer>},
+    {.id = layout::multiline, .option = "-multiline", .beginning = run_header_alone, .write = write_with<csv_writer>},
+    {.id = layout::csvl2t,
+     .option = "-csvl2t",
+     .separator = ",",
+     .beginning = run_header_alone,
+     .write = write_with<l2t_writer>},
+    {.id = layout::bodyfile,
+     .option = "-bodyfile",
+     .separator = "|",
+     .beginning = run_header_alone,
+     .write = write_with<body_writer>},
+    {.id = layout::xml,
+     .option = "-xml",
+     .begins_at_once = false,
+     .beginning = xml_beginning,
+     .end = xml_end,
+     .write = write_with<xml_writer>,
+     .comment = xml_comment},
+    {.id = layout::jsonl, .option = "-jsonl", .bare = true, .beginning = nothing, .write = write_json},
 };
 
 }  // namespace

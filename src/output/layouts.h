@@ -42,22 +42,21 @@ struct writing {
 };
 
 struct layout_row {
-    layout id;
+    layout id = layout::table;
+    std::string_view option = {};     // that chooses it; empty for the default
+    std::string_view separator = {};  // that it begins with, where the user gives none
 
     // For programs alone: no run header, not even of a run that fails early, and lines end with a line feed everywhere.
-    bool bare;
+    bool bare = false;
 
     // Whether the output begins before it is known that there is a source to read.
-    bool begins_at_once;
+    bool begins_at_once = true;
 
-    std::string_view option;     // that chooses it; empty for the default
-    std::string_view separator;  // that it begins with, where the user gives none
-
-    std::string (*beginning)(const layout_settings& settings, const frame_facts& facts);
-    std::string_view end;
+    std::string (*beginning)(const layout_settings& settings, const frame_facts& facts) = nullptr;
+    std::string_view end = {};
 
     // Every record in its order, behind the layout's own header. See write_records.
-    bool (*write)(const writing& on);
+    bool (*write)(const writing& on) = nullptr;
 
     // A line of text as a comment, where the layout has any. Null: it has none.
     std::string (*comment)(std::string_view text) = nullptr;

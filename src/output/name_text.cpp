@@ -1,7 +1,7 @@
 #include "output/name_text.h"
 
 #include "base/text.h"
-#include "base/utf.h"
+#include "output/entry_text.h"
 #include "output/text_marks.h"
 
 namespace uni {
@@ -12,11 +12,8 @@ std::string_view name_text::of(std::u16string_view name) {
                                          : put_plain_name(name, replaced_, bytes_.data());
     if (plain) return {bytes_.data(), name.size()};
     bytes_.clear();
-    if (guard_ != nullptr) {
-        guard_->append(name, bytes_);
-        return bytes_;
-    }
-    append_utf8(name, bytes_);
+    append_name(name, guard_ != nullptr, bytes_);
+    if (guard_ != nullptr) return guard_->guarded(bytes_, guarded_);
     if (replaced_ != 0) replace_all(bytes_, replaced_, replacement_);
     return bytes_;
 }

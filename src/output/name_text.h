@@ -23,6 +23,7 @@ private:
     char replacement_;
     const text_guard* guard_;
     std::string bytes_;
+    std::string guarded_;
 };
 
 }  // namespace uni

@@ -15,8 +15,6 @@ constexpr char32_t replacement_character = 0xFFFD;
 
 constexpr bool is_surrogate(char32_t point) { return point >= 0xD800 && point < 0xE000; }
 
-constexpr bool is_control(char32_t point) { return point < 0x20 || (point >= 0x7F && point < 0xA0); }
-
 // What ends a line, or changes the order in which the characters of a line are shown.
 constexpr bool directs_text(char32_t point) {
     return point == 0x2028 || point == 0x2029 || (point >= 0x202A && point <= 0x202E) ||
@@ -49,18 +47,6 @@ bool begins_with_line_mark(std::string_view text) {
     return std::ranges::any_of(marks, [text](std::string_view mark) { return text.starts_with(mark); });
 }
 
-// The mark of the line break that begins at `at`, which moves behind it; empty when none begins there.
-std::string_view line_break_mark(std::string_view text, std::size_t& at, bool only_cr) {
-    const std::string_view pair = text.substr(at, 2);
-    if (pair == "\r\n" || pair == "\n\r") {
-        at += 2;
-        return pair[0] == '\r' ? "[CRLF]" : "[LFCR]";
-    }
-    if (pair[0] != '\n' && (pair[0] != '\r' || !only_cr)) return {};
-    ++at;
-    return pair[0] == '\n' ? "[LF]" : "[CR]";
-}
-
 // Letters, digits and signs that the program's own words, numbers and times are made of.
 constexpr bool is_in_own_words(char32_t point) {
     return point < 0x80 && point != '|' && point != ',' && !is_control(point);
@@ -76,16 +62,16 @@ text_guard::text_guard(std::string_view separator) {
         if ((point == U' ' && !only_blanks) || guarded_.find(point) != std::u32string::npos) continue;
         guarded_ += point;
         guards_own_words_ = guards_own_words_ || is_in_own_words(point);
-        if (point >= 0x80) continue;
+        if (point >= 0x80 || point == U'[') continue;
         more_letters_ = guarded_letter_ != '[';
         guarded_letter_ = static_cast<char>(point);
     }
 }
 
-bool text_guard::is_plain(std::string_view text) const {
-    return !more_letters_ && std::ranges::all_of(text, [this](char c) {
-        return c >= ' ' && c < '\x7f' && c != '[' && c != guarded_letter_;
-    });
+std::size_t text_guard::plain_length(std::string_view text) const {
+    const auto plain = [this](char c) { return c >= ' ' && c < '\x7f' && c != '[' && c != guarded_letter_; };
+    if (more_letters_) return 0;
+    return static_cast<std::size_t>(std::ranges::find_if_not(text, plain) - text.begin());
 }
 
 bool text_guard::put_plain_name(std::u16string_view name, char* to) const {
@@ -100,12 +86,17 @@ bool text_guard::is_marked(char32_t point) const {
 void text_guard::append(std::string_view utf8, std::string& out) const {
     const bool only_cr = utf8.find('\n') == std::string_view::npos;
     for (std::size_t at = 0; at < utf8.size();) {
+        const std::string_view rest = utf8.substr(at);
+        if (const std::size_t plain = plain_length(rest); plain != 0) {
+            out += rest.substr(0, plain);
+            at += plain;
+            continue;
+        }
         if (const std::string_view mark = line_break_mark(utf8, at, only_cr); !mark.empty()) {
             out += mark;
             continue;
         }
         const std::size_t begin = at;
-        const std::string_view rest = utf8.substr(at);
         const char32_t point = next_character(utf8, at);
         if (is_marked(point) || begins_with_character_mark(rest) || begins_with_line_mark(rest)) {
             append_mark(point, out);
@@ -117,10 +108,11 @@ void text_guard::append(std::string_view utf8, std::string& out) const {
     }
 }
 
-void text_guard::append(std::u16string_view text, std::string& out) const {
-    std::string utf8;
-    append_utf8_with_surrogates(text, utf8);
-    append(utf8, out);
+std::string_view text_guard::guarded(std::string_view utf8, std::string& scratch) const {
+    if (is_plain(utf8)) return utf8;
+    scratch.clear();
+    append(utf8, scratch);
+    return scratch;
 }
 
 void append_guarded_xml(std::string_view utf8, std::string& out) {

@@ -21,20 +21,22 @@ public:
     explicit text_guard(std::string_view separator);
 
     // Whether a text is what nearly all are: printing ASCII without "[" and without the separator's characters.
-    [[nodiscard]] bool is_plain(std::string_view text) const;
+    [[nodiscard]] bool is_plain(std::string_view text) const { return plain_length(text) == text.size(); }
 
     // The same for a name, whose characters are then put at `to`. What was put is else worthless.
     [[nodiscard]] bool put_plain_name(std::u16string_view name, char* to) const;
 
-    // Appends the guarded text. Of UTF-8, in which lone surrogates may stand, see base/utf.h.
-    void append(std::string_view utf8, std::string& out) const;
-    void append(std::u16string_view text, std::string& out) const;
+    // The guarded text of UTF-8, in which lone surrogates may stand, see base/utf.h: the text itself when it is plain,
+    // else `scratch`.
+    [[nodiscard]] std::string_view guarded(std::string_view utf8, std::string& scratch) const;
 
     // Whether what the program itself says in a field, words and times, could hold the separator.
     [[nodiscard]] bool guards_own_words() const { return guards_own_words_; }
 
 private:
+    [[nodiscard]] std::size_t plain_length(std::string_view text) const;  // of its beginning
     [[nodiscard]] bool is_marked(char32_t point) const;
+    void append(std::string_view utf8, std::string& out) const;
 
     std::u32string guarded_;     // the separator's characters that are marked
     char guarded_letter_ = '[';  // the one of them that is ASCII, "[" when there is none

@@ -65,24 +65,27 @@ bool put_plain(std::u16string_view name, char replaced, char* to) {
 
 }  // namespace
 
+std::string_view line_break_mark(std::string_view text, std::size_t& at, bool only_cr) {
+    const std::string_view pair = text.substr(at, 2);
+    if (pair == "\r\n" || pair == "\n\r") {
+        at += 2;
+        return pair[0] == '\r' ? "[CRLF]" : "[LFCR]";
+    }
+    if (pair[0] != '\n' && (pair[0] != '\r' || !only_cr)) return {};
+    ++at;
+    return pair[0] == '\n' ? "[LF]" : "[CR]";
+}
+
 void mark_line_breaks(std::string& text) {
     if (text.find_first_of("\r\n") == std::string::npos) return;
     const bool only_cr = text.find('\n') == std::string::npos;
     std::string marked;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const std::string_view pair = std::string_view(text).substr(at, 2);
-        if (pair == "\r\n") {
-            marked += "[CRLF]";
-            ++at;
-        } else if (pair == "\n\r") {
-            marked += "[LFCR]";
-            ++at;
-        } else if (pair[0] == '\n') {
-            marked += "[LF]";
-        } else if (pair[0] == '\r' && only_cr) {
-            marked += "[CR]";
+    for (std::size_t at = 0; at < text.size();) {
+        const std::string_view mark = line_break_mark(text, at, only_cr);
+        if (mark.empty()) {
+            marked += text[at++];
         } else {
-            marked += pair[0];
+            marked += mark;
         }
     }
     text = std::move(marked);

@@ -9,8 +9,14 @@
 
 namespace uni {
 
-// "[CRLF]", "[LFCR]" and "[LF]", found from left to right. A CR of its own becomes "[CR]", but only in a text without
-// any LF.
+// C0, DEL and C1.
+[[nodiscard]] constexpr bool is_control(char32_t point) { return point < 0x20 || (point >= 0x7F && point < 0xA0); }
+
+// The mark of the line break that begins at `at`, which moves behind it; empty when none begins there. A CR of its own
+// is one only in a text without any LF (`only_cr`).
+[[nodiscard]] std::string_view line_break_mark(std::string_view text, std::size_t& at, bool only_cr);
+
+// "[CRLF]", "[LFCR]", "[LF]" and "[CR]", found from left to right.
 void mark_line_breaks(std::string& text);
 
 // Replacement, then marks, as the settings say. The result is `text` itself when nothing is to be done, else `scratch`.

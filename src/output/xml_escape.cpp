@@ -1,6 +1,7 @@
 #include "output/xml_escape.h"
 
 #include "base/utf.h"
+#include "output/text_marks.h"
 
 #include <algorithm>
 #include <array>
@@ -9,8 +10,6 @@ namespace uni {
 namespace {
 
 constexpr std::string_view replacement_character = "\xEF\xBF\xBD";
-
-constexpr bool is_control(char32_t point) { return point < 0x20 || (point >= 0x7F && point < 0xA0); }
 
 // Empty for a character that stands for itself.
 constexpr std::string_view reference_for(char32_t point) {

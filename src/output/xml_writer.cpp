@@ -125,10 +125,8 @@ char* xml_writer::put_name(text_buffer& out, char* to, std::u16string_view name)
     const bool may_hold_mark = settings_.complete && name.find(u'[') != std::u16string_view::npos;
     if (!may_hold_mark && put_unescaped_name(name, to)) return put_text(to + name.size(), file_name.closing);
     text_.clear();
-    if (settings_.complete) {
-        append_utf8_with_surrogates(name, text_);
-    } else if (settings_.xml_escape) {
-        append_utf8(name, text_);
+    if (settings_.xml_escape) {
+        append_name(name, settings_.complete, text_);
     } else {
         xml_escape(name, wide_name_);
         append_utf8(wide_name_, text_);
@@ -140,15 +138,15 @@ char* xml_writer::put_name(text_buffer& out, char* to, std::u16string_view name)
 // The times stand there whatever the status.
 char* xml_writer::put_path_fields(text_buffer& out, char* to, const journal_entry& entry) {
     to = put_field<status_field>(to, status_word(entry.status));
-    if (settings_.path_history) {
-        to = put_history_fields(out, to, entry);
-    } else if (settings_.complete && entry.status != mft_status::parent_gone) {
-        text_ = entry.parent_path;
-        append_utf8_with_surrogates(entry.name, text_);
-        to = put_long_field<path_field>(out, to, escaped(text_));
+    if (!settings_.path_history && entry.status == mft_status::parent_gone) {
+        to = put_long_field<path_field>(out, to, parent_gone_text);
     } else {
-        path_text(entry, text_);
-        to = put_long_field<path_field>(out, to, escaped(text_));
+        to = put_long_field<path_field>(out, to, path_of(entry, entry.parent_path));
+    }
+    if (settings_.path_history) {
+        to = put_field<basis_field>(to, basis_word(entry.basis));
+        const bool elsewhere_now = !entry.path_now.empty();
+        to = put_long_field<path_now_field>(out, to, elsewhere_now ? path_of(entry, entry.path_now) : "");
     }
     if (!settings_.pull_times) return to;
     to = put_time_fields<modify_date, modify_time>(to, pulled_times_, entry.index_modified);
@@ -157,13 +155,10 @@ char* xml_writer::put_path_fields(text_buffer& out, char* to, const journal_entr
     return put_time_fields<created_date, created_time>(to, pulled_times_, entry.index_created);
 }
 
-char* xml_writer::put_history_fields(text_buffer& out, char* to, const journal_entry& entry) {
-    full_path(entry.parent_path, entry.name, text_);
-    to = put_long_field<path_field>(out, to, escaped(text_));
-    to = put_field<basis_field>(to, basis_word(entry.basis));
-    text_.clear();
-    if (!entry.path_now.empty()) full_path(entry.path_now, entry.name, text_);
-    return put_long_field<path_now_field>(out, to, escaped(text_));
+// Holds until the next text.
+std::string_view xml_writer::path_of(const journal_entry& entry, std::string_view directory) {
+    full_path(directory, entry.name, settings_.complete, text_);
+    return escaped(text_);
 }
 
 char* xml_writer::put_number(char* to, std::uint64_t value, std::size_t digits) const {

@@ -31,9 +31,9 @@ public:
 private:
     char* put_name(text_buffer& out, char* to, std::u16string_view name);
     char* put_path_fields(text_buffer& out, char* to, const journal_entry& entry);
-    char* put_history_fields(text_buffer& out, char* to, const journal_entry& entry);
     char* put_number(char* to, std::uint64_t value, std::size_t digits) const;
     char* put_opening(char* to, const journal_entry& entry) const;
+    [[nodiscard]] std::string_view path_of(const journal_entry& entry, std::string_view directory);
     [[nodiscard]] std::string_view escaped(const std::string& text);
 
     const layout_settings& settings_;

@@ -1,6 +1,4 @@
 """-complete as a user sees it: the account, texts that cannot forge a row, the line that speaks of it without it."""
-import csv
-import io
 import re
 import xml.etree.ElementTree
 
@@ -17,18 +15,18 @@ def hostile_journal(lorq):
     """Of these names all but the last are closed; one more has no time, and bytes stand behind it."""
     records = [record(name, CLOSE | 0x102, usn) for usn, name in enumerate(HOSTILE)]
     records[-1] = record(HOSTILE[-1], 0x100, 0)
-    broken = bytearray(record())
-    broken[32:40] = bytes(8)
-    lorq.write("j", page(*records, broken, b"junk"))
+    lorq.write("j", page(*records, record(filetime=0), b"junk"))
     return len(HOSTILE)
 
 
 def test_every_record_is_a_row_and_every_row_a_record(lorq):
+    """Also where the program's own words hold the separator."""
     names = hostile_journal(lorq)
     rest = "1 not sound; 4 bytes were no records"
-    for layout, closed_only in ("-csv", True), ("-csvgen", True), ("-csvl2t", False), ("-bodyfile", False), ("-xml", True), \
-            ("-multiline", True), ("", True):
+    separated = [f"-no_whitespace -csv_separator {separator}" for separator in (";", ":", "-", "::", "tab")]
+    for layout in "-csv", "-csvgen", "-csvl2t", "-bodyfile", "-xml", "-multiline", "", *separated:
         done = lorq("-file", "j", "-complete", "-quiet", *layout.split())
+        closed_only = layout not in ("-csvl2t", "-bodyfile")
         written = names - closed_only
         account = f"read {names + 1} records: {written} written, {'1 not closed, ' * closed_only}{rest}"
         assert (done.code, done.err) == (0, account + "\n")
@@ -42,10 +40,10 @@ def test_every_record_is_a_row_and_every_row_a_record(lorq):
         elif layout == "-multiline":
             assert [line.count(":") > 0 for line in body.split("\n")] == ([True] * 9 + [False]) * written + [False]
         else:
-            separator = {"-bodyfile": "|", "": "|"}.get(layout, ",")
-            rows = list(csv.reader(io.StringIO(body, newline=""), delimiter=separator, quoting=csv.QUOTE_NONE, strict=True))
+            own = layout.split()[-1] if layout in separated else {"-bodyfile": "|", "": " | "}.get(layout, ",")
+            rows = [line.split("\t" if own == "tab" else own) for line in body.split("\n")[:-1]]
             rows = rows if layout == "-bodyfile" else rows[1:]
-            assert len(rows) == written and len({len(row) for row in rows}) == 1
+            assert len(rows) == written and {len(row) for row in rows} == {{"-bodyfile": 11, "-csvl2t": 17}.get(layout, 10)}
             column = {"-bodyfile": 1, "-csvl2t": 9}.get(layout, 8)
             assert len({row[column] for row in rows}) == written
 
@@ -61,15 +59,3 @@ def test_a_terminal_is_told_what_is_left_out(lorq):
     lorq.write("zero", bytes(PAGE))
     done = lorq("-file", "zero", "-complete", "-quiet")
     assert done.code == FAILED and done.err.endswith("read 0 records\n")
-
-
-@linux_only
-def test_options_of_other_layouts_do_not_open_a_door(lorq):
-    """A separator that the program's own words hold, too."""
-    written = hostile_journal(lorq) - 1
-    for separator in ";", ":", "-", "::", " ", "tab":
-        done = lorq("-file", "j", "-complete", "-quiet", "-csv_separator", separator, "-no_whitespace")
-        glue = {"tab": "\t", " ": ""}.get(separator, separator)
-        if not glue:
-            continue  # nothing is left of it
-        assert [line.count(glue) for line in done.out.splitlines()[3:]] == [9] * (written + 1)

@@ -1,4 +1,5 @@
-"""The manual page and the completion have exactly the options that the program takes; the README shows its output."""
+"""The manual page and the completion have exactly the options that the program takes, the manual page and the README every key
+of its JSON; the README shows its output."""
 import pathlib
 import re
 
@@ -27,6 +28,15 @@ def test_manual_and_completion(lorq):
     assert manual_options() == taken_options()
     script = f"source '{ROOT}/docs/lorq.bash-completion'; COMP_WORDS=(lorq ''); COMP_CWORD=1; _lorq; echo ${{COMPREPLY[@]}}"
     assert set(lorq.tool("bash", "-c", script).decode().split()) == taken_options()[0]
+
+
+def test_readers_of_json_are_told_every_key():
+    sources = "".join(source.read_text() for source in (ROOT / "src/output").glob("json_*.cpp"))
+    written = set(re.findall(r'\\"(\w+)\\":', sources))
+    section = re.search(r"(?s)\.Sh JSON LINES\n(.*?)\.Sh ", (ROOT / "docs/lorq.1").read_text())[1]
+    assert {key for item in re.findall(r"\.It Li (.*)", section) for key in item.split(" , ")} == written
+    columns = re.search(r"(?s)columns = {(.*?)}", (ROOT / "README.md").read_text())[1]
+    assert set(re.findall(r"(\w+)\"?: '", columns)) == written
 
 
 def test_readme_shows_what_the_program_writes(lorq):

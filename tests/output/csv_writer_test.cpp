@@ -125,39 +125,6 @@ TEST(CsvWriter, PathColumnsAndPulledTimes) {
     expect("", blanks(10) + " | valid      | \\a,b\n\\x   ");
 }
 
-TEST(CsvWriter, PathHistory) {
-    journal_entry entry = sample_entry();
-    entry.name = u"x";
-    entry.parent_path = "[root]\\then\\";
-    entry.path_now = "[root]\\n,w\\";
-    entry.basis = path_basis::likely;
-    entry.status = mft_status::valid;
-    const auto expect = [&](const std::string& options, const std::string& line, const std::string& header) {
-        const std::string text = written(options + " -path_history -username u", {entry});
-        const std::size_t names = text.find("type change") + 11;
-        EXPECT_EQ(text.substr(text.find("file_closed") + 11), line + "\n") << options;
-        EXPECT_EQ(text.substr(names, text.find('\n', names) - names), header);
-    };
-    const std::string header = ",MFT status,Path,path basis,Path now,user acct";
-    expect("-csv", ",valid,[root]\\then\\x,likely,[root]\\n w\\x,u", header);
-    expect("", blanks(10) + " | valid      | [root]\\then\\x | likely     | [root]\\n,w\\x | u        ",
-           blanks(24) + " | MFT status | Path       | path basis | Path now   | user acct");
-    expect("-multiline",
-           "\nMFT status:  valid        \nPath:        [root]\\then\\x\npath basis:  likely       \n"
-           "Path now:    [root]\\n,w\\x \nuser acct:   u            \n",
-           ": file_created; file_closed");
-    entry.status = mft_status::parent_gone;
-    entry.path_now = {};
-    entry.basis = path_basis::remnant;
-    expect("-csvgen", ",del/parent,[root]\\then\\x,remnant,,u", header);
-    entry.status = mft_status::unknown;
-    entry.parent_path = "[unknown 9-2]\\";
-    entry.basis = path_basis::partial;
-    expect("-csv -pulltimes", ",,, ,, ,, ,, ,[unknown 9-2]\\x,partial,,u",
-           ",MFT status,mdate, time-UTC,adate, time-UTC,mftdate, time-UTC,cdate, time-UTC,Path,path basis,Path now,"
-           "user acct");
-}
-
 TEST(CsvWriter, NamesOfEveryKind) {
     const auto name_cell = [](bool csv, const std::u16string& name) {
         journal_entry entry = sample_entry();

@@ -22,14 +22,6 @@ TEST(JsonWriter, EveryKeyInItsPlace) {
         R"("mft_entry":42,"mft_sequence":3,"parent_entry":5,"parent_sequence":5,)"
         R"("update_sequence_number":4096,"update_reason":["USN_REASON_FILE_CREATE","USN_REASON_CLOSE"],)"
         R"("update_reason_flags":2147483904,"update_source_flags":0,)";
-    EXPECT_EQ(written("-jsonl"),
-              R"({"message":"report.docx: file_created; file_closed","datetime":"2024-01-02T12:34:56.7891234+00:00",)"
-              R"("timestamp":1704198896789123,"timestamp_desc":"USN Created","data_type":"fs:ntfs:usn_change",)"
-              R"("filename":"report.docx","extension":"docx",)" +
-                  file +
-                  R"("security_id":0,"file_attribute_flags":32,"file_attributes":["FILE_ATTRIBUTE_ARCHIVE"],)"
-                  R"("record_origin":"journal","usn_version":2,"source":"j"})"
-                  "\n");
     journal_entry entry = sample_entry();
     entry.parent_path = "[root]\\Users\\a\"\u00e9\\";
     entry.name = u"\"X\".PN\u00c9";
@@ -55,50 +47,36 @@ TEST(JsonWriter, EveryKeyInItsPlace) {
             "\n");
     entry.parent_path = "[root]\\";
     EXPECT_EQ(between(written(options, {entry}), "path", "mft_status"), R"("path":"\\\"X\".PNÉ","directory":"\\")");
-    // As they were and are, with half a surrogate pair as -complete keeps it in a path.
-    entry.parent_path = "[unknown 7-2]\\x\xED\xA0\xBD\\";
-    entry.basis = path_basis::partial;
-    entry.path_now = "[root]\\now\\";
-    EXPECT_EQ(between(written("-jsonl -path_history", {entry}), "path", "file_reference"),
-              R"("path":"[unknown 7-2]\\x�\\\"X\".PNÉ","directory":"[unknown 7-2]\\x�","path_basis":"partial",)"
-              R"("path_now":"\\now\\\"X\".PNÉ","mft_status":"valid")");
     entry.status = mft_status::parent_gone;
     entry.parent_path = {};
     EXPECT_EQ(between(written(options, {entry}), "extension", "file_reference"),
               R"("extension":"pné","mft_status":"del/parent")");
     entry = sample_entry();
-    entry.file_attributes = 0x45A008;
     entry.version = 3;
     entry.has_details = true;
     entry.details.parent_ref_high = 0xABC;
     EXPECT_EQ(
         between(written("-jsonl", {entry}), "file_reference", "update_sequence_number"),
         R"("file_reference":"42-3","parent_file_reference":"0000000000000abc0005000000000005","mft_entry":42,"mft_sequence":3)");
-    EXPECT_EQ(between(written("-jsonl", {entry}), "file_attribute_flags", "record_origin"),
-              R"("file_attribute_flags":4562952,"file_attributes":["0x00000008","FILE_ATTRIBUTE_NOT_CONTENT_INDEXED",)"
-              R"("FILE_ATTRIBUTE_INTEGRITY_STREAM","FILE_ATTRIBUTE_VIRTUAL","FILE_ATTRIBUTE_RECALL_ON_OPEN",)"
-              R"("FILE_ATTRIBUTE_RECALL_ON_DATA_ACCESS"])");
 }
 
 TEST(JsonWriter, TimesAndTheRecordsThatAreWritten) {
-    const std::tuple<std::uint64_t, std::string> cases[] = {
-        {116'444'736'000'000'000,
-         R"("1970-01-01T00:00:00.0000000+00:00","timestamp":0,"timestamp_desc":"USN Created")"},
-        {116'444'735'999'999'999,
-         R"("1969-12-31T23:59:59.9999999+00:00","timestamp":-1,"timestamp_desc":"USN Created")"},
-        {116'444'735'999'999'990,
-         R"("1969-12-31T23:59:59.9999990+00:00","timestamp":-1,"timestamp_desc":"USN Created")"},
-        {1, R"("1601-01-01T00:00:00.0000001+00:00","timestamp":-11644473600000000,"timestamp_desc":"USN Created")"},
-        {2'650'467'743'999'999'999,
-         R"("9999-12-31T23:59:59.9999999+00:00","timestamp":253402300799999999,"timestamp_desc":"USN Created")"},
-        {2'650'467'744'000'000'000,
-         R"("1970-01-01T00:00:00.0000000+00:00","timestamp":0,"timestamp_desc":"USN Without Time","time_missing":true)"},
+    constexpr std::uint64_t epoch = 116'444'736'000'000'000, year_10000 = 2'650'467'744'000'000'000;
+    const std::tuple<std::uint64_t, std::string, std::string> cases[] = {
+        {epoch, "1970-01-01T00:00:00.0000000", "0"},
+        {epoch - 1, "1969-12-31T23:59:59.9999999", "-1"},
+        {epoch - 10, "1969-12-31T23:59:59.9999990", "-1"},
+        {1, "1601-01-01T00:00:00.0000001", "-11644473600000000"},
+        {year_10000 - 1, "9999-12-31T23:59:59.9999999", "253402300799999999"},
+        {year_10000, "1970-01-01T00:00:00.0000000", "0"},
     };
-    for (const auto& [filetime, expected] : cases) {
+    for (const auto& [filetime, datetime, timestamp] : cases) {
+        const bool timed = filetime < year_10000;
         const std::string line = written("-a -jsonl", {sample_entry(0x80000100, filetime)});
-        EXPECT_EQ(between(line, "datetime", "data_type"), "\"datetime\":" + expected);
-        EXPECT_EQ(written("-jsonl", {sample_entry(0x80000100, filetime)}),
-                  filetime < 2'650'467'744'000'000'000 ? line : "");
+        EXPECT_EQ(between(line, "datetime", "data_type"),
+                  "\"datetime\":\"" + datetime + "+00:00\",\"timestamp\":" + timestamp + ",\"timestamp_desc\":\"USN " +
+                      (timed ? "Created\"" : "Without Time\",\"time_missing\":true"));
+        EXPECT_EQ(written("-jsonl", {sample_entry(0x80000100, filetime)}), timed ? line : "");
     }
     EXPECT_EQ(written("-jsonl", {sample_entry(0x100), journal_entry{}}), "");
     EXPECT_EQ(written("-jsonl -a", {journal_entry{}}), "");
@@ -110,30 +88,21 @@ TEST(JsonWriter, TimesAndTheRecordsThatAreWritten) {
     entry.has_details = true;
     entry.details.extents = {{0, 65536}, {1 << 20, -1}};
     EXPECT_EQ(written("-jsonl", {entry}), "");
-    EXPECT_EQ(written("-jsonl -a -show_dir_path", {entry}),
-              R"({"message":"range change","datetime":"1970-01-01T00:00:00.0000000+00:00","timestamp":0,)"
-              R"("timestamp_desc":"USN Without Time","time_missing":true,"data_type":"fs:ntfs:usn_change",)"
-              R"("mft_status":"del/entry","file_reference":"42-3","parent_file_reference":"5-5",)"
-              R"("mft_entry":42,"mft_sequence":3,"parent_entry":5,"parent_sequence":5,"update_sequence_number":4096,)"
-              R"("update_reason":["USN_REASON_DATA_EXTEND"],"update_reason_flags":2,"update_source_flags":0,)"
-              R"("extents":[[0,65536],[1048576,-1]],"record_origin":"journal","usn_version":4,"source":"j"})"
-              "\n");
+    const std::string line = written("-jsonl -a -show_dir_path", {entry});
+    EXPECT_EQ(between(line, "data_type", "mft_entry"),
+              R"("data_type":"fs:ntfs:usn_change","mft_status":"del/entry","file_reference":"42-3",)"
+              R"("parent_file_reference":"5-5")");
+    EXPECT_EQ(between(line, "update_source_flags", "usn_version"),
+              R"("update_source_flags":0,"extents":[[0,65536],[1048576,-1]],"record_origin":"journal")");
 }
 
 TEST(JsonWriter, TheFirstThatAppliesDescribesAReason) {
-    const std::pair<std::uint32_t, const char*> in_order[] = {{0x200, "Deleted"},
-                                                              {0x2000, "Renamed"},
-                                                              {0x1000, "Renamed From"},
-                                                              {0x100, "Created"},
-                                                              {0x1, "Data Overwritten"},
-                                                              {0x2, "Data Added"},
-                                                              {0x4, "Data Truncated"},
-                                                              {0x40, "Stream Changed"},
-                                                              {0x800, "Security Changed"},
-                                                              {0x8000, "Attributes Changed"},
-                                                              {0x10000, "Hard Link Changed"},
-                                                              {0x400, "Other Change"},
-                                                              {0x80000000, "Closed"}};
+    // clang-format off
+    const std::pair<std::uint32_t, const char*> in_order[] = {
+        {0x200, "Deleted"}, {0x2000, "Renamed"}, {0x1000, "Renamed From"}, {0x100, "Created"}, {0x1, "Data Overwritten"},
+        {0x2, "Data Added"}, {0x4, "Data Truncated"}, {0x40, "Stream Changed"}, {0x800, "Security Changed"},
+        {0x8000, "Attributes Changed"}, {0x10000, "Hard Link Changed"}, {0x400, "Other Change"}, {0x80000000, "Closed"}};
+    // clang-format on
     std::uint32_t reason = 0;
     for (std::size_t i = std::size(in_order); i-- > 0;) {
         reason |= in_order[i].first;
@@ -182,16 +151,7 @@ TEST(JsonWriter, ARecordThatIsFoundAgainIsWrittenOnce) {
         std::getline(lines, line);
         EXPECT_EQ(between(line, "record_origin", "usn_version"), expected);
     }
-    for (const std::string layout : {"-csv", "-multiline", "-csvl2t", "-bodyfile", "-xml", "-jsonl"}) {
-        const auto count = [&](const std::string& text) {
-            std::size_t found = 0;
-            for (std::size_t at = 0; (at = text.find("report.docx", at)) != std::string::npos; ++at) ++found;
-            return found;
-        };
-        const std::size_t each = count(written(layout));
-        EXPECT_EQ(count(run(layout, 0)), 11 * each);
-        EXPECT_EQ(count(run(layout + " -unique", 8)), 3 * each);
-        // What is counted knows nothing of what is chosen.
-        EXPECT_EQ(count(run(layout + " -unique -to 2024-01-02", 8)), 0U);
-    }
+    // What is counted knows nothing of what is chosen.
+    EXPECT_EQ(std::ranges::count(run("-bodyfile -unique", 8), '\n'), 3);
+    EXPECT_EQ(run("-bodyfile -unique -to 2024-01-02", 8), "");
 }

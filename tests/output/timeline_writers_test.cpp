@@ -73,16 +73,3 @@ TEST(L2tWriter, NamesAndPaths) {
     entry.parent_path = {};
     expect_path("");
 }
-
-TEST(Timelines, PathHistory) {
-    journal_entry entry = sample_entry(0x100);
-    entry.name = u"x|y,z";
-    entry.parent_path = "[root]\\a|b,c\\";
-    entry.path_now = "[root]\\d\\";
-    entry.basis = path_basis::remnant;
-    entry.status = mft_status::parent_gone;
-    EXPECT_EQ(written_line("-csvl2t -path_history", entry),
-              "2024-01-02, 12:34:56.789,UTC,...B,USNJRNL,NTFS:$UsnJrnl:$J,file created,,,x|y z,[root]\\a|b c\\x|y z,2,"
-              "x|y z,0x0000002a,parent inode: 0x00000005,lorq (korvane),seq num: 0x0003; path basis: remnant\n");
-    EXPECT_EQ(written("-bodyfile -path_history", {entry}), "0|[root]\\a;b,c\\x;y,z|42||0|0|0|0|0|0|1704198896\n");
-}

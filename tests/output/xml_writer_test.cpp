@@ -67,27 +67,6 @@ TEST(XmlWriter, DecimalNumbersPathsAndPulledTimes) {
                "\t<SICreatedDate>2024-01-03</SICreatedDate>\n\t<SICreatedTime>12:34:56.789</SICreatedTime>\n");
 }
 
-TEST(XmlWriter, PathHistory) {
-    journal_entry entry = sample_entry();
-    entry.name = u"x";
-    entry.parent_path = "[root]\\a&b\\";
-    entry.path_now = "[root]\\<c>\\";
-    entry.status = mft_status::valid;
-    const auto end = [&](const std::string& options) {
-        const std::string text = written("-xml -path_history" + options, {entry});
-        return text.substr(text.find("\t<MFTStatus>"));
-    };
-    EXPECT_EQ(end(" -xml_escape"),
-              "\t<MFTStatus>valid</MFTStatus>\n\t<path>[root]\\a&amp;b\\x</path>\n\t<PathBasis>exact</PathBasis>\n"
-              "\t<PathNow>[root]\\&lt;c&gt;\\x</PathNow>\n</data_entry>\n");
-    entry.status = mft_status::unknown;
-    entry.path_now = {};
-    entry.basis = path_basis::likely;
-    EXPECT_EQ(end(" -pulltimes"),
-              "\t<MFTStatus></MFTStatus>\n\t<path>[root]\\a&b\\x</path>\n\t<PathBasis>likely</PathBasis>\n"
-              "\t<PathNow></PathNow>\n</data_entry>\n");
-}
-
 TEST(XmlWriter, NamesInBothWaysOfEscaping) {
     const std::tuple<std::u16string, std::string, std::string> cases[] = {
         {u"", "", ""},
