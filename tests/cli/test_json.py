@@ -16,7 +16,7 @@ DUCKDB = pathlib.Path(__file__).parents[1] / "duckdb"
 
 
 def told(line):
-    """The same of a line."""
+    """What `decoded` gives of a record, from its line."""
     keys = ["file_reference", "parent_file_reference", "usn_version", "extents", "security_id", "file_attribute_flags",
             "file_attributes", "update_sequence_number", "update_reason_flags", "update_source_flags", "update_reason"]
     found = {key: line[key] for key in keys if key in line}

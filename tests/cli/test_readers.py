@@ -9,7 +9,7 @@ import xml.etree.ElementTree
 import pytest
 
 from conftest import FAILED, WINDOWS
-from journal import changes, page, record
+from journal import decoded, page, record
 from test_failures import HEADER
 
 HOSTILE = ["a<b&c>\"d'.txt", "]]>&lt;--", "tab\tcr\rlf\ncrlf\r\n", " blanks ", "\u00e9\U0001F600", "%41|,;", "\ud800x\udc41",
@@ -49,9 +49,10 @@ def test_mactime_lists_what_was_recorded(lorq):
     listed = {(calendar.timegm(time.strptime(row[0], "%Y-%m-%dT%H:%M:%SZ")), row[7], int(row[6]), letter)
               for row in table if not row[0].startswith("0000")
               for letter in row[2].replace(".", "")}
-    assert listed == {(filetime // 10_000_000 - 11_644_473_600, name, entry, letter)
-                      for filetime, reason, entry, name in changes(lorq.path("made").read_bytes())
-                      for letter, reasons in SLOTS.items() if reason & reasons}
+    assert listed == {(one["ticks"] // 10_000_000 - 11_644_473_600, one["filename"].decode("utf-16-le"),
+                       int(one["file_reference"].split("-")[0]), letter)
+                      for one in decoded(lorq.path("made").read_bytes())
+                      for letter, reasons in SLOTS.items() if one["update_reason_flags"] & reasons}
 
 
 @pytest.mark.parametrize("layout, fields", [(["-csv", "-a"], 10), (["-csvl2t"], 17), (["-csvl2t", "-pair_datetime"], 16)])
@@ -62,10 +63,11 @@ def test_csv_readers_find_every_record_in_order(lorq, layout, fields):
         rows = list(csv.reader(list(table)[3:], strict=True))
     with open(lorq.path(made), "rb") as journal:
         journal.seek(1 << 30)
-        expected = sorted(changes(journal.read()), key=lambda change: change[0])
+        expected = sorted(decoded(journal.read()), key=lambda one: one["ticks"])
     wanted, column = (~0, "filename") if "-csv" in layout else (sum(SLOTS.values()), "short")
     assert {len(row) for row in rows} == {fields}
-    assert [row[rows[0].index(column)] for row in rows[1:]] == [name for _, reason, _, name in expected if reason & wanted]
+    assert [row[rows[0].index(column)] for row in rows[1:]] == [
+        one["filename"].decode("utf-16-le") for one in expected if one["update_reason_flags"] & wanted]
 
 
 @pytest.mark.skipif(not os.path.exists(os.environ.get("LORQ_TWIN", "")), reason="no program of another system to compare with")
