@@ -20,8 +20,8 @@ public:
     // is missing.
     void take(byte_view chunk, std::span<const placed_part> parts);
 
-    // Bytes of the journal that could not be read.
-    void lose() { walk_.lost(); }
+    // Bytes of the source that could not be read: of the journal, unless the walk has ended.
+    void lose();
 
     // The bytes at a carved record. No more chunks come.
     void take_carved(byte_view bytes);

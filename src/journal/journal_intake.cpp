@@ -35,8 +35,16 @@ bool journal_intake::walk(byte_view chunk, std::span<const placed_part> parts) {
     });
 }
 
-bool journal_intake::carve(byte_view chunk, const carving_pass& pass) {
+void journal_intake::end_walk() {
     if (history_ != nullptr) history_->end_walk();
+}
+
+std::unique_ptr<gathered_history> journal_intake::take_history() {
+    end_walk();
+    return std::move(history_);
+}
+
+bool journal_intake::carve(byte_view chunk, const carving_pass& pass) {
     return take(chunk, phase::carve, [&] {
         if (complete_) {
             strays_.take(records_, chunk, pass, scratch_, history_.get());

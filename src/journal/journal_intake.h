@@ -26,7 +26,7 @@ public:
     // Before the first chunk: gathers what is told of the paths that files had, for path resolution, which takes it;
     // null when it was not gathered.
     void gather_history() { history_ = std::make_unique<gathered_history>(meter_); }
-    [[nodiscard]] std::unique_ptr<gathered_history> take_history() { return std::move(history_); }
+    [[nodiscard]] std::unique_ptr<gathered_history> take_history();
 
     // A chunk of the $J stream or of an extracted file, whole 4096-byte pages from the stream's start on, in a complete
     // intake also parts of them. Its image_offset is its place in the stream, and the offset to report for its first
@@ -36,6 +36,9 @@ public:
     // The same where other offsets are to be reported: of parts that lie apart on the source, the first of which begins
     // with the chunk. Without `complete` that of the first stands for all.
     bool walk(byte_view chunk, std::span<const placed_part> parts);
+
+    // No more of the journal comes: what is lost from here on is none of it. Before the first carving.
+    void end_walk();
 
     // Bytes that no structure points at any more, under one pass. The image_offset is their place on the source. True
     // when they held entries.

@@ -3,7 +3,6 @@
 namespace {
 
 directory_places finished(gathered_history& told, const mft_testimony* mft) {
-    told.end_walk();
     told.places().finish(mft);
     return std::move(told.places());
 }

@@ -50,7 +50,6 @@ public:
     // Of a name that was cut short nothing can be told.
     void tell(const journal_collection& records, gathered_history& told) const {
         if (!any_) return;
-        told.end_walk();
         records.for_each_of_journal([&](const packed_record& one) {
             const bool tells = (one.file_attributes & attribute_directory) == 0 && one.name_units != 0 &&
                                !may_be_cut(one) && hints_[place_of(one.file_ref)] && is_parent(one.file_ref) &&

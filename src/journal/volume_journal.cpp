@@ -92,10 +92,8 @@ private:
     std::vector<placed_part> parts_;
 };
 
-}  // namespace
-
-journal_found read_volume_journal(ntfs_volume& volume, journal_intake& intake, progress& shown,
-                                  const std::function<void()>& found) {
+journal_found walk_journal(ntfs_volume& volume, journal_intake& intake, progress& shown,
+                           const std::function<void()>& found) {
     run_meter& meter = intake.meter();
     const in_phase reading(meter, phase::read);
     mft_entry entry;
@@ -123,4 +121,13 @@ journal_found read_volume_journal(ntfs_volume& volume, journal_intake& intake, p
     intake.lose(1, lost_bytes);
     meter.count(phase::read, intake.records().size(), 0);
     return journal_found::yes;
+}
+
+}  // namespace
+
+journal_found read_volume_journal(ntfs_volume& volume, journal_intake& intake, progress& shown,
+                                  const std::function<void()>& found) {
+    const journal_found result = walk_journal(volume, intake, shown, found);
+    intake.end_walk();
+    return result;
 }

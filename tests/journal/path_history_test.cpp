@@ -243,6 +243,7 @@ TEST(PathHistory, WhatIsFoundOutOnceAllRecordsAreThere) {
     fill_page(other);
     run one;
     one.intake.walk(byte_view(std::span(journal).subspan(4096), 4096));
+    one.intake.end_walk();
     one.intake.carve(byte_view(other, 1U << 20U), {.origin = record_origin::slack, .entry_bound = 1000, .label = {}});
     resolve_past_paths(one.intake.records(), one.intake.take_history(), false);
     ordered_reader records(one.intake.records(), one.meter);
