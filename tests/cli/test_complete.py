@@ -1,9 +1,13 @@
 """-complete as a user sees it: the account, texts that cannot forge a row, the line that speaks of it without it."""
+import json
+import os
 import re
 import xml.etree.ElementTree
 
+import pytest
+
 from conftest import FAILED, linux_only
-from journal import CLOSE, PAGE, page, record
+from journal import CLOSE, PAGE, decoded, page, record
 from test_failures import said
 
 # Line feed, carriage return, escape, separators of every layout, direction, surrogates, and what looks like their marks.
@@ -59,3 +63,27 @@ def test_a_terminal_is_told_what_is_left_out(lorq):
     lorq.write("zero", bytes(PAGE))
     done = lorq("-file", "zero", "-complete", "-quiet")
     assert done.code == FAILED and done.err.endswith("read 0 records\n")
+
+
+@pytest.mark.parametrize("cluster", [512, 1024, 65536])
+def test_what_was_deleted_is_found_whole_in_free_clusters(lorq, cluster):
+    """Both versions, names of 255 units, files of a cloud, sequence and entry numbers beyond the MFT of today."""
+    odd = [record("n" * 255, usn=PAGE, attributes=0x501620), record(usn=PAGE + 576, entry=40 | 0xF001 << 48),
+           record(usn=PAGE + 648, entry=1 << 40 | 1 << 48), record(usn=PAGE + 720, reason=CLOSE | 0x01C00000)]
+    lorq.make("--records", "3000", "--versions", "2:5,3")
+    content = page(*odd) + lorq.path("made").read_bytes()
+    lorq.write("deleted", page(record("first", usn=0)) + content)
+    lorq.make_volume(f"--cluster {cluster} --size 32M", journal="j")
+    with open(lorq.path("v"), "r+b") as image:
+        os.pwrite(image.fileno(), content, 24 << 20)
+    expected = list(decoded(content))
+    done = lorq("-image", "v", "-include_unalloc_clusters", "-complete", "-a", "-jsonl", "-quiet")
+    found = [json.loads(line) for line in done.out.splitlines()]
+    number = len(expected) + 1
+    assert (done.code, done.err) == (0, f"read {number} records: {number} written\n")
+    keys = ["file_reference", "update_sequence_number", "usn_version"]
+    assert sorted([[line[key] for key in keys] for line in found if line["record_origin"] == "unallocated"]) == sorted(
+        [one[key] for key in keys] for one in expected)
+    assert max(len(line["filename"]) for line in found) == 255
+    assert {line["foreign"] for line in found if line["mft_entry"] == 1 << 40} == {True}
+    assert lorq("-file", "deleted", "-complete", "-a", "-quiet").err == f"read {number} records: {number} written\n"

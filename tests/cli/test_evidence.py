@@ -4,6 +4,7 @@ import hashlib
 import os
 import pathlib
 import re
+import subprocess
 
 import pytest
 
@@ -135,9 +136,11 @@ def test_no_option_touches_a_source(request, caller):
 def test_no_output_goes_to_a_device_or_to_the_image_behind_one(lorq):
     lorq.make_volume("--size 4M", records=200)
     before = lorq.path("v").read_bytes()
-    without_sys = ["unshare", "--mount", "sh", "-c", 'umount --lazy /sys; "$@"', "sh", *lorq.command]
+    commands = [lorq.command]
+    if subprocess.run(["unshare", "--mount", "umount", "--lazy", "/sys"], check=False).returncode == 0:  # not in a chroot
+        commands.append(["unshare", "--mount", "sh", "-c", 'umount --lazy /sys; "$@"', "sh", *lorq.command])
     with lorq.loop_device() as node:
-        for lorq.command in lorq.command, without_sys:
+        for lorq.command in commands:
             for arguments in ["-partition", node, "-out", "v"], ["-image", "v", "-out", node, "-append"]:
                 done = lorq("-quiet", *arguments)
                 assert done.code == FAILED and said(done).startswith("prob opening file ")
