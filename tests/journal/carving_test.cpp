@@ -265,6 +265,31 @@ TEST(carve_shadow_stores, keeps_to_what_the_catalog_still_says) {
               std::string::npos);
 }
 
+TEST(carve_shadow_stores, what_all_repeat_is_told_once) {
+    const bytes one = record_named(u"one"), two = record_named(u"two"), both = joined({one, two});
+    ntfs_image_builder made = volume_with_copies(shadow_catalog({{3, 1, 1000 * 512, reference(9, 7)},
+                                                                 {3, 2, 1004 * 512, reference(10, 7)},
+                                                                 {3, 3, 1008 * 512, reference(11, 7)}},
+                                                                2048));
+    for (std::size_t i = 0; i < 3; ++i) {
+        made.write((1000 + 4 * i) * 512, laid_out(256, {{0x90, bytes(16, static_cast<std::uint8_t>(i + 1))}}));
+        made.put(9 + i, {.attributes = {{.runs = run_list({{1100 + 10 * i, 1}}), .real_size = 512}}});
+        made.write((1100 + 10 * i) * 512, i < 2 ? both : joined({one, with_number(two, 24, 8, 0x1008)}));  // the USN
+    }
+    carving on(made.image);
+    on.intake.walk(byte_view(both));
+    carve_shadow_stores(on.run);
+    ordered_reader records(on.intake.records(), on.meter, true);
+    std::string text;
+    for (journal_entry entry; records.next(entry);) {
+        text += std::string(entry.name.begin(), entry.name.end()) + (entry.origin == record_origin::journal ? "" : "*");
+        for (const found_elsewhere& other : entry.also_in) text += " " + std::string(other.label.substr(8, 8));
+        text += "\n";
+    }
+    EXPECT_EQ(text, "one 01010101 02020202 03030303\ntwo 01010101 02020202\ntwo*\n");
+    EXPECT_EQ(records.repeats(), 5U);
+}
+
 std::string carved(const bytes& source, std::size_t piece, std::uint32_t cluster_size, std::uint64_t bound = 1000,
                    std::size_t gap_behind = ~std::size_t{0}) {
     run_meter meter;
