@@ -19,6 +19,7 @@ else()
     install(FILES docs/lorq.bash-completion DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME lorq)
     install(FILES README.md CHANGELOG.md docs/third-party.md docs/package/copyright ${PROJECT_BINARY_DIR}/changelog.gz
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
+    install(FILES docs/package/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME lorq)
 endif()
 add_dependencies(packed lorq)
 
