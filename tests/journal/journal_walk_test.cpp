@@ -81,4 +81,24 @@ TEST(CompleteWalk, KeepsWhatIsSoundAndAccountsForTheRest) {
     for (const auto& [chunk, found] : cases) EXPECT_EQ(walked_both_ways(chunk), found);
 }
 
+TEST(CompleteWalk, ABadSectorCostsWhatTouchesIt) {
+    for (const int fill : {0, 1, 127}) {
+        bytes page;
+        std::string untouched;
+        for (char16_t letter = u'A'; letter < u'A' + 30; ++letter) {
+            const bytes record = record_named({letter, u'-', u'-', u'-', u'-'});  // of 72 bytes
+            if (page.size() + record.size() <= 512 || page.size() >= 1024) {
+                untouched += (untouched.empty() ? "" : " ") + std::string(1, static_cast<char>(letter)) + "----@" +
+                             std::to_string(page.size());
+            }
+            append(page, record);
+        }
+        std::fill_n(page.begin() + 512, 512, static_cast<std::uint8_t>(fill));
+        run_meter meter;
+        journal_intake complete(meter, true);
+        complete.walk(byte_view(page));
+        EXPECT_EQ(listed(complete.records()), untouched);
+    }
+}
+
 }  // namespace
