@@ -41,7 +41,7 @@ struct exported_mft {
                      static_cast<std::int64_t>(one.last_usn), one.name};
             return true;
         };
-        return {origin, static_cast<std::int64_t>(moment), ask};
+        return {origin, [moment] { return static_cast<std::int64_t>(moment); }, ask};
     }
 };
 
@@ -339,7 +339,8 @@ constexpr std::uint64_t root = reference(5, 5), a = reference(40, 1), b = refere
 // An MFT of one entry.
 mft_testimony mft_of(std::uint64_t entry, mft_witness says, mft_origin origin = mft_origin::volume,
                      std::uint64_t moment = 0) {
-    return {origin, static_cast<std::int64_t>(moment), [=](std::uint64_t asked, mft_witness& found) {
+    return {origin, [=] { return static_cast<std::int64_t>(moment); },
+            [=](std::uint64_t asked, mft_witness& found) {
                 found = says;
                 return asked == entry;
             }};
