@@ -50,9 +50,11 @@ public:
     std::uint64_t child() { return say({.name = u"child", .file_ref = reference(99, 1)}); }
     void lose() { append(journal, bytes(16)); }
 
-    // Children up to where so many bytes of the page are left.
-    void fill_up_to(std::size_t left) {
-        while (journal.size() + 72 + left <= 4096) child();
+    // Children up to where so many bytes of the page are left, and what stands there.
+    void end_page(std::size_t left, const bytes& rest = {}) {
+        while (journal.size() + 72 + left <= page) child();
+        append(journal, rest);
+        fill_page(journal);
     }
 
     void mft_says(std::uint64_t entry, const mft_witness& says, mft_origin origin = mft_origin::volume,
@@ -64,7 +66,7 @@ public:
                }};
     }
 
-    // Word and path of a directory at a USN, when it was asked about another one just before.
+    // Word and path of a directory at a USN, when it and all others were asked for at another one before.
     std::string ask(std::uint64_t directory, std::uint64_t usn, std::int64_t other = 0) const {
         directory_places places;
         history_walk walk(places);
@@ -78,9 +80,15 @@ public:
         }
         const std::uint32_t number = places.number_of(directory);
         places.finish(mft.ask ? &mft : nullptr);
+        const auto count = static_cast<std::uint32_t>(places.size());
         path_history history(std::move(places), false);
+        const auto asked = [&] { return history.path_at(number, static_cast<std::int64_t>(usn)); };
+        for (std::uint32_t one = 0; one < count; ++one) {
+            (void)asked();
+            (void)history.path_at(one, other);
+        }
         (void)history.path_at(number, other);
-        const path_history::past_path path = history.path_at(number, static_cast<std::int64_t>(usn));
+        const path_history::past_path path = asked();
         return words[static_cast<std::size_t>(path.basis)] + std::string(path.text);
     }
 
@@ -192,9 +200,9 @@ TEST(PathHistory, WhatIsNoGapAndWhatIs) {
     } cases[] = {{"exact ", [](scene& of) { of.say({.version = 4}); }},
                  {"likely", [](scene& of) { of.say({.file_ref = 99}); }},  // no sequence number
                  {"likely", [](scene& of) { of.lose(); }},
-                 {"exact ", [](scene& of) { of.fill_up_to(0), fill_page(of.journal); }},
-                 {"likely", [](scene& of) { of.fill_up_to(72), fill_page(of.journal); }},
-                 {"likely", [](scene& of) { of.fill_up_to(0), of.journal.push_back(1), fill_page(of.journal); }}};
+                 {"exact ", [](scene& of) { of.end_page(0); }},
+                 {"likely", [](scene& of) { of.end_page(72); }},
+                 {"likely", [](scene& of) { of.end_page(0, {1}); }}};
     for (const auto& [word, between] : cases) {
         scene of;
         of.say(a, root, u"a23456");
