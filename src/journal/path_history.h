@@ -80,7 +80,7 @@ private:
 
     // Something that is there, for a text that is not.
     [[nodiscard]] std::string_view no_place(std::uint32_t directory) const {
-        return {reinterpret_cast<const char*>(&steps_[directory]), 0};  // NOLINT(*-reinterpret-cast): only fetched
+        return {reinterpret_cast<const char*>(&steps_[directory]), 1};  // NOLINT(*-reinterpret-cast): only fetched
     }
     [[nodiscard]] past_path& find_path(std::uint32_t directory, std::int64_t usn);
     [[nodiscard]] bool climb(std::uint32_t directory, std::int64_t usn);
