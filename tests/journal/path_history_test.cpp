@@ -66,7 +66,7 @@ public:
                }};
     }
 
-    // Word and path of a directory at a USN, when it and all others were asked for at another one before.
+    // Word and path of a directory at a USN, when all others were asked for in between and it at another one before.
     std::string ask(std::uint64_t directory, std::uint64_t usn, std::int64_t other = 0) const {
         directory_places places;
         history_walk walk(places);
@@ -83,9 +83,10 @@ public:
         const auto count = static_cast<std::uint32_t>(places.size());
         path_history history(std::move(places), false);
         const auto asked = [&] { return history.path_at(number, static_cast<std::int64_t>(usn)); };
+        const std::string first(asked().text);
         for (std::uint32_t one = 0; one < count; ++one) {
-            (void)asked();
-            (void)history.path_at(one, other);
+            (void)history.path_at(one, static_cast<std::int64_t>(usn));
+            EXPECT_EQ(asked().text, first);
         }
         (void)history.path_at(number, other);
         const path_history::past_path path = asked();
