@@ -205,13 +205,14 @@ bool directory_places::joins(const place& last, const place& next) const {
 
 // An MFT says nothing that would be taken where no gap and no carved record is and a record of the directory.
 void directory_places::ask_mft(const mft_testimony& mft) {
-    origin_ = mft.origin;
-    moment_ = mft.moment;
     const bool records_tell_all = stretches_.in_one_piece() && !any_carved_;
+    bool asked = false;
     mft_witness found;
+    origin_ = mft.origin;
     for (std::uint32_t number = root + 1; number < directories_.size(); ++number) {
         const known_directory& one = directories_[number];
         if (records_tell_all && one.places != 0) continue;
+        if (!std::exchange(asked, true) && origin_ == mft_origin::exported) moment_ = mft.moment();
         if (!mft.ask(entry_number(one.reference), found) || found.name.empty()) continue;
         const std::uint16_t sequence = found.in_use ? found.sequence : sequence_before(found.sequence);
         if (sequence == sequence_number(one.reference)) keep_entry(number, found);

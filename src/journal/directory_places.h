@@ -46,7 +46,8 @@ enum class mft_origin : std::uint8_t {
 
 struct mft_testimony {
     mft_origin origin = mft_origin::volume;
-    std::int64_t moment = 0;  // of an exported one: the highest last USN of any entry
+    // Of an exported one: the highest last USN of any entry, for which all have to be read. Asked at most once.
+    std::function<std::int64_t()> moment;
     // By entry number; false when there is no such entry or it has no name.
     std::function<bool(std::uint64_t entry, mft_witness& found)> ask;
 };

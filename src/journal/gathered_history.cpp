@@ -10,10 +10,6 @@ void gathered_history::take(byte_view chunk, std::span<const placed_part> parts)
     meter_.count(phase::history, 0, chunk.size());
 }
 
-void gathered_history::lose() {
-    if (!ended_) walk_.lost();
-}
-
 void gathered_history::take_carved(byte_view bytes) {
     sound_record record;
     if (read_sound_stray(bytes, record)) walk_.take_carved(record);

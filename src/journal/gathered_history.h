@@ -21,7 +21,7 @@ public:
     void take(byte_view chunk, std::span<const placed_part> parts);
 
     // Bytes of the source that could not be read: of the journal, unless the walk has ended.
-    void lose();
+    void lose() { walk_.lost(); }
 
     // The bytes at a carved record. No more chunks come.
     void take_carved(byte_view bytes);

@@ -63,7 +63,8 @@ void history_walk::take_record(const standing_record& record) {
         if (holding_) settle_held(&record);
         hold(record);
     }
-    last_ = record;
+    last_end_ = record.end();
+    last_lead_ = record.lead();
     any_ = true;
     interrupted_ = false;
 }
@@ -71,8 +72,8 @@ void history_walk::take_record(const standing_record& record) {
 // Right behind the last record; or at the begin of the next page, when what is left of the last one's is zeros and too
 // little for it.
 bool history_walk::follows(const standing_record& record) const {
-    if (interrupted_ || record.lead() != last_.lead()) return false;
-    const std::int64_t left = record.usn - last_.end();
+    if (interrupted_ || record.lead() != last_lead_) return false;
+    const std::int64_t left = record.usn - last_end_;
     return left == 0 || (left > 0 && left < journal_page && left < record.length && record.usn % journal_page == 0);
 }
 

@@ -22,7 +22,7 @@ public:
     // reported for the records in them.
     void take(byte_view chunk, std::span<const placed_part> parts);
 
-    // Bytes that could not be read.
+    // Bytes that could not be read; behind the end of the walk they change nothing.
     void lost() { interrupted_ = true; }
 
     // A record that was carved, in free space or elsewhere.
@@ -61,10 +61,11 @@ private:
     void doubt(std::uint64_t begin, std::uint64_t end);
 
     directory_places& places_;
-    sound_record record_;  // the one at hand
-    standing_record last_;
-    bool any_ = false;                   // last_ is one
-    bool interrupted_ = false;           // since last_
+    sound_record record_;        // the one at hand
+    bool any_ = false;           // there was one before
+    std::int64_t last_end_ = 0;  // of that one
+    std::uint64_t last_lead_ = 0;
+    bool interrupted_ = false;           // since then
     std::optional<std::uint64_t> lead_;  // of the latest record that stood at its place
 
     // A record that follows nothing, until another shows whether it stands at its place.

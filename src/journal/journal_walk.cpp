@@ -15,7 +15,7 @@ bool is_reduced(const journal_entry& entry, byte_view record) {
 
 }  // namespace
 
-void decode_record(journal_entry& entry, byte_view record) {
+void decode_record(journal_entry& entry, const byte_view& record) {
     switch (record.value<std::uint16_t>(usn_header::major_version)) {
         case 2: decode_record_v2(entry, record); break;
         case 3: decode_record_v3(entry, record); break;

@@ -19,4 +19,4 @@ inline constexpr std::size_t journal_page_size = 4096;
 void walk_chunk(journal_collection& journal, byte_view chunk, journal_entry& scratch, std::uint64_t& reduced);
 
 // Decodes a record by its major version; the header is plausible. The fields of the run are cleared.
-void decode_record(journal_entry& entry, byte_view record);
+void decode_record(journal_entry& entry, const byte_view& record);

@@ -67,6 +67,6 @@ mft_testimony testimony_of(ntfs_volume& source, progress& shown) {
     return {exported        ? mft_origin::exported
             : mft.rebuilt() ? mft_origin::rebuilt
                             : mft_origin::volume,
-            exported ? moment_of(mft, shown) : 0,
+            [&mft, &shown] { return moment_of(mft, shown); },
             [&mft](std::uint64_t number, mft_witness& found) { return ask(mft, number, found); }};
 }

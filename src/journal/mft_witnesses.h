@@ -7,6 +7,6 @@
 
 class ntfs_volume;
 
-// A mounted volume or an exported MFT, which is read once from end to end for its moment. Both must be there for as
-// long as the testimony is asked.
+// A mounted volume or an exported MFT, which is read once from end to end where its moment counts. Both must be there
+// for as long as the testimony is asked.
 [[nodiscard]] mft_testimony testimony_of(ntfs_volume& source, progress& shown);

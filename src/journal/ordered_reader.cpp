@@ -25,6 +25,12 @@ std::tuple<std::int64_t, const record_fields&, std::u16string_view> fields_of(co
     return {of.usn, of, std::u16string_view(of.name(), of.name_units)};
 }
 
+// A text that takes two cache lines at most.
+void fetch(std::string_view text) {
+    __builtin_prefetch(text.data());
+    __builtin_prefetch(text.data() + text.size());
+}
+
 }  // namespace
 
 class ordered_reader::insides {
@@ -107,11 +113,9 @@ bool ordered_reader::insides::next(journal_entry& entry) {
     at_ = (at_ + 1) % upcoming_.size();
     if (const resolved_paths* const paths = from_.paths_.get(); paths != nullptr) {
         const upcoming_record& soon = upcoming_[(at_ + text_lead) % upcoming_.size()];
-        const char* const text = paths->text_place(soon.pair);
-        __builtin_prefetch(text);
-        __builtin_prefetch(text + cache_line);
+        fetch(paths->text_place(soon.pair));
         if (paths->has_past()) {
-            __builtin_prefetch(paths->text_now_place(soon.pair));
+            fetch(paths->text_now_place(soon.pair));
             __builtin_prefetch(paths->step_place(upcoming_[(at_ + step_lead) % upcoming_.size()].pair));
         }
     }

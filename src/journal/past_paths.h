@@ -48,8 +48,8 @@ public:
 
     // See path_history.
     [[nodiscard]] const void* step_place(std::uint32_t directory) const { return history_.step_place(directory); }
-    [[nodiscard]] const char* text_place(std::uint32_t directory) const { return history_.text_place(directory); }
-    [[nodiscard]] const char* compared_place(std::uint32_t directory) const {
+    [[nodiscard]] std::string_view text_place(std::uint32_t directory) const { return history_.text_place(directory); }
+    [[nodiscard]] std::string_view compared_place(std::uint32_t directory) const {
         return history_.compared_place(directory);
     }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 #include <span>
 #include <utility>
 
@@ -12,16 +13,18 @@ namespace {
 
 // In bytes. Real paths are shorter; those that are not are made each time, so that no tree of directories can make
 // texts that grow with the square of its depth.
-constexpr std::size_t longest_kept_text = 512;
+constexpr std::size_t longest_kept_text = text_slots::longest;
 
 }  // namespace
 
 path_history::path_history(directory_places places, bool with_surrogates)
     : places_(std::move(places)),
       with_surrogates_(with_surrogates),
-      steps_(places_.size()),
+      memory_(places_.size() * sizeof(past_path)),
+      steps_(static_cast<past_path*>(memory_.data()), places_.size()),
       ways_(places_.size()),
       texts_(places_.size()) {
+    std::uninitialized_default_construct(steps_.begin(), steps_.end());
     past_path& root = steps_[directory_places::root];
     root.from = std::numeric_limits<std::int64_t>::min();
     root.to = std::numeric_limits<std::int64_t>::max();
@@ -86,7 +89,7 @@ path_history::past_path& path_history::text_of(std::uint32_t directory, std::int
         composed_.clear();
         endless_.directory = directory_places::root;
         if (steps_[at].text.data() != nullptr) {
-            composed_ = texts_[at].text;
+            composed_ = steps_[at].text;
         } else {
             append_beginning(at);
         }
@@ -104,11 +107,11 @@ path_history::past_path& path_history::not_kept(path_basis basis) {
 
 void path_history::keep_text(std::uint32_t directory) {
     kept_text& kept = texts_[directory];
-    if (kept.number == 0 || kept.text != composed_) {
-        kept.text = composed_;
+    if (kept.number == 0 || kept.slot.text() != composed_) {
+        slots_.put(composed_, kept.slot);
         kept.number = ++numbers_;
     }
-    steps_[directory].text = kept.text;
+    steps_[directory].text = kept.slot.text();
     steps_[directory].number = kept.number;
 }
 

@@ -4,9 +4,13 @@
 #pragma once
 
 #include "journal/directory_places.h"
+#include "journal/text_slots.h"
+#include "platform/platform.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,12 +49,14 @@ public:
 
     // What path_at will read first, and then, to be fetched ahead.
     [[nodiscard]] const void* step_place(std::uint32_t directory) const { return &steps_[directory]; }
-    [[nodiscard]] const char* text_place(std::uint32_t directory) const {
-        const past_path& latest = steps_[directory];
-        if (latest.text.data() != nullptr) return latest.text.data();
-        return reinterpret_cast<const char*>(&latest);  // NOLINT(*-reinterpret-cast): never read, only fetched
+    [[nodiscard]] std::string_view text_place(std::uint32_t directory) const {
+        const std::string_view text = steps_[directory].text;
+        return text.data() != nullptr ? text : no_place(directory);
     }
-    [[nodiscard]] const char* compared_place(std::uint32_t directory) const { return steps_[directory].compared.text; }
+    [[nodiscard]] std::string_view compared_place(std::uint32_t directory) const {
+        const comparison& compared = steps_[directory].compared;
+        return compared.text != nullptr ? std::string_view(compared.text, compared.size) : no_place(directory);
+    }
 
 private:
     static constexpr std::size_t most_levels = 256;
@@ -63,7 +69,7 @@ private:
     };
 
     struct kept_text {
-        std::string text;
+        text_slots::slot slot;
         std::uint32_t number = 0;
     };
 
@@ -72,6 +78,10 @@ private:
         directory_places::answer place;
     };
 
+    // Something that is there, for a text that is not.
+    [[nodiscard]] std::string_view no_place(std::uint32_t directory) const {
+        return {reinterpret_cast<const char*>(&steps_[directory]), 1};  // NOLINT(*-reinterpret-cast): only fetched
+    }
     [[nodiscard]] past_path& find_path(std::uint32_t directory, std::int64_t usn);
     [[nodiscard]] bool climb(std::uint32_t directory, std::int64_t usn);
     void note_step(const level& from);
@@ -85,9 +95,11 @@ private:
 
     directory_places places_;
     bool with_surrogates_;
-    std::vector<past_path> steps_;  // by directory
-    std::vector<way_up> ways_;      // by directory
-    std::vector<kept_text> texts_;  // by directory
+    platform::memory_block memory_;  // large pages, because records come to it in no order
+    std::span<past_path> steps_;     // in it, by directory
+    std::vector<way_up> ways_;       // by directory
+    std::vector<kept_text> texts_;   // by directory
+    text_slots slots_;
     std::array<level, most_levels> chain_;
     std::array<std::uint32_t, most_levels> way_{};
     std::string composed_;       // the latest text that was made

@@ -47,20 +47,24 @@ public:
     // `journal_offset` counts, see past_paths.
     void fill(std::uint32_t pair, std::optional<std::uint64_t> journal_offset, journal_entry& entry) const;
 
-    // What `fill` will read first, and then, to be fetched ahead; the text of most paths takes two cache lines. With a
-    // past the step comes between.
+    // What `fill` will read first, and then, to be fetched ahead. With a past the step comes between. All are places
+    // that exist: to look up one that does not costs each time.
     [[nodiscard]] const void* outcome_place(std::uint32_t pair) const { return &outcomes_[pair]; }
     [[nodiscard]] const void* step_place(std::uint32_t pair) const { return past_->step_place(outcomes_[pair].text); }
-    [[nodiscard]] const char* text_place(std::uint32_t pair) const {
+    [[nodiscard]] std::string_view text_place(std::uint32_t pair) const {
         const std::uint32_t place = outcomes_[pair].text;
-        return past_ != nullptr ? past_->text_place(place) : texts_.data() + place;
+        return past_ != nullptr ? past_->text_place(place) : std::string_view(texts_.data() + place, most_text);
     }
-    [[nodiscard]] const char* text_now_place(std::uint32_t pair) const {
+    [[nodiscard]] std::string_view text_now_place(std::uint32_t pair) const {
         return past_->compared_place(outcomes_[pair].text);
     }
-    [[nodiscard]] const void* times_place(std::uint32_t pair) const { return times_.empty() ? nullptr : &times_[pair]; }
+    [[nodiscard]] const void* times_place(std::uint32_t pair) const {
+        return times_.empty() ? outcome_place(pair) : &times_[pair];
+    }
 
 private:
+    static constexpr std::size_t most_text = 64;  // bytes, of most paths
+
     [[nodiscard]] std::string_view composed(std::uint32_t path) const;
     [[nodiscard]] std::string_view text_of(std::uint32_t path, std::uint32_t place) const;
 

@@ -50,7 +50,7 @@ bool read_sound_record(const byte_view& bytes, sound_record& out) {
     if (!bytes.fits(0, usn_v2::fixed_size) || !header_is_plausible(bytes)) return false;
     out.length = bytes.value<std::uint32_t>(usn_header::record_length);
     out.version = bytes.value<std::uint16_t>(usn_header::major_version);
-    out.fields() = read_fields(bytes);
+    read_fields(bytes, out);
     out.beyond_ntfs = out.version != 2 && has_upper_halves(bytes);
     if (out.length % 8 != 0 || entry_number(out.file_ref) >= entry_numbers_end ||
         entry_number(out.parent_ref) >= entry_numbers_end) {

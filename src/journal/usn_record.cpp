@@ -69,7 +69,7 @@ bool parent_sequence_is_plausible(std::uint64_t parent_reference) {
 }
 
 template <const named_layout& at>
-bool check_named_record(byte_view record, std::uint64_t entry_bound) {
+bool check_named_record(const byte_view& record, std::uint64_t entry_bound) {
     if (!header_is_plausible(record) || !record.fits(0, at.fixed_size)) return false;
     const auto file_ref = record.value<std::uint64_t>(at.file_reference);
     const auto parent_ref = record.value<std::uint64_t>(at.parent_reference);
@@ -86,7 +86,7 @@ bool check_named_record(byte_view record, std::uint64_t entry_bound) {
 
 // The name starts at its fixed place, wherever the record says; it may run past the record, never past the view. True
 // when all of it was copied.
-bool copy_name(byte_view record, std::size_t name_at, std::size_t name_bytes, std::u16string& name) {
+bool copy_name(const byte_view& record, std::size_t name_at, std::size_t name_bytes, std::u16string& name) {
     std::size_t units = name_bytes / sizeof(char16_t);
     if (units > longest_name_units) units = kept_units_of_longer_name;
     const auto available = record.from(name_at).bytes();
@@ -135,30 +135,33 @@ void reset_decoded_fields(journal_entry& entry) {
 }
 
 template <const named_layout& at>
-record_fields read_named_fields(const byte_view& record) {
-    return {.file_ref = record.value<std::uint64_t>(at.file_reference),
-            .parent_ref = record.value<std::uint64_t>(at.parent_reference),
-            .usn = static_cast<std::int64_t>(record.value<std::uint64_t>(at.usn)),
-            .timestamp = record.value<std::uint64_t>(at.timestamp),
-            .reason = record.value<std::uint32_t>(at.reason),
-            .source_info = record.value<std::uint32_t>(at.source_info),
-            .security_id = record.value<std::uint32_t>(at.security_id),
-            .file_attributes = record.value<std::uint32_t>(at.file_attributes)};
+void read_named_fields(const byte_view& record, record_fields& out) {
+    out.file_ref = record.value<std::uint64_t>(at.file_reference);
+    out.parent_ref = record.value<std::uint64_t>(at.parent_reference);
+    out.usn = static_cast<std::int64_t>(record.value<std::uint64_t>(at.usn));
+    out.timestamp = record.value<std::uint64_t>(at.timestamp);
+    out.reason = record.value<std::uint32_t>(at.reason);
+    out.source_info = record.value<std::uint32_t>(at.source_info);
+    out.security_id = record.value<std::uint32_t>(at.security_id);
+    out.file_attributes = record.value<std::uint32_t>(at.file_attributes);
 }
 
-record_fields read_fields_v4(const byte_view& record) {
-    return {.file_ref = record.value<std::uint64_t>(usn_v4::file_reference),
-            .parent_ref = record.value<std::uint64_t>(usn_v4::parent_reference),
-            .usn = static_cast<std::int64_t>(record.value<std::uint64_t>(usn_v4::usn)),
-            .reason = record.value<std::uint32_t>(usn_v4::reason),
-            .source_info = record.value<std::uint32_t>(usn_v4::source_info)};
+void read_fields_v4(const byte_view& record, record_fields& out) {
+    out.file_ref = record.value<std::uint64_t>(usn_v4::file_reference);
+    out.parent_ref = record.value<std::uint64_t>(usn_v4::parent_reference);
+    out.usn = static_cast<std::int64_t>(record.value<std::uint64_t>(usn_v4::usn));
+    out.timestamp = 0;
+    out.reason = record.value<std::uint32_t>(usn_v4::reason);
+    out.source_info = record.value<std::uint32_t>(usn_v4::source_info);
+    out.security_id = 0;
+    out.file_attributes = 0;
 }
 
 template <const named_layout& at>
-void decode_named_record(journal_entry& entry, byte_view record) {
+void decode_named_record(journal_entry& entry, const byte_view& record) {
     reset_decoded_fields(entry);
     if (!check_named_record<at>(record, any_entry_number)) return;
-    entry.fields() = read_named_fields<at>(record);
+    read_named_fields<at>(record, entry);
     entry.valid = 1;
     entry.version = at.version;
     entry.record_offset = record.image_offset();
@@ -168,7 +171,7 @@ void decode_named_record(journal_entry& entry, byte_view record) {
     }
 }
 
-bool check_record_v4(byte_view record) {
+bool check_record_v4(const byte_view& record) {
     if (!header_is_plausible(record) || !record.fits(0, usn_v4::fixed_size)) return false;
     const auto file_ref = record.value<std::uint64_t>(usn_v4::file_reference);
     const auto parent_ref = record.value<std::uint64_t>(usn_v4::parent_reference);
@@ -196,11 +199,11 @@ bool header_is_plausible(const byte_view& record) {
            length <= usn_header::longest_record && length >= shortest && length <= record.size();
 }
 
-record_fields read_fields(const byte_view& record) {
+void read_fields(const byte_view& record, record_fields& out) {
     switch (record.value<std::uint16_t>(usn_header::major_version)) {
-        case 2: return read_named_fields<layout_v2>(record);
-        case 3: return read_named_fields<layout_v3>(record);
-        default: return read_fields_v4(record);
+        case 2: read_named_fields<layout_v2>(record, out); break;
+        case 3: read_named_fields<layout_v3>(record, out); break;
+        default: read_fields_v4(record, out); break;
     }
 }
 
@@ -208,14 +211,14 @@ bool check_record_v2(byte_view record, std::uint64_t entry_bound) {
     return check_named_record<layout_v2>(record, entry_bound);
 }
 
-void decode_record_v2(journal_entry& entry, byte_view record) { decode_named_record<layout_v2>(entry, record); }
+void decode_record_v2(journal_entry& entry, const byte_view& record) { decode_named_record<layout_v2>(entry, record); }
 
-void decode_record_v3(journal_entry& entry, byte_view record) { decode_named_record<layout_v3>(entry, record); }
+void decode_record_v3(journal_entry& entry, const byte_view& record) { decode_named_record<layout_v3>(entry, record); }
 
-void decode_record_v4(journal_entry& entry, byte_view record) {
+void decode_record_v4(journal_entry& entry, const byte_view& record) {
     reset_decoded_fields(entry);
     if (check_record_v4(record)) {
-        entry.fields() = read_fields_v4(record);
+        read_fields_v4(record, entry);
         entry.valid = 1;
         entry.record_offset = record.image_offset();
         entry.version = 4;

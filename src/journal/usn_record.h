@@ -79,8 +79,9 @@ inline constexpr std::size_t kept_units_of_longer_name = 10;
 // the available bytes allow.
 [[nodiscard]] bool header_is_plausible(const byte_view& record);
 
-// The fields of a record by its major version, whatever they hold. Its header is plausible.
-[[nodiscard]] record_fields read_fields(const byte_view& record);
+// The fields of a record by its major version, whatever they hold. Its header is plausible. They are read to where they
+// stay: a copy made at once, in larger pieces than they were written in, would wait for each of them.
+void read_fields(const byte_view& record, record_fields& out);
 
 // Whether the bytes pass every check of the version-2 layout, with entry numbers below `entry_bound`. The header may
 // name any known version; records of the others practically never pass.
@@ -88,9 +89,9 @@ inline constexpr std::size_t kept_units_of_longer_name = 10;
 
 // Each resets the decoded fields of `entry` and fills them when the record passes its version's checks. A record that
 // does not is no error: `entry.valid` is 0 then. The fields of the run are left alone by v2 and v3 and cleared by v4.
-void decode_record_v2(journal_entry& entry, byte_view record);
-void decode_record_v3(journal_entry& entry, byte_view record);
-void decode_record_v4(journal_entry& entry, byte_view record);
+void decode_record_v2(journal_entry& entry, const byte_view& record);
+void decode_record_v3(journal_entry& entry, const byte_view& record);
+void decode_record_v4(journal_entry& entry, const byte_view& record);
 
 // What versions 3 and 4 have beside the fields: the upper halves of references, extents. `entry` has the record's
 // version; the record is sound. Replaces what the entry had.

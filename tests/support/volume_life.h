@@ -5,19 +5,13 @@
 
 #include "support/bytes.h"
 
-#include <cstdint>
 #include <map>
 #include <random>
-#include <string>
-#include <vector>
 
-class volume_life {
-public:
+struct volume_life {
     struct lived_record {
         usn_record_builder record{};
         std::string path{};  // of the directory that it lies in
-
-        [[nodiscard]] std::uint64_t end() const { return record.usn + record.size(); }
     };
 
     struct lived_entry {
@@ -31,40 +25,40 @@ public:
     };
     using entries = std::map<std::uint64_t, lived_entry>;
 
-    explicit volume_life(std::uint64_t seed, std::uint64_t first_usn) : first_usn_(first_usn), random_(seed) {
-        entries_[5] = {.sequence = 5, .in_use = true, .directory = true};
+    std::uint64_t first_usn;  // of $J
+    std::vector<lived_record> records{};
+    entries mft{};
+
+    volume_life(std::uint64_t seed, std::uint64_t begin) : first_usn(begin), random_(seed) {
+        mft[5] = {.sequence = 5, .in_use = true, .directory = true};
         for (std::uint64_t entry = 24; entry < 44; ++entry) {
-            entries_[entry] = {.sequence =
-                                   static_cast<std::uint16_t>(below(3) == 0 ? 0xFFFE + below(2) : 1 + below(9))};
+            mft[entry].sequence = static_cast<std::uint16_t>(below(3) == 0 ? 0xFFFE + below(2) : 1 + below(9));
         }
         for (int i = 0; i < 6; ++i) appear(true);  // before the journal began
-        next_usn_ = first_usn;
     }
 
-    // Some records of whatever happens next.
-    void go_on() {
-        const std::uint64_t entry = any(false);
-        switch (below(10)) {
-            case 0: create(true); break;
-            case 1:
-            case 2: create(false); break;
-            case 3:
-            case 4: rename(any(true)); break;
-            case 5: rename(entry); break;
-            case 6: remove(entry); break;
-            default: note(entry, 1U << below(3)); break;
+    // Whatever happens until there are so many records.
+    void go_on(std::size_t count) {
+        while (records.size() < count) {
+            switch (const std::uint64_t kind = below(10)) {
+                case 0:
+                case 1:
+                case 2: note(appear(kind == 0), 0x100); break;
+                case 3:
+                case 4:
+                case 5: rename(any(kind != 5)); break;
+                case 6: remove(any(false)); break;
+                default: note(any(false), 1U << below(3)); break;
+            }
+            if (below(40) == 0) now_ -= below(below(2) == 0 ? 1'000'000'000'000 : 100'000'000);
         }
-        if (below(40) == 0) now_ -= below(1'000'000'000'000);
     }
 
-    [[nodiscard]] const std::vector<lived_record>& records() const { return records_; }
-    [[nodiscard]] const entries& mft() const { return entries_; }
-
-    // $J from `first_usn` on, pages of 4096 bytes.
+    // $J, pages of 4096 bytes.
     [[nodiscard]] bytes journal() const {
         bytes out;
-        for (const lived_record& one : records_) {
-            out.resize(one.record.usn - first_usn_);
+        for (const lived_record& one : records) {
+            out.resize(one.record.usn - first_usn);
             append(out, one.record.build());
         }
         fill_page(out);
@@ -74,12 +68,18 @@ public:
 private:
     [[nodiscard]] std::uint64_t below(std::uint64_t bound) { return random_() % bound; }
 
-    [[nodiscard]] std::uint64_t any(bool directory) {
+    // An entry that fits, 0 when there is none.
+    template <typename predicate>
+    [[nodiscard]] std::uint64_t any_that(const predicate& fits) {
         std::vector<std::uint64_t> fitting;
-        for (const auto& [number, one] : entries_) {
-            if (number != 5 && one.in_use && (one.directory || !directory)) fitting.push_back(number);
+        for (const auto& [number, one] : mft) {
+            if (number != 5 && fits(one)) fitting.push_back(number);
         }
         return fitting.empty() ? 0 : fitting[below(fitting.size())];
+    }
+
+    [[nodiscard]] std::uint64_t any(bool directory) {
+        return any_that([=](const lived_entry& one) { return one.in_use && (one.directory || !directory); });
     }
 
     [[nodiscard]] std::uint64_t any_folder() {
@@ -88,13 +88,13 @@ private:
     }
 
     [[nodiscard]] bool lies_in(std::uint64_t entry, std::uint64_t folder) const {
-        while (entry != 5 && entry != folder) entry = entries_.at(entry).parent;
+        while (entry != 5 && entry != folder) entry = mft.at(entry).parent;
         return entry == folder;
     }
 
     [[nodiscard]] std::string path_of(std::uint64_t folder) const {
         if (folder == 5) return "[root]\\";
-        const lived_entry& one = entries_.at(folder);
+        const lived_entry& one = mft.at(folder);
         return path_of(one.parent) + std::string(one.name.begin(), one.name.end()) + "\\";
     }
 
@@ -106,33 +106,21 @@ private:
 
     // A free entry comes to life; 0 when there is none.
     std::uint64_t appear(bool directory) {
-        std::vector<std::uint64_t> free;
-        for (const auto& [number, one] : entries_) {
-            if (!one.in_use) free.push_back(number);
-        }
-        if (free.empty()) return 0;
-        const std::uint64_t entry = free[below(free.size())];
-        lived_entry& one = entries_[entry];
+        const std::uint64_t entry = any_that([](const lived_entry& one) { return !one.in_use; });
+        if (entry == 0) return 0;
+        std::uint16_t sequence = mft[entry].sequence;
         // Now and then all sequence numbers were gone through since.
-        if (one.last_usn != 0 && below(4) == 0) one.sequence = before(one.sequence);
+        if (mft[entry].last_usn != 0 && below(4) == 0 && sequence != 1) --sequence;
         const std::uint64_t parent = any_folder();
-        one = {.sequence = one.sequence, .in_use = true, .directory = directory, .name = new_name(), .parent = parent};
+        mft[entry] = {
+            .sequence = sequence, .in_use = true, .directory = directory, .name = new_name(), .parent = parent};
         return entry;
-    }
-
-    static std::uint16_t before(std::uint16_t sequence) {
-        return sequence == 1 ? 0xFFFF : static_cast<std::uint16_t>(sequence - 1);
-    }
-
-    void create(bool directory) {
-        const std::uint64_t entry = appear(directory);
-        note(entry, 0x100);
     }
 
     void rename(std::uint64_t entry) {
         if (entry == 0) return;
         write(entry, 0x1000);
-        lived_entry& one = entries_[entry];
+        lived_entry& one = mft[entry];
         const std::uint64_t folder = below(2) == 0 ? one.parent : any_folder();
         if (!lies_in(folder, entry)) one.parent = folder;
         if (below(5) != 0) one.name = new_name();
@@ -141,14 +129,12 @@ private:
     }
 
     void remove(std::uint64_t entry) {
-        if (entry == 0) return;
-        for (const auto& [number, one] : entries_) {
-            if (one.in_use && number != 5 && one.parent == entry) return;
-        }
+        const auto lies_here = [=](const lived_entry& one) { return one.in_use && one.parent == entry; };
+        if (entry == 0 || any_that(lies_here) != 0) return;
         write(entry, 0x80000200);
-        lived_entry& one = entries_[entry];
+        lived_entry& one = mft[entry];
         one.in_use = false;
-        one.sequence = one.sequence == 0xFFFF ? std::uint16_t{1} : static_cast<std::uint16_t>(one.sequence + 1);
+        if (++one.sequence == 0) one.sequence = 1;
     }
 
     // One or two records, the file closed or left open.
@@ -159,13 +145,13 @@ private:
     }
 
     void write(std::uint64_t entry, std::uint32_t reason) {
-        lived_entry& one = entries_[entry];
+        lived_entry& one = mft[entry];
         one.reason |= reason;
         now_ += below(3) * 1'000'000;
         usn_record_builder record{.version = static_cast<std::uint16_t>(below(10) == 0 ? 3 : 2),
                                   .name = one.name,
                                   .file_ref = reference(entry, one.sequence),
-                                  .parent_ref = reference(one.parent, entries_[one.parent].sequence),
+                                  .parent_ref = reference(one.parent, mft[one.parent].sequence),
                                   .timestamp = now_,
                                   .reason = one.reason,
                                   .attributes = one.directory ? 0x10U : 0x20U};
@@ -173,13 +159,10 @@ private:
         record.usn = one.last_usn = next_usn_;
         next_usn_ += record.size();
         if ((one.reason & 0x80000000) != 0) one.reason = 0;
-        records_.push_back({record, path_of(one.parent)});
+        records.push_back({record, path_of(one.parent)});
     }
 
-    std::uint64_t first_usn_;
-    std::uint64_t next_usn_ = 0;
     std::mt19937_64 random_;
-    entries entries_;
-    std::vector<lived_record> records_;
+    std::uint64_t next_usn_ = first_usn;
     std::uint64_t now_ = 133'485'408'000'000'000;
 };
