@@ -88,7 +88,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     run_meter meter;
     progress shown = shown_progress();
     record_account account;
-    (void)run_driver(nowhere(), settings, {source_named("-image", ""), {}, std::move(volume)},
+    run_outputs to{.records = &nowhere(), .page = nullptr, .run_header = "run\n"};
+    if ((kind & 1U << 28U) != 0) to.page = [](std::string_view page) { return page.size() < most_page_bytes; };
+    (void)run_driver(to, settings, {source_named("-image", ""), {}, std::move(volume)},
                      {status, fuzz_log(), meter, shown}, account);
     return 0;
 }
