@@ -25,25 +25,32 @@ burst_stories::burst_stories(const std::vector<burst>& bursts) {
     }
 }
 
-bool burst_stories::take(std::size_t place, std::uint64_t arrival, std::uint64_t directory, std::string_view path,
-                         const std::string& extension) {
+bool burst_stories::take(std::size_t place, const member_record& one) {
     member& to = members_[place];
     burst_story& story = to.story;
     if (!std::exchange(to.any, true)) {
-        story.directory = path;
-    } else if (path != story.directory) {
-        story.directory = shared_part(story.directory, path);
-        story.below = true;
+        story.directory = one.folder;
+    } else if (one.folder != story.directory) {
+        story.directory = one.folder_is_path ? std::string(shared_part(story.directory, one.folder)) : std::string();
     }
-    if (to.directories.size() <= most_directories) to.directories.insert(directory);
-    if (to.extensions.size() < most_extensions || to.extensions.contains(extension)) {
-        ++to.extensions[extension];
+    count_directory(to, one);
+    if (to.extensions.size() < most_extensions || to.extensions.contains(one.extension)) {
+        ++to.extensions[one.extension];
     } else {
         ++story.other_extensions;
     }
     if (story.arrivals.size() == most_arrivals) return false;
-    story.arrivals.push_back(arrival);
+    story.arrivals.push_back(one.arrival);
     return true;
+}
+
+void burst_stories::count_directory(member& of, const member_record& one) {
+    if (of.directories.size() > most_directories && !of.directories.contains(one.directory)) return;
+    const std::uint64_t records = ++of.directories[one.directory];
+    if (records <= of.story.most) return;
+    if (of.story.most == 0 || of.directory_of_most != one.directory) of.story.directory_of_most = one.folder;
+    of.directory_of_most = one.directory;
+    of.story.most = records;
 }
 
 std::vector<burst_story> burst_stories::take_stories() {

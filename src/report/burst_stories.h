@@ -6,9 +6,8 @@
 
 #include <array>
 #include <cstdint>
-#include <string_view>
+#include <string>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace report {
@@ -26,10 +25,15 @@ public:
         return to_come.back();
     }
 
-    // `path`: of the directory, empty when it is not known; `extension` in lower case. True when the record is one of
-    // those to be shown.
-    bool take(std::size_t place, std::uint64_t arrival, std::uint64_t directory, std::string_view path,
-              const std::string& extension);
+    // A record of it. True when it is one of those to be shown.
+    struct member_record {
+        std::uint64_t arrival = 0;
+        std::uint64_t directory = 0;
+        const std::string& folder;     // what is known of the directory
+        bool folder_is_path = false;   // so that others may lie below it
+        const std::string& extension;  // in lower case
+    };
+    bool take(std::size_t place, const member_record& one);
 
     [[nodiscard]] std::vector<burst_story> take_stories();
 
@@ -42,9 +46,12 @@ private:
     struct member {
         burst_story story;
         bool any = false;
-        std::unordered_set<std::uint64_t, mixing_hash> directories;
+        std::unordered_map<std::uint64_t, std::uint64_t, mixing_hash> directories;  // records
+        std::uint64_t directory_of_most = 0;
         std::unordered_map<std::string, std::uint64_t> extensions;
     };
+
+    static void count_directory(member& of, const member_record& one);
 
     std::vector<member> members_;
     std::array<std::vector<std::size_t>, kinds> of_kind_;  // places, the last one in time first

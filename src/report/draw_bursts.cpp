@@ -1,6 +1,9 @@
 // Bursts: minutes that stand out, and two patterns of renames with the rule beside them.
 
+#include "report/burst_stories.h"
 #include "report/page.h"
+
+#include <algorithm>
 
 namespace report {
 namespace {
@@ -16,14 +19,16 @@ void draw_medians(const found_bursts& bursts, html& page) {
 }
 
 void draw_directory(const burst_story& story, html& page) {
+    constexpr std::uint64_t most = burst_stories::most_directories;
     if (story.directory.empty()) {
         page.markup("<span class=\"soft\">none, they lie in ");
     } else {
         page.name(story.directory).markup("<br/><span class=\"soft\">in ");
     }
-    if (story.directories > 4096) page.markup("more than ");
-    page.markup(counted(std::min<std::uint64_t>(story.directories, 4096), "directory", "directories"))
-        .markup("</span>");
+    if (story.directories > most) page.markup("more than ");
+    page.markup(counted(std::min(story.directories, most), "directory", "directories")).markup("</span>");
+    if (story.directories < 2) return;
+    page.markup("<br/><span class=\"soft\">").number(story.most).markup(" in </span>").name(story.directory_of_most);
 }
 
 void draw_extensions(const burst_story& story, html& page) {
@@ -36,7 +41,7 @@ void draw_extensions(const burst_story& story, html& page) {
 }
 
 void draw_minutes(const findings& found, html& page) {
-    page.markup("<div class=\"scroll\"><table class=\"stack\"><caption>In order of time");
+    page.markup("<div class=\"scroll\"><table class=\"stack\" id=\"minutes\"><caption>In order of time");
     if (found.bursts.left_out != 0) {
         page.markup(", those with the most records; ")
             .markup(counted(found.bursts.left_out, "burst"))
@@ -59,7 +64,7 @@ void draw_minutes(const findings& found, html& page) {
         draw_directory(story, page);
         page.markup("</td><td>");
         draw_extensions(story, page);
-        page.markup("</td><td><a href=\"#r-burst-")
+        page.markup("</td><td data-label=\"rows\"><a href=\"#r-burst-")
             .number(i + 1)
             .markup("\">")
             .number(i + 1)
@@ -68,8 +73,8 @@ void draw_minutes(const findings& found, html& page) {
     page.markup("</tbody></table></div>\n");
 }
 
-void begin_pattern(std::string_view title, std::size_t count, std::string_view rule, html& page) {
-    page.markup("<article class=\"fact\"><h3>").markup(title).markup("<br/>");
+void begin_pattern(std::string_view id, std::string_view title, std::size_t count, std::string_view rule, html& page) {
+    page.markup("<article class=\"fact\" id=\"").markup(id).markup("\">\n<h3>").markup(title).markup("<br/>");
     page.markup(count == 0 ? "<span class=\"tag\">none found</span></h3>\n"
                            : "<span class=\"tag some\">found</span></h3>\n");
     page.markup("<p class=\"fig\">").markup(counted(count, "time")).markup("</p>\n<p>").markup(rule).markup("</p>\n");
@@ -77,7 +82,7 @@ void begin_pattern(std::string_view title, std::size_t count, std::string_view r
 
 void draw_extension_bursts(const findings& found, html& page) {
     begin_pattern(
-        "Many files renamed to one extension", found.extension_bursts.size(),
+        "one-extension", "Many files renamed to one extension", found.extension_bursts.size(),
         "The rule: within 60 seconds at least 100 files get one extension, having had at least 8 others, in at "
         "least 3 directories. Programs that encrypt files do that; so can a conversion or a tool that renames.",
         page);
@@ -103,7 +108,7 @@ void draw_extension_bursts(const findings& found, html& page) {
 
 void draw_wiping_bursts(const findings& found, html& page) {
     begin_pattern(
-        "Files renamed again and again, then deleted", found.wiping_bursts.size(),
+        "wiped", "Files renamed again and again, then deleted", found.wiping_bursts.size(),
         "The rule: within 60 seconds a file is renamed five times or more to names of one length and then deleted; "
         "files that follow within 60 seconds count with it. Programs that wipe files do that; so can a program "
         "that moves its temporary files.",

@@ -18,7 +18,7 @@ void draw_row(const shown_record& one, std::string& reasons, html& page) {
     page.plain_number(static_cast<std::int64_t>(entry_number(one.file_ref))).markup("-");
     page.plain_number(sequence_number(one.file_ref)).markup("</td><td class=\"name\">").name(one.name);
     if (!one.folder.empty()) page.markup(" <span class=\"soft\">in ").name(one.folder).markup("</span>");
-    page.markup("</td><td>").text(reasons);
+    page.markup("</td><td class=\"r\">").text(reasons);
     if (!one.origin.empty()) page.markup(" <span class=\"soft\">from ").name(one.origin).markup("</span>");
     page.markup("</td></tr>\n");
 }

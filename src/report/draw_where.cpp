@@ -14,9 +14,13 @@ void draw_counts(const kind_counts& counts, html& page) {
     }
 }
 
-void draw_ranked(std::string_view title, std::string_view what, std::string_view of, const ranked_things& things,
-                 html& page) {
-    page.markup("<h3>").markup(title).markup("</h3>\n<div class=\"scroll\"><table class=\"stack\"><caption>");
+void draw_ranked(std::string_view id, std::string_view title, std::string_view what, std::string_view of,
+                 const ranked_things& things, html& page) {
+    page.markup("<h3>")
+        .markup(title)
+        .markup("</h3>\n<div class=\"scroll\"><table class=\"stack\" id=\"")
+        .markup(id)
+        .markup("\"><caption>");
     page.number(things.listed.size()).markup(" of ").number(things.distinct).markup(" ").markup(of);
     if (things.not_counted != 0) {
         page.markup("; there are more, ")
@@ -57,10 +61,10 @@ void draw_where(const findings& found, html& page) {
                     : "Paths are not known in this run: of a directory the name is told when the journal has "
                       "a record of it, and its entry and sequence number. ");
     page.markup("What is shown of a file is its last record.</p>\n");
-    draw_ranked("Directories", "Directory", "directories", found.directories, page);
-    draw_ranked("Extensions", "Extension", "extensions, of records that are not of directories", found.extensions,
-                page);
-    draw_ranked("Files", "File", "files and directories", found.files, page);
+    draw_ranked("directories", "Directories", "Directory", "directories", found.directories, page);
+    draw_ranked("extensions", "Extensions", "Extension", "extensions, of records that are not of directories",
+                found.extensions, page);
+    draw_ranked("files", "Files", "File", "files and directories", found.files, page);
     page.markup("</section>\n");
 }
 

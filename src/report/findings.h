@@ -59,8 +59,9 @@ struct ranked_things {
 struct burst_story {
     burst of;
     std::string directory;  // that all lie in or below; empty: none
-    bool below = false;     // some lie further below
     std::uint64_t directories = 0;
+    std::string directory_of_most;  // of their records, and how many that are
+    std::uint64_t most = 0;
     std::vector<std::pair<std::string, std::uint64_t>> extensions;  // with records, the most first
     std::uint64_t other_extensions = 0;                             // records
     std::vector<std::uint64_t> arrivals;                            // of its first records

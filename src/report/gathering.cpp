@@ -204,7 +204,11 @@ private:
         if (entry.timestamp != 0) {
             if (const std::size_t burst = stories.place_of_record(entry.timestamp, kind);
                 burst != burst_stories::none) {
-                show |= stories.take(burst, entry.arrival, directory, shared_folder(entry), extension_text(entry));
+                show |= stories.take(burst, {.arrival = entry.arrival,
+                                             .directory = directory,
+                                             .folder = folder_text(entry),
+                                             .folder_is_path = !entry.parent_path.empty(),
+                                             .extension = extension_text(entry)});
             }
             if (kind == record_kind::deleted || kind == record_kind::renamed || (marks & old_name) != 0) {
                 renames_.take(entry, kind, (marks & old_name) != 0);
@@ -260,12 +264,6 @@ private:
         if (!has_name) return "[" + reference_text(entry.parent_ref) + "]";
         return text_of({known->latest->name(), known->latest->name_units}) + "\\ [" + reference_text(entry.parent_ref) +
                "]";
-    }
-
-    // Without paths nothing is known of what lies below what.
-    std::string shared_folder(const journal_entry& entry) const {
-        if (!entry.parent_path.empty()) return std::string(uni::from_root(entry.parent_path));
-        return out_.has_paths ? std::string() : folder_text(entry) + '\\';
     }
 
     void show_record(const journal_entry& entry) {

@@ -28,14 +28,15 @@ nav ul{display:flex;flex-wrap:wrap;gap:.25rem 1.25rem;margin:1rem 0 0;padding:0;
 dl{display:grid;grid-template-columns:minmax(8rem,auto) 1fr;gap:.3rem 1.5rem;margin:.75rem 0}
 dt{color:var(--soft)}
 dd{margin:0;overflow-wrap:anywhere}
-.fact{display:grid;grid-template-columns:13rem 1fr;gap:.25rem 1.5rem;padding:1rem 0;border-bottom:1px solid var(--line)}
+.fact{display:grid;grid-template-columns:13rem 1fr;gap:0 1.5rem;padding:.8rem 0;border-bottom:1px solid var(--line)}
 .fact>*{grid-column:2;min-width:0}
 .fact>h3{grid-column:1;grid-row:1/span 9}
+.fact>.fig{margin-top:0}
 .fig{font-weight:600}
 .tag{display:inline-block;margin-top:.25rem;padding:0 .5rem;border:1px solid var(--line);border-radius:1rem;font-size:.8rem;
 font-weight:400;color:var(--soft)}
 .tag.some{color:var(--ink);border-color:var(--ink);font-weight:600}
-.scroll{overflow-x:auto}
+.scroll{overflow-x:auto;margin-bottom:1.25rem}
 table{width:100%;margin:.6rem 0;border-collapse:collapse;font-size:.9rem}
 caption{text-align:left;color:var(--soft);padding:.2rem 0}
 th,td{padding:.28rem .6rem .28rem 0;text-align:left;vertical-align:top;border-bottom:1px solid var(--line)}
@@ -50,6 +51,7 @@ bdi{unicode-bidi:isolate}
 .zero{color:var(--soft);opacity:.55}
 .mix{display:block;width:100%;min-width:6rem;height:.75rem;margin-top:.3rem}
 .w{width:22%}
+.r{width:26%;font-size:.92em}
 .swatch{width:.8rem;height:.8rem;margin-right:.3rem;vertical-align:-.05rem}
 .legend{display:flex;flex-wrap:wrap;gap:.2rem 1.2rem;margin:.5rem 0;padding:0;list-style:none;font-size:.9rem}
 .chart{display:grid;grid-template-columns:5.2rem 1fr;gap:0 .5rem;margin:.25rem 0}
@@ -80,7 +82,7 @@ dd{margin-bottom:.4rem}
 .bars{height:11rem}
 .axis .q{display:none}
 .stack thead{position:absolute;width:1px;height:1px;overflow:hidden;clip-path:inset(50%)}
-.stack,.stack tbody{display:block}
+.stack,.stack caption,.stack tbody{display:block}
 .stack tr{display:flex;flex-wrap:wrap;gap:.05rem .9rem;padding:.45rem 0;border-bottom:1px solid var(--line)}
 .stack td,.stack th{display:block;padding:0;border:0;text-align:left}
 .stack .name,.stack .w{width:100%;min-width:0}

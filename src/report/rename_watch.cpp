@@ -73,6 +73,7 @@ void rename_watch::take_old_name(const journal_entry& entry, renaming& file) con
 void rename_watch::take_new_name(const journal_entry& entry, renaming& file) {
     if (file.run == 0 || file.length != entry.name.size()) {
         file.run = 0;
+        file.begin = entry.timestamp;
         file.length = entry.name.size();
         file.first_arrival = file.old_arrival;
     }
@@ -139,10 +140,10 @@ void rename_watch::take_deletion(const journal_entry& entry, renaming& file) {
             last_wiped_ = entry.timestamp;
             return;
         }
-        wiping_bursts_.push_back({.begin = first, .arrivals = {}});
+        wiping_bursts_.push_back({.begin = file.begin, .arrivals = {}});
     }
     wiping_burst& to = wiping_bursts_.back();
-    to.begin = std::min(to.begin, first);
+    to.begin = std::min(to.begin, file.begin);
     to.end = entry.timestamp;
     ++to.files;
     to.renames += run;

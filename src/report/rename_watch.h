@@ -34,7 +34,7 @@ struct extension_burst {
 struct wiping_burst {
     static constexpr std::uint64_t fewest_renames = 5;
 
-    std::uint64_t begin = 0;  // FILETIME of the first of the renames that count
+    std::uint64_t begin = 0;  // FILETIME of the first of the renames, which may be more of them
     std::uint64_t end = 0;    // of the last deletion
     std::uint64_t files = 0;
     std::uint64_t renames = 0;            // to names of the length that the last one had
@@ -64,7 +64,8 @@ private:
         std::uint64_t first_arrival = 0;  // of the record before the run of names of one length
         std::uint64_t old_arrival = 0;    // of the latest record with an old name
         std::uint64_t run = 0;
-        std::size_t length = 0;  // of the names of the run
+        std::uint64_t begin = 0;  // FILETIME of its first
+        std::size_t length = 0;   // of the names of the run
         std::array<std::uint64_t, wiping_burst::fewest_renames> times{};
         std::uint32_t events = 0;  // that the window has of it
     };
