@@ -97,7 +97,10 @@ private:
         std::uint64_t done = 0;
         while (const packed_record* const one = order.next()) {
             constexpr std::size_t lead = 8;
-            if (const packed_record* const soon = order.ahead(lead); soon != nullptr) files_.fetch(soon->file_ref);
+            if (const packed_record* const later = order.ahead(2 * lead); later != nullptr) {
+                files_.fetch(later->file_ref);
+                files_.fetch_found(order.ahead(lead)->file_ref);
+            }
             tell("looking at records", done++);
             whole.take(*one);
             const std::uint32_t added = take_kind(*one);
@@ -117,9 +120,10 @@ private:
 
     std::uint32_t take_kind(const packed_record& one) {
         tally& file = *files_.of(one.file_ref);
-        const std::uint32_t added = added_reasons(one.reason, file.latest);
+        const std::uint32_t added = added_reasons(one.reason, file.mark);
         const record_kind kind = kind_of(added);
         file.latest = &one;
+        file.mark = one.reason;
         ++file.counts[place_of(kind)];
         ++out_.by_kind[place_of(kind)];
         const record_origin origin = record_marks::origin_of(one.marks);

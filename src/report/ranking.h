@@ -21,13 +21,14 @@ struct ranked_tally {
     [[nodiscard]] std::uint64_t records() const { return sum_of(of->counts); }
 };
 
-// Those with the most records. Counts only grow, one at a time, so that whoever belongs here comes by when it does.
+// Those with the most records, which it marks. Counts only grow, one at a time, so that whoever belongs here comes by
+// when it does.
 class ranking {
 public:
     // After a count of `one` has grown. `text` is called for one that comes in.
     template <typename text_maker>
     void note(tally& one, const text_maker& text) {
-        if (one.place != 0) return;
+        if (one.mark != 0) return;
         const std::uint64_t records = sum_of(one.counts);
         if (records <= lowest_) return;
         if (listed_.size() < most_listed) {
@@ -37,7 +38,7 @@ public:
         const auto last = std::ranges::min_element(listed_, {}, &ranked_tally::records);
         lowest_ = last->records();
         if (records <= lowest_) return;
-        last->of->place = 0;
+        last->of->mark = 0;
         put(*last, one, text());
     }
 
@@ -48,7 +49,7 @@ public:
 
 private:
     void put(ranked_tally& place, tally& one, std::string text) {
-        one.place = 1;
+        one.mark = 1;
         place = {&one, std::move(text)};
     }
 

@@ -37,10 +37,9 @@ inline constexpr std::uint32_t rename_old_name = 0x00001000;
 inline constexpr std::uint32_t rename_new_name = 0x00002000;
 }  // namespace reason
 
-// Reasons gather until the file is closed. `before`: the record of the same file before this one, null for none.
-[[nodiscard]] constexpr std::uint32_t added_reasons(std::uint32_t reasons, const packed_record* before) {
-    if (before == nullptr || (before->reason & usn_reason::close) != 0) return reasons;
-    return reasons & ~before->reason;
+// Reasons gather until the file is closed. `before`: those of the record of the same file before this one, 0 for none.
+[[nodiscard]] constexpr std::uint32_t added_reasons(std::uint32_t reasons, std::uint32_t before) {
+    return (before & usn_reason::close) != 0 ? reasons : reasons & ~before;
 }
 
 [[nodiscard]] constexpr record_kind kind_of(std::uint32_t added) {

@@ -23,7 +23,7 @@ tally* tally_table::of(std::uint64_t key) {
     if (size_ == most_) return nullptr;
     if (size_ == tallies_.capacity()) tallies_.add_block();
     tally& made = tallies_[size_];
-    made = {.key = key, .latest = nullptr, .counts = {}, .place = 0};
+    made = {.key = key, .latest = nullptr, .counts = {}, .mark = 0};
     index_[at] = static_cast<std::uint32_t>(++size_);
     if (size_ * 2 > index_.size()) grow();
     return &made;

@@ -33,7 +33,7 @@ struct tally {
     std::uint64_t key;
     const packed_record* latest;  // of the thing, where whoever counts keeps it
     kind_counts counts;
-    std::uint32_t place;  // on a ranking, 0 for none
+    std::uint32_t mark;  // likewise; 0 at first
 };
 
 class tally_table {
@@ -50,7 +50,11 @@ public:
         return found == 0 ? nullptr : &tallies_[found - 1];
     }
 
+    // What `of` will read first, and some steps later what it will read then, to be fetched ahead.
     void fetch(std::uint64_t key) const { __builtin_prefetch(&index_[place_of_key(key)]); }
+    void fetch_found(std::uint64_t key) const {
+        if (const std::uint32_t found = index_[place_of_key(key)]; found != 0) __builtin_prefetch(&tallies_[found - 1]);
+    }
 
     [[nodiscard]] std::size_t size() const { return size_; }
     [[nodiscard]] tally& operator[](std::size_t at) const { return tallies_[at]; }
