@@ -98,8 +98,8 @@ private:
         while (const packed_record* const one = order.next()) {
             constexpr std::size_t lead = 8;
             if (const packed_record* const later = order.ahead(2 * lead); later != nullptr) {
-                files_.fetch(later->file_ref);
-                files_.fetch_found(order.ahead(lead)->file_ref);
+                __builtin_prefetch(files_.index_place(later->file_ref));
+                __builtin_prefetch(files_.tally_place(order.ahead(lead)->file_ref));
             }
             tell("looking at records", done++);
             whole.take(*one);

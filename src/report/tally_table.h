@@ -51,9 +51,10 @@ public:
     }
 
     // What `of` will read first, and some steps later what it will read then, to be fetched ahead.
-    void fetch(std::uint64_t key) const { __builtin_prefetch(&index_[place_of_key(key)]); }
-    void fetch_found(std::uint64_t key) const {
-        if (const std::uint32_t found = index_[place_of_key(key)]; found != 0) __builtin_prefetch(&tallies_[found - 1]);
+    [[nodiscard]] const void* index_place(std::uint64_t key) const { return &index_[place_of_key(key)]; }
+    [[nodiscard]] const void* tally_place(std::uint64_t key) const {
+        const std::uint32_t found = index_[place_of_key(key)];
+        return found == 0 ? nullptr : &tallies_[found - 1];
     }
 
     [[nodiscard]] std::size_t size() const { return size_; }
