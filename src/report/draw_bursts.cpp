@@ -77,7 +77,11 @@ void begin_pattern(std::string_view id, std::string_view title, std::size_t coun
     page.markup("<article class=\"fact\" id=\"").markup(id).markup("\">\n<h3>").markup(title).markup("<br/>");
     page.markup(count == 0 ? "<span class=\"tag\">none found</span></h3>\n"
                            : "<span class=\"tag some\">found</span></h3>\n");
-    page.markup("<p class=\"fig\">").markup(counted(count, "time")).markup("</p>\n<p>").markup(rule).markup("</p>\n");
+    page.markup("<p class=\"fig\">")
+        .markup(count == 0 ? "none" : counted(count, "time"))
+        .markup("</p>\n<p>")
+        .markup(rule)
+        .markup("</p>\n");
 }
 
 void draw_extension_bursts(const findings& found, html& page) {
