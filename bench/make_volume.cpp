@@ -4,6 +4,7 @@
 #include "bench/ntfs_library.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
@@ -29,6 +30,7 @@ constexpr const char* usage =
     "  --files N      files in \\files; every third is renamed, every fifth deleted (0)\n"
     "  --journal FILE becomes $Extend\\$UsnJrnl:$J; clusters of zeros in it become holes\n"
     "  --fragments N  runs that the journal's clusters are spread over; many need an attribute list (1)\n"
+    "  --lowest N     lowest valid USN, as of a journal that was made anew (0)\n"
     "  --moved 1      $J leaves the base record before it grows, so that a short attribute list stays resident (0)\n";
 
 using number_map = std::map<std::string, s64>;
@@ -121,7 +123,11 @@ void make_journal(ntfs_volume* volume, const std::string& path, number_map& plan
 
     const inode_handle extend(ntfs_inode_open(volume, 11));
     const inode_handle holder = create(extend, u"$UsnJrnl", S_IFREG);
-    const stream_handle max = add_stream(holder.get(), u"$Max", std::basic_string<u8>(32, 1));
+    // Maximum size, allocation delta, identifier, lowest valid USN.
+    const std::array<s64, 4> limits{s64{32} << 20, s64{8} << 20, 133'486'272'000'000'000, plan["--lowest"]};
+    std::basic_string<u8> bytes(sizeof limits, 0);
+    std::memcpy(bytes.data(), limits.data(), sizeof limits);
+    const stream_handle max = add_stream(holder.get(), u"$Max", bytes);
     stream_handle journal = add_stream(holder.get(), u"$J");
     if (plan["--moved"] != 0) {
         journal.reset();
@@ -165,7 +171,7 @@ void change_sector_size(const std::string& path, s64 volume_size, s64 old, s64 c
 
 void make(const std::vector<std::string>& arguments) {
     number_map plan{{"--size", 64 << 20}, {"--cluster", 4096}, {"--sector", 512}, {"--record", 1024},
-                    {"--files", 0},       {"--fragments", 1},  {"--moved", 0}};
+                    {"--files", 0},       {"--fragments", 1},  {"--moved", 0},    {"--lowest", 0}};
     std::string journal;
     std::string out;
     for (std::size_t i = 0; i < arguments.size(); ++i) {

@@ -73,6 +73,7 @@ def layouts(records):
     journal = make("journal.bin", records)
     rows = {layout: row(layout or "default table", [LORQ, "-file", journal, *layout.split()], records) for layout in LAYOUTS}
     _, default, peak = rows[""]
+    rows["page"] = row("-csv and the page", [LORQ, "-file", journal, "-csv", "-report", FOLDER / "page.html"], records)
     image, entry = volume_with(journal)
     line, other, _ = row("Sleuth Kit, the same journal in a volume", ["usnjls", image, entry], records, 3)
     image.unlink()
@@ -82,7 +83,8 @@ def layouts(records):
         f"- Its peak resident memory is {peak / bytes_of_records:.2f} times the bytes of the records "
         f"({bytes_of_records / 2**20:.0f} MiB).",
         f"- XML takes {rows['-xml'][1] / default:.2f} times as long, JSON Lines {rows['-jsonl'][1] / default:.2f}, `-complete` "
-        f"{rows['-complete'][1] / default:.2f}, a `-find` that matches nothing {rows['-find no-such-name'][1] / default:.2f}."]
+        f"{rows['-complete'][1] / default:.2f}, a `-find` that matches nothing {rows['-find no-such-name'][1] / default:.2f}.",
+        f"- A page of `-report` adds {(rows['page'][1] - rows['-csv'][1]) / default:.0%} of the time of the default table."]
 
 
 def repeats(records):

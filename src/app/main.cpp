@@ -37,6 +37,30 @@ std::uint64_t filetime_now() {
                                       filetime_of_1970);
 }
 
+// A file whose folder was removed takes every byte and is gone when it is closed.
+bool is_still_there(const std::string& stored_path) {
+    const std::string path = platform::native_results_path(stored_path);
+    return path.empty() || platform::kind_of_target(path) != platform::path_kind::absent;
+}
+
+// Makes the file when all of the page is there; what stood in the way was told.
+bool write_page(std::string_view page, const usnjrnl_context& settings, uni::status_line& status) {
+    const std::string path = platform::native_results_path(settings.report_path);
+    const auto identity = platform::identity_of(path);
+    const std::string results = platform::native_results_path(settings.results_path);
+    const bool is_results = identity && !results.empty() && identity == platform::identity_of(results);
+    uni::output_file file;
+    if (is_results || !file.open(path, true, true)) {
+        status.report_problem("prob opening results file: %s for writing\n", settings.report_path.c_str());
+        return false;
+    }
+    (void)file.append_text(page);
+    file.close();
+    if (!file.failed() && is_still_there(settings.report_path)) return true;
+    status.report_problem("prob writing results file: %s\n", settings.report_path.c_str());
+    return false;
+}
+
 bool open_results(uni::output_file& results, const usnjrnl_context& settings, uni::status_line& status) {
     const bool bare = uni::row_of(settings.layout.chosen).bare;
     if (settings.results_path.empty()) {
@@ -48,16 +72,10 @@ bool open_results(uni::output_file& results, const usnjrnl_context& settings, un
     return results.make_stream() != nullptr;
 }
 
-// A file whose folder was removed takes every byte and is gone when it is closed.
-bool is_still_there(const usnjrnl_context& settings) {
-    const std::string path = platform::native_results_path(settings.results_path);
-    return path.empty() || platform::kind_of_target(path) != platform::path_kind::absent;
-}
-
 // Closes the results and tells when a byte of them was not taken.
 bool results_are_whole(uni::output_file& results, const usnjrnl_context& settings, uni::status_line& status) {
     results.close();
-    if (!results.failed() && is_still_there(settings)) return true;
+    if (!results.failed() && is_still_there(settings.results_path)) return true;
     if (settings.results_path.empty()) {
         status.report_problem("prob writing to standard output%s\n",
                               results.reader_closed() ? ", its reader closed it" : "");
@@ -79,6 +97,7 @@ bool hand_on(uni::output_file& results, std::string_view text) {
 bool write_run(argument_list& arguments, const std::string& header, uni::output_file& results,
                const usnjrnl_context& settings, const run_console& console) {
     const uni::layout_row& layout = uni::row_of(settings.layout.chosen);
+    const bool with_rows = !settings.page_alone();
     const auto begin = [&](const journal_source& source) {
         const std::string program = banner();
         const std::string_view image = source.kind == source_kind::image ? std::string_view(source.path) : "";
@@ -87,11 +106,15 @@ bool write_run(argument_list& arguments, const std::string& header, uni::output_
                                                                    .image_path = image,
                                                                    .journal_path = source.journal_path}));
     };
-    if (layout.begins_at_once && !begin({})) return false;
+    if (with_rows && layout.begins_at_once && !begin({})) return false;
     std::optional<opened_source> opened = choose_source(arguments, settings, console);
-    if (!opened || (!layout.begins_at_once && !begin(opened->source))) return false;
+    if (!opened || (with_rows && !layout.begins_at_once && !begin(opened->source))) return false;
     record_account account;
-    const bool done = run_driver(*results.stream(), settings, std::move(*opened), console, account);
+    run_outputs to{.records = with_rows ? results.stream() : nullptr, .run_header = header};
+    if (!settings.report_path.empty()) {
+        to.page = [&](std::string_view page) { return write_page(page, settings, console.status); };
+    }
+    const bool done = run_driver(to, settings, std::move(*opened), console, account);
     std::string end(layout.end);
     if (settings.reading.complete) {
         const std::string text = account_text(account);
@@ -99,7 +122,7 @@ bool write_run(argument_list& arguments, const std::string& header, uni::output_
         if (console.shown.wanted()) console.status.clear_status();
         console.status.say(text + "\n");
     }
-    return hand_on(results, end) && done;
+    return (!with_rows || hand_on(results, end)) && done;
 }
 
 int run(argument_list& arguments, uni::status_line& status) {
@@ -111,7 +134,7 @@ int run(argument_list& arguments, uni::status_line& status) {
     uni::output_file results;
     if (!parse_options(arguments, settings, status, log)) {
         results.use_standard_output();
-        const bool told = !uni::row_of(settings.layout.chosen).bare;
+        const bool told = !uni::row_of(settings.layout.chosen).bare && !settings.page_alone();
         if (told && results.make_stream() != nullptr) (void)hand_on(results, header);
         (void)results_are_whole(results, usnjrnl_context{}, status);
         return exit_failed;

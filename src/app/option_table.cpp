@@ -126,6 +126,20 @@ bool set_results_path(option_run& run, const std::string& value) {
     return false;
 }
 
+// Taken behind the results file, which it must not be.
+bool set_report_path(option_run& run, const std::string& value) {
+    std::string& path = run.settings.report_path;
+    path = expand_env_path(value);
+    replace_all(path, '/', '\\');
+    if (!run.effects.can_create_results(path)) {
+        run.effects.say("prob opening file " + path + " for output, aborting\n");
+        return false;
+    }
+    if (run.settings.results_path.empty() || run.effects.are_apart(path, run.settings.results_path)) return true;
+    run.effects.say("prob -report and -out name one file, " + path + ", aborting\n");
+    return false;
+}
+
 bool refuse_date(option_run& run, const std::string& value) {
     run.effects.say("prob date " + value + " is not year-month-day, aborting\n");
     return false;
@@ -245,6 +259,7 @@ constexpr option general_options[] = {
     flag("-multiline", choose<uni::layout::multiline>),
 
     valued("-out", set_results_path, "-outfile"),  // with -append
+    valued("-report", set_report_path),
     flag("-profile", switch_to<&usnjrnl_context::profile>),
     flag("-pipe", told_by_the_header),
     valued("-signal", store<&usnjrnl_context::signal_name>),

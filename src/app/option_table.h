@@ -17,9 +17,12 @@ public:
     // -diags: opens the diagnostic log. Answering true makes -l2 or -l3 be taken.
     [[nodiscard]] virtual bool open_log(const std::string& path) = 0;
 
-    // -out: whether the results file could be created. After a first false the question is put again when -append is
-    // there to be taken.
+    // -out, -report: whether the file could be created. After a first false the question is put again for -out when
+    // -append is there to be taken.
     [[nodiscard]] virtual bool can_create_results(const std::string& stored_path) = 0;
+
+    // -report: whether two files that can be created are two. Both by their stored paths.
+    [[nodiscard]] virtual bool are_apart(const std::string& /*one*/, const std::string& /*other*/) { return true; }
 
     // A line for standard error.
     virtual void say(std::string_view text) = 0;

@@ -53,6 +53,18 @@ public:
         return true;
     }
 
+    // A file that is not there yet is known by what it is when the other has been made.
+    bool are_apart(const std::string& one, const std::string& other) override {
+        const std::string path = platform::native_results_path(one);
+        uni::output_file file;
+        const bool made = platform::kind_of(path) == platform::path_kind::absent && file.open(path, false, true);
+        const auto identity = platform::identity_of(path);
+        const bool apart = !identity || identity != platform::identity_of(platform::native_results_path(other));
+        file.close();
+        if (made) (void)platform::remove_file(path);
+        return apart;
+    }
+
     void say(std::string_view text) override { status_.say(text); }
     [[nodiscard]] bool stops_at_failure() const override { return true; }
 

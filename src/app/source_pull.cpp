@@ -20,11 +20,13 @@ public:
                 const run_console& console)
         : source_(std::move(opened.source)),
           image_(std::move(opened.image)),
-          volume_(std::move(opened.volume)),
           asked_(asked),
           with_paths_(asked.show_dir_path),
           intake_(intake),
-          console_(console) {}
+          console_(console) {
+        left_.typed = source_.typed;
+        left_.volume = std::move(opened.volume);
+    }
 
     void pull() {
         open_mft_source();
@@ -48,7 +50,7 @@ public:
             announce("analyzing: path history...\n");
             console_.meter.count(phase::history, intake_.records().size(), 0);
         }
-        ntfs_volume* const mft_source = mft_file_ != nullptr ? mft_file_.get() : mft_refused_ ? nullptr : volume_.get();
+        ntfs_volume* const mft_source = left_.mft();
         const bool has_mft = mft_source != nullptr && mft_source->mount();
         const std::uint64_t read_before = has_mft ? mft_source->reader().bytes_read() : 0;
         const resolution_settings wanted{.pull_times = asked_.pull_times, .complete = asked_.complete};
@@ -63,15 +65,17 @@ public:
         }
     }
 
+    [[nodiscard]] pulled_source take_what_is_left() { return std::move(left_); }
+
 private:
     // An exported $MFT goes before that of the volume.
     void open_mft_source() {
         if (asked_.mft_file_path.empty()) return;
-        mft_file_ = std::make_unique<ntfs_volume>(console_.log);
-        if (asked_.complete) mft_file_->take_records(record_sizes::all);
-        mft_refused_ = !mft_file_->open_mft_file(asked_.mft_file_path);
-        if (!mft_refused_) return;
-        mft_file_.reset();
+        left_.mft_file = std::make_unique<ntfs_volume>(console_.log);
+        if (asked_.complete) left_.mft_file->take_records(record_sizes::all);
+        left_.mft_refused = !left_.mft_file->open_mft_file(asked_.mft_file_path);
+        if (!left_.mft_refused) return;
+        left_.mft_file.reset();
         with_paths_ = asked_.path_history;
         console_.status.report_problem("prob opening mft file: %s, %s\n", asked_.mft_file_path.c_str(),
                                        with_paths_ ? "paths are told by the journal alone" : "paths not resolved");
@@ -80,6 +84,7 @@ private:
     void pull_file() {
         disk_reader file;
         if (file.open(source_.path, source_.mode)) {
+            left_.size = file.disk_size();
             read_extracted_journal(file, intake_, console_.shown);
             if (intake_.records().size() == 0 && intake_.lost_bytes() == 0) report_no_records();
         } else if (journal_source volume = live_volume_behind(source_); !volume.path.empty()) {
@@ -92,14 +97,16 @@ private:
 
     void pull_volume() {
         bool mft_damaged = false;
-        if (volume_ == nullptr) volume_ = open_volume(source_, std::move(image_), asked_, console_, mft_damaged);
-        if (volume_ == nullptr) {
+        if (left_.volume == nullptr)
+            left_.volume = open_volume(source_, std::move(image_), asked_, console_, mft_damaged);
+        if (left_.volume == nullptr) {
             report_unreadable();
             report_damaged_mft(mft_damaged, console_.status);
             return;
         }
+        left_.size = left_.volume->clusters().source_size();
         const auto announce_journal = [this] { announce("analyzing: normal USNJRNL data...\n"); };
-        switch (read_volume_journal(*volume_, intake_, console_.shown, announce_journal)) {
+        switch (read_volume_journal(*left_.volume, intake_, console_.shown, announce_journal)) {
             case journal_found::no: report_unreadable(); break;
             case journal_found::unreadable: report_nothing_pulled(); break;
             case journal_found::yes:
@@ -112,7 +119,7 @@ private:
     }
 
     void carve() {
-        carving_run run{.volume = *volume_, .intake = intake_, .shown = console_.shown};
+        carving_run run{.volume = *left_.volume, .intake = intake_, .shown = console_.shown};
         if (asked_.include_unalloc) {
             announce("analyzing: unalloc clusters...\n");
             carve_unallocated(run);
@@ -171,20 +178,23 @@ private:
 
     journal_source source_;
     disk_reader image_;
-    std::unique_ptr<ntfs_volume> volume_;
-    std::unique_ptr<ntfs_volume> mft_file_;
+    pulled_source left_;
     const reading_settings& asked_;
     bool with_paths_;
-    bool mft_refused_ = false;  // the one that was given cannot be read
     journal_intake& intake_;
     const run_console& console_;
 };
 
 }  // namespace
 
-void pull_source(opened_source opened, const reading_settings& asked, journal_intake& intake,
-                 const run_console& console) {
+ntfs_volume* pulled_source::mft() const {
+    return mft_file != nullptr ? mft_file.get() : mft_refused ? nullptr : volume.get();
+}
+
+pulled_source pull_source(opened_source opened, const reading_settings& asked, journal_intake& intake,
+                          const run_console& console) {
     source_pull source(std::move(opened), asked, intake, console);
     source.pull();
     source.resolve_paths();
+    return source.take_what_is_left();
 }

@@ -15,6 +15,7 @@ void set_replacement(layout_settings& settings, char replaced, char replacement)
 
 void choose_plain_table(layout_settings& settings) {
     settings.chosen = layout::table;
+    settings.named = true;
     settings.mark_line_breaks = true;
     set_separator(settings, ",");
 }
@@ -47,6 +48,7 @@ void choose_csvgen(layout_settings& settings) {
 
 void choose_layout(layout_settings& settings, layout chosen) {
     settings.chosen = chosen;
+    settings.named = true;
     settings.mark_line_breaks = settings.generic_csv;
     set_separator(settings, uni::row_of(chosen).separator);
 }

@@ -11,8 +11,12 @@ struct usnjrnl_context {
     reading_settings reading;
 
     std::string results_path;  // empty: standard output
+    std::string report_path;   // empty: no page
     std::string log_path;      // empty: the diagnostic log is off
     bool progress = true;
     bool profile = false;
     std::string signal_name;
+
+    // With neither a layout nor a results file asked for the page is the whole of the output.
+    [[nodiscard]] bool page_alone() const { return !report_path.empty() && !layout.named && results_path.empty(); }
 };

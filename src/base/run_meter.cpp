@@ -22,11 +22,11 @@ void run_meter::count(phase in, std::uint64_t records, std::uint64_t bytes) {
 }
 
 std::vector<std::string> run_meter::lines() const {
-    constexpr std::array names = {"read", "decode", "carve", "resolve", "order", "write", "history"};
+    constexpr std::array names = {"read", "decode", "carve", "resolve", "order", "write", "history", "report"};
     std::vector<std::string> lines;
     for (std::size_t i = 0; measuring_ && i < names.size(); ++i) {
         const tally& of = tallies_[i];
-        if (i == static_cast<std::size_t>(phase::history) && of.records == 0 && of.bytes == 0) continue;
+        if (i >= static_cast<std::size_t>(phase::history) && of.records == 0 && of.bytes == 0) continue;
         lines.push_back(format_text(
             "%s: %g secs, %llu records, %llu bytes", names[i], std::chrono::duration<double>(of.time).count(),
             static_cast<unsigned long long>(of.records), static_cast<unsigned long long>(of.bytes)));

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-enum class phase : std::uint8_t { read, decode, carve, resolve, order, write, history, none };
+enum class phase : std::uint8_t { read, decode, carve, resolve, order, write, history, report, none };
 
 class run_meter {
 public:
@@ -20,8 +20,8 @@ public:
     // What the phase handled, more than before.
     void count(phase in, std::uint64_t records, std::uint64_t bytes);
 
-    // "read: 0.25 secs, 10 records, 1000 bytes" for each phase, for that of path history only when it handled anything;
-    // nothing when none was timed.
+    // "read: 0.25 secs, 10 records, 1000 bytes" for each phase, for those of path history and of the page only when
+    // they handled anything; nothing when none was timed.
     [[nodiscard]] std::vector<std::string> lines() const;
 
 private:

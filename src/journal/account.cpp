@@ -5,8 +5,8 @@
 namespace {
 
 constexpr std::array<std::string_view, static_cast<std::size_t>(record_fate::count)> fate_texts = {
-    " written",      " again elsewhere",      " outside",  " not closed", " close only",
-    " of version 4", " without a valid time", " not sound"};
+    " written",    " counted on the page", " again elsewhere",      " outside",  " not closed",
+    " close only", " of version 4",        " without a valid time", " not sound"};
 
 }  // namespace
 

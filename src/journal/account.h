@@ -10,6 +10,7 @@
 // What became of a record that was read. A new fate is a line here and its text in account.cpp.
 enum class record_fate : std::uint8_t {
     written,
+    on_page,      // counted for a page, where nothing else was asked for
     found_again,  // with -unique: it was written from another place
     outside,      // of the window of time, or of the names and paths, that are asked for
     not_closed,   // without the close flag, where only records with it are asked for

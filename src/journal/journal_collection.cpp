@@ -54,15 +54,19 @@ std::string_view journal_collection::label_of(std::uint64_t arrival) const {
     return behind == labels_.begin() ? std::string_view{} : std::prev(behind)->label;
 }
 
-void journal_collection::for_each_of_journal(const std::function<void(const packed_record&)>& take) const {
+void journal_collection::for_each(const std::function<void(const packed_record&)>& take) const {
     const auto walk = [&take](const record_chain& chain) {
         record_chain::cursor at(chain);
-        while (const packed_record* const record = at.next()) {
-            if (record_marks::origin_of(record->marks) == record_origin::journal) take(*record);
-        }
+        while (const packed_record* const record = at.next()) take(*record);
     };
     walk(in_order_);
     for (const record_chain& chain : strays_.chains()) walk(chain);
+}
+
+void journal_collection::for_each_of_journal(const std::function<void(const packed_record&)>& take) const {
+    for_each([&take](const packed_record& one) {
+        if (record_marks::origin_of(one.marks) == record_origin::journal) take(one);
+    });
 }
 
 void journal_collection::number_pairs() { pairs_ = std::make_unique<reference_pairs>(); }

@@ -33,7 +33,10 @@ public:
 
     [[nodiscard]] std::size_t size() const { return count_; }
 
-    // Every record that is of the journal and was not carved, in no order.
+    // Every record, in no order.
+    void for_each(const std::function<void(const packed_record&)>& take) const;
+
+    // Those that are of the journal and were not carved.
     void for_each_of_journal(const std::function<void(const packed_record&)>& take) const;
 
     // Before the first record: numbers the pairs of parent and file as they come, for path resolution, which takes

@@ -72,6 +72,7 @@ struct journal_entry : record_fields {
     record_details details;
 
     // Of the run. The views hold until the next entry is read.
+    std::uint64_t arrival = 0;  // its number in order of arrival
     record_origin origin = record_origin::journal;
     std::string_view snapshot_label;  // of the shadow copy that it was carved from
     bool foreign = false;             // carved, and of an entry that the volume's MFT has no room for

@@ -3,21 +3,12 @@
 #include "base/file_reference.h"
 #include "ntfs/file_name.h"
 #include "ntfs/fixup.h"
+#include "ntfs/mft_survey.h"
 #include "ntfs/ntfs_volume.h"
-#include "ntfs/standard_information.h"
 
 #include <algorithm>
 
 namespace {
-
-// 0 for a number that no journal has, too.
-std::int64_t last_usn_in(const attribute& standard_information) {
-    std::uint64_t usn = 0;
-    if (!standard_information.resident || !standard_information.value.get(standard_information_value::last_usn, usn)) {
-        return 0;
-    }
-    return std::max(std::int64_t{0}, static_cast<std::int64_t>(usn));
-}
 
 std::int64_t last_usn_of(const mft_entry& entry) {
     const auto found = std::ranges::find(entry.attributes, attribute_type::standard_information, &attribute::type);

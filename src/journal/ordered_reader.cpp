@@ -217,6 +217,7 @@ void ordered_reader::insides::unpack(const upcoming_record& next, journal_entry&
     entry.valid = (from.marks & record_marks::valid) != 0 ? 1 : 0;
     entry.name.assign(from.name(), from.name_units);
     entry.record_offset = from.record_offset;
+    entry.arrival = from.arrival();
     entry.origin = record_marks::origin_of(from.marks);
     const unsigned version = from.marks >> record_marks::version_shift & record_marks::two_bits;
     entry.version = static_cast<std::uint8_t>(version == 0 ? 0 : version + 1);

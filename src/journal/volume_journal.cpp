@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr std::u16string_view journal_path = u"\\$extend\\$usnjrnl:$j";
 constexpr std::u16string_view journal_stream = u"$J";
 
 // A data stream; one of that name with the type of an index allocation is read the same way. `holder`: the entry whose

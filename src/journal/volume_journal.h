@@ -6,8 +6,12 @@
 
 #include <cstdint>
 #include <functional>
+#include <string_view>
 
 class ntfs_volume;
+
+// As path_lookup takes it.
+inline constexpr std::u16string_view journal_path = u"\\$extend\\$usnjrnl:$j";
 
 enum class journal_found : std::uint8_t { no, unreadable, yes };
 

@@ -14,6 +14,7 @@ enum class layout : std::uint8_t { table, multiline, csvl2t, bodyfile, xml, json
 
 struct layout_settings {
     layout chosen = layout::table;
+    bool named = false;  // by an option
 
     bool complete = false;  // every sound record is told, and no text can look like another
     bool closed_only = true;

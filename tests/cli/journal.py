@@ -15,10 +15,10 @@ ATTRIBUTES = dict(enumerate("READONLY HIDDEN SYSTEM - DIRECTORY ARCHIVE DEVICE N
 
 
 def record(name="a.txt", reason=CLOSE | 0x102, usn=0x1000, filetime=FIRST, source=0, security=0x107, attributes=0x20,
-           entry=40 | 3 << 48):
+           file=40 | 3 << 48, folder=5 | 5 << 48):
     """Of a file in the root."""
     text = name.encode("utf-16-le", "surrogatepass")
-    tail = struct.pack("<QQqQIIIIHH", entry, 5 | 5 << 48, usn, filetime, reason, source, security, attributes, len(text), 60)
+    tail = struct.pack("<QQqQIIIIHH", file, folder, usn, filetime, reason, source, security, attributes, len(text), 60)
     tail += text + bytes(-len(tail + text) % 8)
     return struct.pack("<IHH", 8 + len(tail), 2, 0) + tail
 

@@ -68,8 +68,8 @@ def test_a_terminal_is_told_what_is_left_out(lorq):
 @pytest.mark.parametrize("cluster", [512, 1024, 65536])
 def test_what_was_deleted_is_found_whole_in_free_clusters(lorq, cluster):
     """Both versions, names of 255 units, files of a cloud, sequence and entry numbers beyond the MFT of today."""
-    odd = [record("n" * 255, usn=PAGE, attributes=0x501620), record(usn=PAGE + 576, entry=40 | 0xF001 << 48),
-           record(usn=PAGE + 648, entry=1 << 40 | 1 << 48), record(usn=PAGE + 720, reason=CLOSE | 0x01C00000)]
+    odd = [record("n" * 255, usn=PAGE, attributes=0x501620), record(usn=PAGE + 576, file=40 | 0xF001 << 48),
+           record(usn=PAGE + 648, file=1 << 40 | 1 << 48), record(usn=PAGE + 720, reason=CLOSE | 0x01C00000)]
     lorq.make("--records", "3000", "--versions", "2:5,3")
     content = page(*odd) + lorq.path("made").read_bytes()
     lorq.write("deleted", page(record("first", usn=0)) + content)

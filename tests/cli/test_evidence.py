@@ -17,7 +17,7 @@ FAULTS = os.environ.get("LORQ_FAULTS", "")
 LAYOUTS = [[], ["-csv"], ["-csvgen"], ["-xml"], ["-bodyfile"], ["-csvl2t"], ["-multiline"]]
 OPTION_TABLE = pathlib.Path(__file__).parents[2] / "src/app/option_table.cpp"
 OPTIONS = re.findall(r'(flag|valued)\("(-\w+)"', OPTION_TABLE.read_text())
-VALUES = {"-out": "results", "-diags": "log", "-mftfile": "m", "-alias": "a|b", "-aliaspath": "a|b",
+VALUES = {"-out": "results", "-report": "page", "-diags": "log", "-mftfile": "m", "-alias": "a|b", "-aliaspath": "a|b",
           "-cmd_start_time": "2001-01-01", "-cmd_stop_time": "2039-01-01", "-from": "2001-01-01", "-to": "2039-01-01"}
 CARVED = "-include_unalloc_clusters"
 

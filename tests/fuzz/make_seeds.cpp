@@ -122,9 +122,11 @@ void make(const std::filesystem::path& to) {
          text("-csvgen\n-no_whitespace\n-multiline\n-base10\n-show_dir_path\n-pulltimes\n-mftfile\nm\n-l2"),
          text("-partition\nc\n-csvl2t\n-bodyfile\n-xml_escape\n-vss\n2\n-append\n-show_offset\n-quiet"),
          text("-jsonl\n-from\n2024-01-01T00:00:00.5Z\n-to\n2024-02-01\n-find\n*\\u?.txt\n-mftfile\nm\n-unique\n-"
+              "report\np.html\n-"
               "hostname\nh")});
     std::vector<bytes> runs;
-    for (const std::uint32_t kind : {0x1FFFEU, 0x1FC00U, 0x4001FC20U, 0x20000C00U, 0x8001FC10U}) {
+    for (const std::uint32_t kind :
+         {0x1FFFEU, 0x1FC00U, 0x4001FC20U, 0x20000C00U, 0x8001FC10U, 0x1025FC00U, 0x1001C000U}) {
         runs.push_back(poked<std::uint32_t>(bytes(244), 0, kind));  // 20 changes that change nothing
     }
     add(to / "volume", runs);
