@@ -2,6 +2,8 @@
 
 #include "base/byte_view.h"
 #include "storage/containers/big_endian.h"
+#include "storage/containers/disk_fields.h"
+#include "storage/containers/qcow_entry.h"
 
 #include <algorithm>
 #include <bit>
@@ -18,10 +20,21 @@ constexpr std::size_t entry_size(entry_form form) {
     return form == entry_form::vhd || form == entry_form::vmdk || form == entry_form::vmdk_zeroed ? 4 : 8;
 }
 
+// What conflicts are counted in: bytes of the file.
+std::uint64_t unit_of(const allocation_tables& tables) {
+    switch (tables.form) {
+        case entry_form::vhdx: return std::uint64_t{1} << 20U;
+        case entry_form::qcow2:
+        case entry_form::qcow3: return tables.block_size;
+        default: return sector_size;
+    }
+}
+
 // Where the entry `index` says that its block is kept: a byte offset, 0 for nowhere, no_offset for what cannot be.
-// `packed`: in fewer bytes than the block has.
-std::uint64_t kept_at(entry_form form, std::uint64_t block_size, byte_view table, std::size_t index, bool& packed) {
-    packed = false;
+// `packed`: in so many bytes at most, 0 for all that the block has.
+std::uint64_t kept_at(entry_form form, std::uint64_t block_size, byte_view table, std::size_t index,
+                      std::uint64_t& packed) {
+    packed = 0;
     const std::size_t at = index * entry_size(form);
     switch (form) {
         case entry_form::vhd: {
@@ -31,12 +44,14 @@ std::uint64_t kept_at(entry_form form, std::uint64_t block_size, byte_view table
         }
         case entry_form::vhdx: {
             constexpr std::uint64_t state = 7;
-            constexpr std::uint64_t fully_present = 6;
-            constexpr std::uint64_t unmapped = 3;  // and below: not present, undefined, zero
-            constexpr std::uint64_t offset = ~std::uint64_t{0xFFFFF};
+            constexpr std::uint64_t fully_present = 6;  // and above: in part, of a disk with a parent
+            constexpr std::uint64_t unmapped = 3;       // and below: not present, undefined, zero
+            constexpr std::uint64_t reserved = 0xFFFF8;
             const auto entry = table.value<std::uint64_t>(at);
+            const std::uint64_t offset = entry & ~(reserved | state);
+            if ((entry & reserved) != 0) return no_offset;
             if ((entry & state) <= unmapped) return 0;
-            return (entry & state) == fully_present && (entry & offset) != 0 ? entry & offset : no_offset;
+            return (entry & state) >= fully_present && offset != 0 ? offset : no_offset;
         }
         case entry_form::vmdk:
         case entry_form::vmdk_zeroed: {
@@ -46,15 +61,10 @@ std::uint64_t kept_at(entry_form form, std::uint64_t block_size, byte_view table
         }
         case entry_form::qcow2:
         case entry_form::qcow3: {
-            constexpr std::uint64_t compressed = std::uint64_t{1} << 62U;
-            constexpr std::uint64_t offset = 0x00FF'FFFF'FFFF'FE00;
-            const std::uint64_t entry = big_endian<std::uint64_t>(table, at);
-            // Compressed bytes begin anywhere; above their offset stands how many sectors they take.
-            const std::uint64_t offset_bits = std::uint64_t{1} << (70 - std::bit_width(block_size - 1));
-            packed = (entry & compressed) != 0;
-            if (packed) return std::max<std::uint64_t>(entry & (offset_bits - 1), 1);
-            if (form == entry_form::qcow3 && (entry & 1U) != 0) return 0;
-            return entry & offset;
+            const qcow_entry entry(big_endian<std::uint64_t>(table, at), block_size);
+            packed = entry.packed;
+            if (!entry.possible || (entry.zeros && form == entry_form::qcow2)) return no_offset;
+            return entry.zeros ? 0 : entry.offset;
         }
     }
     return no_offset;
@@ -63,6 +73,15 @@ std::uint64_t kept_at(entry_form form, std::uint64_t block_size, byte_view table
 }  // namespace
 
 block_state allocation::state_at(std::uint64_t offset, std::uint64_t& end) {
+    const block_state own = own_state_at(offset, end);
+    if (parent_ == nullptr || own == block_state::lost || (own == block_state::data && !in_part_)) return own;
+    std::uint64_t end_in_parent = 0;
+    const block_state below = parent_->state_at(offset, end_in_parent);
+    end = std::min(end, end_in_parent);
+    return below == block_state::lost ? block_state::lost : block_state::data;
+}
+
+block_state allocation::own_state_at(std::uint64_t offset, std::uint64_t& end) {
     std::uint64_t begin = 0;
     for (const allocation_extent& extent : extents_) {
         if (offset - begin < extent.size) {
@@ -76,17 +95,48 @@ block_state allocation::state_at(std::uint64_t offset, std::uint64_t& end) {
     return block_state::data;
 }
 
-bool allocation::sound() {
-    for (const allocation_extent& extent : extents_) {
-        std::uint64_t bytes = 0;  // of all tables: they take no more than their file has when each is kept by itself
-        for (std::size_t i = 0; i < extent.tables.tables.size(); ++i) {
-            if (extent.tables.tables[i] == 0) continue;
-            load(extent, i);
-            bytes += states_.size() * entry_size(extent.tables.form);
-            if (!sound_ || bytes > file_.disk_size()) return false;
+std::string allocation::damage() {
+    bool sound = true;
+    bool odd = false;
+    for (allocation_extent& extent : extents_) {
+        sound = find_conflicts(extent) && sound;
+        odd = odd || extent.tables.odd;
+    }
+    if (parent_ != nullptr && !parent_->damage().empty()) sound = false;
+    if (!sound) return "it is damaged or cut short, part of it is lost";
+    return odd ? "its tables do not fit together, part of it may be missing" : std::string{};
+}
+
+// False when anything of the extent is lost.
+bool allocation::find_conflicts(allocation_extent& extent) {
+    constexpr std::size_t most_blocks = std::size_t{1} << 25U;  // of more no conflicts are looked for
+    allocation_tables& tables = extent.tables;
+    const std::uint64_t unit = unit_of(tables);
+    const bool compared = !tables.packed && tables.form != entry_form::qcow2 && tables.form != entry_form::qcow3;
+    const std::uint64_t stride = (tables.lead + tables.block_size + unit - 1) / unit;
+    bool sound = tables.conflicts.empty();
+    std::vector<std::uint32_t> units;
+    std::uint64_t bytes = 0;  // of all tables: they take no more than their file has when each is kept by itself
+    for (std::size_t i = 0; i < tables.tables.size(); ++i) {
+        if (tables.tables[i] == 0) continue;
+        load(extent, i);
+        sound = sound && sound_;
+        bytes += states_.size() * entry_size(tables.form);
+        if (bytes > file_.disk_size()) return false;
+        for (std::size_t block = 0; compared && block < states_.size(); ++block) {
+            if (states_[block] != block_state::data || places_[block] == 0 || units.size() == most_blocks) continue;
+            units.push_back(static_cast<std::uint32_t>(places_[block] / unit));
         }
     }
-    return true;
+    std::ranges::sort(units);
+    for (std::size_t i = 1; i < units.size(); ++i) {
+        if (units[i] - units[i - 1] >= stride) continue;
+        tables.conflicts.push_back(units[i - 1]);
+        tables.conflicts.push_back(units[i]);
+        sound = false;
+    }
+    loaded_from_ = nullptr;
+    return sound;
 }
 
 block_state allocation::state_in(const allocation_extent& extent, std::uint64_t at, std::uint64_t& end) {
@@ -99,12 +149,26 @@ block_state allocation::state_in(const allocation_extent& extent, std::uint64_t 
     end = (index + 1) * covered;
     if (tables.tables[static_cast<std::size_t>(index)] == 0) return block_state::hole;
     if (loaded_from_ != &tables || loaded_index_ != index) load(extent, static_cast<std::size_t>(index));
+    if (tables.packed && !markers_checked_) check_markers(tables, index * tables.blocks_per_table);
     const std::uint64_t block = at % covered / tables.block_size;
     const block_state state = states_[static_cast<std::size_t>(block)];
     std::uint64_t stop = block + 1;
     while (stop < states_.size() && states_[static_cast<std::size_t>(stop)] == state) ++stop;
     end = index * covered + stop * tables.block_size;
     return state;
+}
+
+// Whether a block of `length` bytes can be kept there.
+bool allocation::possible(const allocation_tables& tables, std::uint64_t kept, std::uint64_t length) const {
+    const std::uint64_t size = file_.disk_size();
+    if (kept >= size || length > size - kept) return false;
+    const std::uint64_t end = kept + length;
+    if (std::ranges::any_of(tables.taken, [&](const file_range& one) { return one.begin < end && kept < one.end; })) {
+        return false;
+    }
+    const std::uint64_t unit = unit_of(tables);
+    const auto first = std::ranges::lower_bound(tables.conflicts, kept / unit);
+    return first == tables.conflicts.end() || *first * unit >= end;
 }
 
 void allocation::load(const allocation_extent& extent, std::size_t index) {
@@ -115,23 +179,50 @@ void allocation::load(const allocation_extent& extent, std::size_t index) {
     }
     loaded_from_ = &tables;
     loaded_index_ = index;
+    markers_checked_ = false;
     // Of the last table only the entries that the disk has.
     const std::uint64_t before = index * tables.blocks_per_table;
     const std::uint64_t all = (extent.size + tables.block_size - 1) / tables.block_size;
     const auto blocks = static_cast<std::size_t>(std::min(all - std::min(before, all), tables.blocks_per_table));
     states_.assign(blocks, block_state::lost);
-    std::vector<std::uint8_t> bytes(blocks * entry_size(tables.form));
-    std::size_t got = 0;
-    sound_ = blocks == 0 || (file_.read_at(tables.tables[index], bytes, got) && got == bytes.size());
-    if (!sound_) return;
-    const std::uint64_t file_size = file_.disk_size();
+    places_.assign(blocks, 0);
+    const std::size_t size = entry_size(tables.form);
+    std::vector<std::uint8_t> bytes;
+    std::vector<std::uint8_t> copy;
+    sound_ = blocks == 0 || read_whole(file_, tables.tables[index], blocks * size, bytes);
+    if (!sound_ || blocks == 0) return;
+    if (!tables.copies.empty()) (void)read_whole(file_, tables.copies[index], bytes.size(), copy);
+    const std::span<const std::uint8_t> same = tables.copies.empty() ? bytes : copy;
     for (std::size_t i = 0; i < blocks; ++i) {
-        bool packed = false;
+        std::uint64_t packed = 0;
         const std::uint64_t kept = kept_at(tables.form, tables.block_size, byte_view(bytes), i, packed);
-        const std::uint64_t length = std::min(tables.block_size, extent.size - (before + i) * tables.block_size);
-        const bool inside = kept < file_size && (packed || tables.packed || kept == 0 || length <= file_size - kept);
-        if (inside) states_[i] = kept == 0 ? block_state::hole : block_state::data;
-        sound_ = sound_ && inside;
+        std::uint64_t length =
+            std::min(tables.block_size, extent.size - (before + i) * tables.block_size) + tables.lead;
+        if (tables.packed) length = 1;
+        // The last sector that packed bytes reach into may be cut off.
+        if (packed != 0) length = std::min(packed, file_.disk_size() - std::min(kept, file_.disk_size() - 1));
+        const bool kept_twice =
+            same.size() == bytes.size() &&
+            std::ranges::equal(std::span(bytes).subspan(i * size, size), same.subspan(i * size, size));
+        const bool true_one = kept_twice && (kept == 0 || possible(tables, kept, length));
+        if (true_one) states_[i] = kept == 0 ? block_state::hole : block_state::data;
+        if (true_one) places_[i] = kept;
+        sound_ = sound_ && true_one;
     }
     if (!sound_) std::ranges::replace(states_, block_state::hole, block_state::data);
+}
+
+// In front of each packed grain stand the sector of the disk that it begins with, u64, and its length, u32.
+void allocation::check_markers(const allocation_tables& tables, std::uint64_t before) {
+    constexpr std::size_t marker = 12;
+    markers_checked_ = true;
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t i = 0; i < states_.size(); ++i) {
+        if (places_[i] == 0) continue;
+        const bool mine =
+            read_whole(file_, places_[i], marker, bytes) &&
+            byte_view(bytes).value<std::uint64_t>(0) == (before + i) * (tables.block_size / sector_size) &&
+            byte_view(bytes).value<std::uint32_t>(8) <= file_.disk_size() - places_[i] - marker;
+        if (!mine) states_[i] = block_state::lost;
+    }
 }

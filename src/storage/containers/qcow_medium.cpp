@@ -3,6 +3,7 @@
 #include "storage/containers/container_files.h"
 #include "storage/containers/disk_fields.h"
 #include "storage/containers/media.h"
+#include "storage/partitions.h"
 
 #include <libqcow.h>
 
@@ -30,6 +31,7 @@ std::string objection(const std::string& path, std::size_t& cluster) {
     if (!file.open(path, reader_mode::image_file) || !read_whole(file, 0, incompatible, bytes))
         return "it is cut short";
     const byte_view header(bytes);
+    if (!holds_text(header, 0, "QFI\xFB")) return "it is no QCOW2";
     const auto number = big_endian<std::uint32_t>(header, version);
     const auto bits = big_endian<std::uint32_t>(header, cluster_bits);
     if (number != 2 && number != 3) return "its version " + std::to_string(number) + " is not read";
@@ -65,6 +67,7 @@ qcow_file open_file(const std::string& path) {
 
 opened_medium open_qcow(const std::string& path) {
     std::vector<qcow_file> chain;
+    std::vector<std::unique_ptr<allocation>> tables;
     std::size_t cluster = 0;
     std::uint64_t size = 0;
     for (std::string next = path;;) {
@@ -85,6 +88,8 @@ opened_medium open_qcow(const std::string& path) {
         } else if (own_size < size || libqcow_file_set_parent_file(chain.back().get(), file.get(), nullptr) != 1) {
             return refused("its backing file " + next + " does not fit");
         }
+        tables.push_back(read_qcow_allocation(next, own_size));
+        if (tables.back() == nullptr) return refused(next + " is damaged or cut short");
         chain.push_back(std::move(file));
         const std::string name = qcow_backing_name(next);
         if (name.empty()) break;  // there is none
@@ -92,9 +97,8 @@ opened_medium open_qcow(const std::string& path) {
         if (!parent) return refused_parent(name);
         next = *parent;
     }
-    std::unique_ptr<allocation> holes = chain.size() == 1 ? read_qcow_allocation(path, size) : nullptr;
     return {std::make_unique<chain_medium<qcow_file, libqcow_file_read_buffer_at_offset>>(
                 std::move(chain), size, std::max(cluster, smallest_read)),
-            std::move(holes),
+            laid_over_each_other(std::move(tables), false),
             {}};
 }
