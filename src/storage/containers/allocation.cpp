@@ -20,10 +20,24 @@ constexpr std::size_t entry_size(entry_form form) {
     return form == entry_form::vhd || form == entry_form::vmdk || form == entry_form::vmdk_zeroed ? 4 : 8;
 }
 
+struct vhdx_entry {
+    static constexpr std::uint64_t unmapped = 3;  // and below: not present, undefined, zero
+    static constexpr std::uint64_t fully_present = 6;
+    static constexpr std::uint64_t partly_present = 7;  // over a parent, by the sectors that a bitmap names
+
+    std::uint64_t state;
+    std::uint64_t offset;
+    bool possible;
+
+    explicit vhdx_entry(std::uint64_t entry)
+        : state(entry & 7U), offset(entry & ~std::uint64_t{0xFFFFF}), possible((entry & 0xFFFF8U) == 0) {}
+};
+
 // What conflicts are counted in: bytes of the file.
 std::uint64_t unit_of(const allocation_tables& tables) {
     switch (tables.form) {
-        case entry_form::vhdx: return std::uint64_t{1} << 20U;
+        case entry_form::vhdx:
+        case entry_form::vhdx_over: return std::uint64_t{1} << 20U;
         case entry_form::qcow2:
         case entry_form::qcow3: return tables.block_size;
         default: return sector_size;
@@ -42,16 +56,13 @@ std::uint64_t kept_at(entry_form form, std::uint64_t block_size, byte_view table
             if (sector == std::numeric_limits<std::uint32_t>::max()) return 0;
             return sector == 0 ? no_offset : sector * sector_size;
         }
-        case entry_form::vhdx: {
-            constexpr std::uint64_t state = 7;
-            constexpr std::uint64_t fully_present = 6;  // and above: in part, of a disk with a parent
-            constexpr std::uint64_t unmapped = 3;       // and below: not present, undefined, zero
-            constexpr std::uint64_t reserved = 0xFFFF8;
-            const auto entry = table.value<std::uint64_t>(at);
-            const std::uint64_t offset = entry & ~(reserved | state);
-            if ((entry & reserved) != 0) return no_offset;
-            if ((entry & state) <= unmapped) return 0;
-            return (entry & state) >= fully_present && offset != 0 ? offset : no_offset;
+        case entry_form::vhdx:
+        case entry_form::vhdx_over: {
+            const vhdx_entry entry(table.value<std::uint64_t>(at));
+            const bool in_part = entry.state == vhdx_entry::partly_present && form == entry_form::vhdx_over;
+            if (!entry.possible || (entry.state > vhdx_entry::unmapped && entry.offset == 0)) return no_offset;
+            if (entry.state <= vhdx_entry::unmapped) return 0;
+            return entry.state == vhdx_entry::fully_present || in_part ? entry.offset : no_offset;
         }
         case entry_form::vmdk:
         case entry_form::vmdk_zeroed: {
@@ -72,27 +83,26 @@ std::uint64_t kept_at(entry_form form, std::uint64_t block_size, byte_view table
 
 }  // namespace
 
-block_state allocation::state_at(std::uint64_t offset, std::uint64_t& end) {
-    const block_state own = own_state_at(offset, end);
-    if (parent_ == nullptr || own == block_state::lost || (own == block_state::data && !in_part_)) return own;
-    std::uint64_t end_in_parent = 0;
-    const block_state below = parent_->state_at(offset, end_in_parent);
-    end = std::min(end, end_in_parent);
-    return below == block_state::lost ? block_state::lost : block_state::data;
+stretch allocation::at(std::uint64_t offset) {
+    const stretch own = own_at(offset);
+    if (parent_ == nullptr || own.state == block_state::lost || (own.state == block_state::data && !in_part_))
+        return own;
+    const stretch below = parent_->at(offset);
+    const block_state state = below.state == block_state::lost ? block_state::lost : block_state::data;
+    return {state, std::min(own.end, below.end), own.state == block_state::hole ? below.level + 1 : 0};
 }
 
-block_state allocation::own_state_at(std::uint64_t offset, std::uint64_t& end) {
+stretch allocation::own_at(std::uint64_t offset) {
     std::uint64_t begin = 0;
     for (const allocation_extent& extent : extents_) {
         if (offset - begin < extent.size) {
+            std::uint64_t end = 0;
             const block_state state = state_in(extent, offset - begin, end);
-            end = begin + std::min(end, extent.size);
-            return state;
+            return {state, begin + std::min(end, extent.size)};
         }
         begin += extent.size;
     }
-    end = no_offset;
-    return block_state::data;
+    return {block_state::data, no_offset};
 }
 
 std::string allocation::damage() {
@@ -192,10 +202,17 @@ void allocation::load(const allocation_extent& extent, std::size_t index) {
     sound_ = blocks == 0 || read_whole(file_, tables.tables[index], blocks * size, bytes);
     if (!sound_ || blocks == 0) return;
     if (!tables.copies.empty()) (void)read_whole(file_, tables.copies[index], bytes.size(), copy);
+    // Behind the entries stands that of the bitmap for blocks that are there in part; without it nothing tells the
+    // part.
+    const bool over = tables.form == entry_form::vhdx_over;
+    const bool has_bitmap = over &&
+                            read_whole(file_, tables.tables[index] + tables.blocks_per_table * size, size, copy) &&
+                            vhdx_entry(byte_view(copy).value<std::uint64_t>(0)).state == vhdx_entry::fully_present;
+    const entry_form form = over && !has_bitmap ? entry_form::vhdx : tables.form;
     const std::span<const std::uint8_t> same = tables.copies.empty() ? bytes : copy;
     for (std::size_t i = 0; i < blocks; ++i) {
         std::uint64_t packed = 0;
-        const std::uint64_t kept = kept_at(tables.form, tables.block_size, byte_view(bytes), i, packed);
+        const std::uint64_t kept = kept_at(form, tables.block_size, byte_view(bytes), i, packed);
         std::uint64_t length =
             std::min(tables.block_size, extent.size - (before + i) * tables.block_size) + tables.lead;
         if (tables.packed) length = 1;
@@ -209,7 +226,7 @@ void allocation::load(const allocation_extent& extent, std::size_t index) {
         if (true_one) places_[i] = kept;
         sound_ = sound_ && true_one;
     }
-    if (!sound_) std::ranges::replace(states_, block_state::hole, block_state::data);
+    if (!sound_ && parent_ == nullptr) std::ranges::replace(states_, block_state::hole, block_state::data);
 }
 
 // In front of each packed grain stand the sector of the disk that it begins with, u64, and its length, u32.

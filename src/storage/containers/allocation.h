@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-enum class entry_form : std::uint8_t { vhd, vhdx, vmdk, vmdk_zeroed, qcow2, qcow3 };
+enum class entry_form : std::uint8_t { vhd, vhdx, vhdx_over, vmdk, vmdk_zeroed, qcow2, qcow3 };
 
 // Bytes of a file, from `begin` to in front of `end`.
 struct file_range {
@@ -43,6 +43,13 @@ struct allocation_extent {
 
 enum class block_state : std::uint8_t { data, hole, lost };
 
+// From the place that was asked for to `end` the disk is like this.
+struct stretch {
+    block_state state = block_state::data;
+    std::uint64_t end = 0;
+    std::size_t level = 0;  // which image keeps it: 0 the first, 1 its parent, and so on
+};
+
 // Of a disk whose extents follow each other. Lost is what an entry stands for that leads out of its file or to where
 // something else is kept, and all of a table that cannot be read; a table that has such an entry tells of no hole.
 class allocation {
@@ -55,16 +62,16 @@ public:
         in_part_ = in_part;
     }
 
-    // What is kept of the disk from `offset` to `end`, which lies behind it; a hole reads as zeros. Behind all extents
-    // there is data, and over a parent no hole is known.
-    [[nodiscard]] block_state state_at(std::uint64_t offset, std::uint64_t& end);
+    // What is kept of the disk from `offset` on; a hole reads as zeros. Behind all extents there is data, and over a
+    // parent no hole is known.
+    [[nodiscard]] stretch at(std::uint64_t offset);
 
     // What is wrong with the tables, a line without its end; empty for nothing. Reads all of them, and from then on
     // blocks that are kept in the same place are lost.
     [[nodiscard]] std::string damage();
 
 private:
-    [[nodiscard]] block_state own_state_at(std::uint64_t offset, std::uint64_t& end);
+    [[nodiscard]] stretch own_at(std::uint64_t offset);
     [[nodiscard]] block_state state_in(const allocation_extent& extent, std::uint64_t at, std::uint64_t& end);
     void load(const allocation_extent& extent, std::size_t index);
     [[nodiscard]] bool possible(const allocation_tables& tables, std::uint64_t kept, std::uint64_t length) const;

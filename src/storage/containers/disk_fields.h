@@ -100,6 +100,7 @@ struct vhdx_layout {
     std::uint32_t block_size = 0;
     std::uint32_t sector_size = 0;
     bool has_parent = false;
+    std::string parent;  // its path as seen from this file; empty when only others are told
 };
 
 [[nodiscard]] bool read_vhdx_layout(disk_reader& file, vhdx_layout& layout);

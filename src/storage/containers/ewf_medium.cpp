@@ -59,7 +59,7 @@ public:
     [[nodiscard]] std::uint64_t size() const override { return size_; }
     [[nodiscard]] std::size_t chunk_size() const override { return chunk_size_; }
 
-    [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into) override {
+    [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t /*level*/) override {
         if (offset / chunk_size_ >= chunks_ || lost_ > most_lost) return false;
         if (read_checked(offset, into)) return true;
         lost_ += chunk_size_;

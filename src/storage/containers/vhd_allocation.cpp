@@ -4,6 +4,7 @@
 #include "storage/partitions.h"
 
 #include "base/crc32.h"
+#include "base/utf.h"
 
 #include <algorithm>
 #include <bit>
@@ -52,6 +53,12 @@ constexpr guid block_table{0x66, 0x77, 0xC2, 0x2D, 0x23, 0xF6, 0x00, 0x42,
 constexpr guid metadata{0x06, 0xA2, 0x7C, 0x8B, 0x90, 0x47, 0x9A, 0x4B, 0xB8, 0xFE, 0x57, 0x5F, 0x05, 0x0F, 0x88, 0x6E};
 constexpr guid parameters{0x37, 0x67, 0xA1, 0xCA, 0x36, 0xFA, 0x43, 0x4D,
                           0xB3, 0xB6, 0x33, 0xF0, 0xAA, 0x44, 0xE7, 0x6B};
+constexpr guid parent_locator{0x2D, 0x5F, 0xD3, 0xA8, 0x0B, 0xB3, 0x4D, 0x45,
+                              0xAB, 0xF7, 0xD3, 0xD8, 0x48, 0x34, 0xAB, 0x0C};
+constexpr std::size_t item_length = 20;    // u32
+constexpr std::size_t locator_count = 18;  // u16, of the pairs that a parent locator has
+constexpr std::size_t locator_pairs = 20;  // u32 and u32 where key and value stand, u16 and u16 their bytes
+constexpr std::size_t pair_size = 12;
 constexpr guid sector_size{0x1D, 0xBF, 0x41, 0x81, 0x6F, 0xA9, 0x09, 0x47,
                            0xBA, 0x47, 0xF2, 0x33, 0xA8, 0xFA, 0xAB, 0x5F};
 }  // namespace vhdx
@@ -62,6 +69,30 @@ byte_view entry_named(byte_view table, std::size_t first, std::size_t count, con
         byte_view entry;
         if (!table.sub(first + i * vhdx::entry_size, vhdx::entry_size, entry)) break;
         if (std::ranges::equal(entry.bytes().first(name.size()), name)) return entry;
+    }
+    return {};
+}
+
+std::u16string utf16(byte_view text) {
+    std::u16string units;
+    for (std::size_t at = 0; at + 2 <= text.size(); at += 2)
+        units += static_cast<char16_t>(text.value<std::uint16_t>(at));
+    return units;
+}
+
+// Where the parent lies as seen from its child; empty when the locator does not say.
+std::string relative_path(byte_view locator) {
+    const std::size_t count = locator.value<std::uint16_t>(vhdx::locator_count);
+    byte_view pair;
+    for (std::size_t i = 0; i < count && locator.sub(vhdx::locator_pairs + i * vhdx::pair_size, vhdx::pair_size, pair);
+         ++i) {
+        byte_view key;
+        byte_view value;
+        if (locator.sub(pair.value<std::uint32_t>(0), pair.value<std::uint16_t>(8), key) &&
+            locator.sub(pair.value<std::uint32_t>(4), pair.value<std::uint16_t>(10), value) &&
+            utf16(key) == u"relative_path") {
+            return to_utf8(utf16(value));
+        }
     }
     return {};
 }
@@ -148,6 +179,12 @@ bool read_vhdx_layout(disk_reader& file, vhdx_layout& layout) {
         return entry.size() != 0 && metadata_at + offset > metadata_at &&
                read_whole(file, metadata_at + offset, length, value);
     };
+    const std::size_t locator_size =
+        entry_named(items, vhdx::items, item_count, vhdx::parent_locator).value<std::uint32_t>(vhdx::item_length);
+    std::vector<std::uint8_t> locator;
+    if (locator_size <= vhdx::table_size && item(vhdx::parent_locator, locator_size, locator)) {
+        layout.parent = relative_path(byte_view(locator));
+    }
     std::vector<std::uint8_t> parameters;
     std::vector<std::uint8_t> sector;
     if (!item(vhdx::parameters, 8, parameters) || !item(vhdx::sector_size, 4, sector)) return false;
@@ -199,7 +236,7 @@ std::unique_ptr<allocation> read_vhdx_allocation(const std::string& path, std::u
     if (blocks == 0 || blocks + (blocks - 1) / per_bitmap > layout.table_size / 8) return nullptr;
     const std::uint64_t used = (blocks + (blocks - 1) / per_bitmap) * 8;
     allocation_tables tables{.path = path,
-                             .form = entry_form::vhdx,
+                             .form = layout.has_parent ? entry_form::vhdx_over : entry_form::vhdx,
                              .block_size = layout.block_size,
                              .blocks_per_table = per_bitmap,
                              .taken = {{0, vhdx::header_section},

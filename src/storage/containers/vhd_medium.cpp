@@ -30,7 +30,13 @@ vhd_file open_file(const std::string& path) {
     return libvhdi_file_open(file, path.c_str(), LIBVHDI_OPEN_READ, nullptr) == 1 ? std::move(owned) : nullptr;
 }
 
-std::string parent_name(libvhdi_file_t* file) {
+// The library tells the place on the machine that the disk was made on before that beside the image.
+std::string parent_name(const std::string& path, libvhdi_file_t* file) {
+    disk_reader image;
+    vhdx_layout layout;
+    if (image.open(path, reader_mode::image_file) && read_vhdx_layout(image, layout) && !layout.parent.empty()) {
+        return layout.parent;
+    }
     std::size_t size = 0;
     if (libvhdi_file_get_utf8_parent_filename_size(file, &size, nullptr) != 1 || size <= 1 || size > longest_name) {
         return {};
@@ -56,7 +62,7 @@ bool has_pending_log(const std::string& path) {
 
 std::string vhd_parent_name(const std::string& path) {
     const vhd_file file = open_file(path);
-    return file != nullptr && is_differential(file.get()) ? parent_name(file.get()) : std::string{};
+    return file != nullptr && is_differential(file.get()) ? parent_name(path, file.get()) : std::string{};
 }
 
 opened_medium open_vhd(const std::string& path) {
@@ -84,7 +90,7 @@ opened_medium open_vhd(const std::string& path) {
         if (tables.back() == nullptr) return refused(next + " is damaged or cut short");
         chain.push_back(std::move(file));
         if (!is_differential(chain.back().get())) break;
-        const std::string name = parent_name(chain.back().get());
+        const std::string name = parent_name(next, chain.back().get());
         const std::optional<std::string> parent = file_beside(next, name);
         if (!parent) return refused_parent(name);
         next = *parent;
