@@ -4,6 +4,7 @@ import os
 import random
 import shutil
 import struct
+import subprocess
 import uuid
 
 import pytest
@@ -166,11 +167,14 @@ def test_damage_is_told_and_nothing_is_made_up(lorq, made, kind):
         if on_disk:
             lorq.write("d.raw", raw[:on_disk[0]] + bytes([raw[on_disk[0]] ^ bits]) + raw[on_disk[0] + 1:])
             assert rows(done) == rows(lorq("-image", "d.raw", *RECORDS)), (at, bits)
-        elif kind == "QCOW2 packed":  # of a cluster that still inflates nothing tells that it became another
-            assert len(set(good) - set(rows(done))) < 1000 or "prob " in done.err, (at, bits)
-        else:
-            assert set(rows(done)) <= set(good), (at, bits)
-            assert rows(done) == good or "prob " in done.err, (at, bits)
+            continue
+        all_of_it = good
+        if kind == "QCOW2 packed" and subprocess.run(["qemu-img", "convert", "-O", "raw", name, "d.raw"], cwd=lorq.folder,
+                                                     stderr=subprocess.DEVNULL, check=False).returncode == 0:
+            # Nothing tells that a cluster which still inflates became another.
+            all_of_it = rows(lorq("-image", "d.raw", *RECORDS))
+        assert set(rows(done)) <= set(all_of_it), (at, bits)
+        assert rows(done) == all_of_it or "prob " in done.err, (at, bits)
 
 
 def test_a_missing_segment_ends_the_medium_and_is_named(lorq, made):
