@@ -169,7 +169,7 @@ block_state allocation::state_in(const allocation_extent& extent, std::uint64_t 
 }
 
 // Whether a block of `length` bytes can be kept there.
-bool allocation::possible(const allocation_tables& tables, std::uint64_t kept, std::uint64_t length) const {
+bool allocation::may_be_kept(const allocation_tables& tables, std::uint64_t kept, std::uint64_t length) const {
     const std::uint64_t size = file_.disk_size();
     if (kept >= size || length > size - kept) return false;
     const std::uint64_t end = kept + length;
@@ -221,12 +221,24 @@ void allocation::load(const allocation_extent& extent, std::size_t index) {
         const bool kept_twice =
             same.size() == bytes.size() &&
             std::ranges::equal(std::span(bytes).subspan(i * size, size), same.subspan(i * size, size));
-        const bool true_one = kept_twice && (kept == 0 || possible(tables, kept, length));
-        if (true_one) states_[i] = kept == 0 ? block_state::hole : block_state::data;
-        if (true_one) places_[i] = kept;
+        const bool true_one = kept_twice && (kept == 0 || may_be_kept(tables, kept, length));
         sound_ = sound_ && true_one;
+        if (!true_one) continue;
+        states_[i] = kept == 0 ? block_state::hole : block_state::data;
+        places_[i] = kept;
     }
     if (!sound_ && parent_ == nullptr) std::ranges::replace(states_, block_state::hole, block_state::data);
+}
+
+bool allocation::agrees(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+    const allocation_tables& tables = extents_.front().tables;
+    if (tables.form != entry_form::vhd || parent_ != nullptr || own_at(offset).state != block_state::data) return true;
+    const std::uint64_t in_block = offset % tables.block_size;
+    const auto block = static_cast<std::size_t>(offset / tables.block_size % tables.blocks_per_table);
+    std::vector<std::uint8_t> kept;
+    return bytes.size() <= tables.block_size - in_block &&
+           read_whole(file_, places_[block] + tables.lead + in_block, bytes.size(), kept) &&
+           std::ranges::equal(kept, bytes);
 }
 
 // In front of each packed grain stand the sector of the disk that it begins with, u64, and its length, u32.

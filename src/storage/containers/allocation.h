@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -66,6 +67,11 @@ public:
     // parent no hole is known.
     [[nodiscard]] stretch at(std::uint64_t offset);
 
+    // Whether bytes that a library read inside of one stretch are those that the file keeps, where a library may hold
+    // otherwise: in a VHD without a parent a bit says of each sector whether it was written, and one that was not is
+    // zeros for the library, but also in the file. Where it is not, one of the two is damaged.
+    [[nodiscard]] bool agrees(std::uint64_t offset, std::span<const std::uint8_t> bytes);
+
     // What is wrong with the tables, a line without its end; empty for nothing. Reads all of them, and from then on
     // blocks that are kept in the same place are lost.
     [[nodiscard]] std::string damage();
@@ -74,7 +80,7 @@ private:
     [[nodiscard]] stretch own_at(std::uint64_t offset);
     [[nodiscard]] block_state state_in(const allocation_extent& extent, std::uint64_t at, std::uint64_t& end);
     void load(const allocation_extent& extent, std::size_t index);
-    [[nodiscard]] bool possible(const allocation_tables& tables, std::uint64_t kept, std::uint64_t length) const;
+    [[nodiscard]] bool may_be_kept(const allocation_tables& tables, std::uint64_t kept, std::uint64_t length) const;
     void check_markers(const allocation_tables& tables, std::uint64_t before);
     [[nodiscard]] bool find_conflicts(allocation_extent& extent);
 

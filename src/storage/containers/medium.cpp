@@ -117,7 +117,8 @@ private:
                 into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), next.end - offset)));
             if (next.state == block_state::hole) {
                 std::ranges::fill(part, std::uint8_t{0});
-            } else if (next.state == block_state::lost || !medium_->read(offset, part, next.level)) {
+            } else if (next.state == block_state::lost || !medium_->read(offset, part, next.level) ||
+                       (tables_ != nullptr && !tables_->agrees(offset, part))) {
                 return false;
             }
             offset += part.size();

@@ -1,6 +1,7 @@
 // storage/containers/qcow_entry.h: an entry of the second tables of QCOW2.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 
@@ -17,7 +18,7 @@ struct qcow_entry {
         constexpr std::uint64_t compressed = std::uint64_t{1} << 62U;
         if ((entry & compressed) != 0) {
             // Compressed bytes begin anywhere; above their offset stands how many more sectors they reach into.
-            const auto offset_bits = 70U - static_cast<std::uint32_t>(std::bit_width(cluster - 1));
+            const auto offset_bits = std::min(70U - static_cast<std::uint32_t>(std::bit_width(cluster - 1)), 61U);
             offset = entry & ((std::uint64_t{1} << offset_bits) - 1);
             packed = (((entry & ~compressed) >> offset_bits) + 1) * sector - offset % sector;
             possible = (entry & alone) == 0 && offset >= sector;

@@ -28,12 +28,12 @@ struct qcow_closer {
 class qcow_image {
 public:
     [[nodiscard]] bool open(const std::string& path) {
-        libqcow_file_t* file = nullptr;
-        if (libqcow_file_initialize(&file, nullptr) != 1) return false;
-        file_.reset(file);
+        libqcow_file_t* opened = nullptr;
+        if (libqcow_file_initialize(&opened, nullptr) != 1) return false;
+        file_.reset(opened);
         std::vector<std::uint8_t> header;
         if (!bytes_.open(path, reader_mode::image_file) || !read_whole(bytes_, 0, qcow_header::incompatible, header) ||
-            libqcow_file_open(file, path.c_str(), LIBQCOW_OPEN_READ, nullptr) != 1) {
+            libqcow_file_open(opened, path.c_str(), LIBQCOW_OPEN_READ, nullptr) != 1) {
             return false;
         }
         cluster_ = std::uint64_t{1} << big_endian<std::uint32_t>(byte_view(header), qcow_header::cluster_bits);
