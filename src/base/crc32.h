@@ -1,5 +1,5 @@
-// base/crc32.h: the checksum of GPT headers: CRC-32 of IEEE 802.3, polynomial 0x04C11DB7 in reflected form, or of another
-// polynomial in that form. Bit by bit, for the few hundred bytes of a sector.
+// base/crc32.h: the checksum of GPT headers: CRC-32 of IEEE 802.3, polynomial 0x04C11DB7 in reflected form, or of
+// another polynomial in that form. Bit by bit, for the few hundred bytes of a sector.
 #pragma once
 
 #include <cstdint>

@@ -84,12 +84,21 @@ std::uint64_t kept_at(entry_form form, std::uint64_t block_size, byte_view table
 }  // namespace
 
 stretch allocation::at(std::uint64_t offset) {
-    const stretch own = own_at(offset);
-    if (parent_ == nullptr || own.state == block_state::lost || (own.state == block_state::data && !in_part_))
-        return own;
-    const stretch below = parent_->at(offset);
-    const block_state state = below.state == block_state::lost ? block_state::lost : block_state::data;
-    return {state, std::min(own.end, below.end), own.state == block_state::hole ? below.level + 1 : 0};
+    stretch found = own_at(offset);
+    if (parent_ == nullptr) return found;
+    bool kept = found.state == block_state::data;
+    const allocation* over = this;
+    while (found.state != block_state::lost && over->parent_ != nullptr && (!kept || over->in_part_)) {
+        allocation& below = *over->parent_;
+        const stretch next = below.own_at(offset);
+        found.end = std::min(found.end, next.end);
+        if (next.state == block_state::lost) found.state = block_state::lost;
+        if (!kept) ++found.level;
+        kept = kept || next.state == block_state::data;
+        over = &below;
+    }
+    if (found.state == block_state::hole) found.state = block_state::data;
+    return found;
 }
 
 stretch allocation::own_at(std::uint64_t offset) {
@@ -108,11 +117,12 @@ stretch allocation::own_at(std::uint64_t offset) {
 std::string allocation::damage() {
     bool sound = true;
     bool odd = false;
-    for (allocation_extent& extent : extents_) {
-        sound = find_conflicts(extent) && sound;
-        odd = odd || extent.tables.odd;
+    for (allocation* one = this; one != nullptr; one = one->parent_.get()) {
+        for (allocation_extent& extent : one->extents_) {
+            sound = one->find_conflicts(extent) && sound;
+            odd = odd || extent.tables.odd;
+        }
     }
-    if (parent_ != nullptr && !parent_->damage().empty()) sound = false;
     if (!sound) return "it is damaged or cut short, part of it is lost";
     return odd ? "its tables do not fit together, part of it may be missing" : std::string{};
 }

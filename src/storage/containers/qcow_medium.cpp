@@ -66,7 +66,7 @@ public:
 
 private:
     [[nodiscard]] qcow_entry entry_of(std::uint64_t cluster) {
-        const std::uint64_t per_table = cluster_ / 8;
+        const std::uint64_t per_table = std::max<std::uint64_t>(cluster_ / 8, 1);
         std::vector<std::uint8_t> number;
         if (!read_whole(bytes_, table_ + cluster / per_table * 8, 8, number)) return {0, cluster_};
         const std::uint64_t table = big_endian<std::uint64_t>(byte_view(number), 0) & qcow_header::offset_mask;
