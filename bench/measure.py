@@ -16,6 +16,7 @@ FOLDER = HOUSE / "build" / "bench"
 LORQ = HOUSE / "build" / "release" / "lorq"
 MAKER = HOUSE / "build" / "release" / "lorq-make-journal"
 STORY = HOUSE / "build" / "release" / "lorq-make-story"
+READ_EWF = HOUSE / "build" / "release" / "lorq-read-ewf"
 VOLUME_MAKER = HOUSE / "build" / "release" / "lorq-make-volume"
 LEAD = 65536
 STORY_SIZES = (20_000, 200_000, 2_000_000)  # directories, files, records
@@ -137,6 +138,39 @@ def lead():
     return line, f"- A hole of 20 GiB before the records costs {seconds:.3f} s."
 
 
+def filled_volume(name, size, begin, length):
+    """A volume of a journal and, where `length` bytes behind `begin` are zeros, of the program's own bytes instead."""
+    piece, filling, image = 2**20, LORQ.read_bytes(), FOLDER / name
+    journal = make("filled.bin", 300_000, "--sparse-lead", str(LEAD))
+    subprocess.run([VOLUME_MAKER, "--size", size, "--files", "4000", "--journal", journal, image], check=True, stdout=subprocess.DEVNULL)
+    filling = (filling * (piece // len(filling) + 2))[:2 * piece - 1]
+    with open(image, "r+b") as out:
+        for at in range(begin, begin + length, piece):
+            if not any(os.pread(out.fileno(), piece, at)):
+                turn = at // piece * 4099 % (piece - 1)
+                os.pwrite(out.fileno(), filling[turn:turn + piece], at)
+    return image
+
+
+def containers():
+    """Carving whole disks in containers."""
+    carving = ["-quiet", "-csv", "-include_unalloc_clusters"]
+    image = filled_volume("v.dd", "1536M", 0, 1536 * 2**20)
+    subprocess.run(["ewfacquire", "-u", "-t", FOLDER / "v", "-c", "deflate:fast", "-S", "1900MiB", image], check=True,
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    segment = FOLDER / "v.E01"
+    plain, least, _ = row("1.5 GiB in an E01, its bytes alone", [READ_EWF, segment], 0, 3)
+    lines, carved = [plain], row("1.5 GiB in an E01, carved", [LORQ, "-image", segment, *carving], 300_000, 3)
+    image.unlink()
+    sparse = filled_volume("sparse.dd", "1048576M", 700 * 2**30, 2**31)
+    disk = FOLDER / "sparse.vhdx"
+    subprocess.run(["qemu-img", "convert", "-O", "vhdx", sparse, disk], check=True)
+    sparse.unlink()
+    line, seconds, _ = row("2 GiB in a VHDX of 1 TiB, carved", [LORQ, "-image", disk, *carving], 300_000, 3)
+    return [*lines, carved[0], line], (f"- Carving an E01 takes {carved[1] / least:.2f} times as long as reading its bytes with libewf; "
+                                       f"2 GiB in a sparse VHDX of 1 TiB take {seconds:.1f} s.")
+
+
 def growth(name, *options, arguments=()):
     lines, seconds = [], []
     for records, times in [(1_000_000, 5), (20_000_000, 3)]:
@@ -199,7 +233,7 @@ def main():
     FOLDER.mkdir(parents=True, exist_ok=True)
     try:
         lines, findings = layouts(records)
-        for part in [lambda: repeats(records), carving, paths]:
+        for part in [lambda: repeats(records), carving, paths, containers]:
             more, other = part()
             lines, findings = [*lines, *more], [*findings, other]
         line, finding = lead()

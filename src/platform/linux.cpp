@@ -224,6 +224,8 @@ std::string device_node(const std::string& path) {
     return std::string(LORQ_DEVICE_FOLDER) + '/' + path.substr(path.rfind('\\') + 1);
 }
 
+std::filesystem::path::string_type native_path(const std::string& path) { return path; }
+
 void make_writable(const std::string& path) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || (status.st_mode & S_IWUSR) != 0) return;

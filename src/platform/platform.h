@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <span>
 #include <string>
@@ -96,6 +97,10 @@ enum class path_kind { absent, regular_file, folder, link, other };
 // The path that is really opened for a Windows device name (\\.\c:, \\?\GLOBALROOT\Device\...): itself on Windows,
 // elsewhere the node of the same last part under the device folder. Any other path is returned as it is.
 [[nodiscard]] std::string device_node(const std::string& path);
+
+// A path as the calls of the system take it, for a library that calls them: UTF-16 on Windows, with no limit on its
+// length, elsewhere the same bytes.
+[[nodiscard]] std::filesystem::path::string_type native_path(const std::string& path);
 
 // Takes the read-only mark off a file; nothing happens when that fails.
 void make_writable(const std::string& path);

@@ -388,6 +388,12 @@ std::string native_results_path(const std::string& path) { return path; }
 
 std::string device_node(const std::string& path) { return path; }
 
+std::filesystem::path::string_type native_path(const std::string& path) {
+    std::wstring plain = wide(path);
+    std::wstring longer = full_path(plain).size() < MAX_PATH ? std::wstring() : long_form(plain);
+    return longer.empty() ? plain : longer;
+}
+
 void make_writable(const std::string& path) {
     (void)in_either_form(path,
                          [](const wchar_t* form) { return SetFileAttributesW(form, FILE_ATTRIBUTE_NORMAL) != FALSE; });

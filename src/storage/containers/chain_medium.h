@@ -19,9 +19,10 @@ public:
     [[nodiscard]] std::uint64_t size() const override { return size_; }
     [[nodiscard]] std::size_t chunk_size() const override { return chunk_size_; }
 
-    [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into) override {
+    // The image that keeps the bytes is asked itself: a library may not know that those over it do not.
+    [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t level) override {
         const auto got =
-            read_from(chain_.front().get(), into.data(), into.size(), static_cast<std::int64_t>(offset), nullptr);
+            read_from(chain_[level].get(), into.data(), into.size(), static_cast<std::int64_t>(offset), nullptr);
         return got >= 0 && static_cast<std::size_t>(got) == into.size();
     }
 

@@ -38,8 +38,6 @@ opened_container open_container(const std::string& path, const container_format&
     if (opened.disk->size() > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
         return {nullptr, "its size is impossible"};
     }
-    if (opened.told.empty() && opened.holes != nullptr && !opened.holes->sound()) {
-        opened.told = "it is damaged or cut short, part of it is lost";
-    }
-    return {make_container_source(std::move(opened.disk), std::move(opened.holes)), std::move(opened.told)};
+    if (opened.told.empty() && opened.tables != nullptr) opened.told = opened.tables->damage();
+    return {make_container_source(std::move(opened.disk), std::move(opened.tables)), std::move(opened.told)};
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/byte_view.h"
+#include "storage/containers/allocation.h"
 #include "storage/disk_reader.h"
 
 #include <array>
@@ -27,21 +28,32 @@ inline constexpr std::uint64_t most_tables = std::uint64_t{1} << 22U;
 // A QCOW2 header (big-endian), of the versions 2 and 3.
 namespace qcow_header {
 inline constexpr std::size_t size = 112;
-inline constexpr std::size_t version = 4;          // u32
-inline constexpr std::size_t backing_offset = 8;   // u64, 0: none
-inline constexpr std::size_t backing_length = 16;  // u32
-inline constexpr std::size_t cluster_bits = 20;    // u32
-inline constexpr std::size_t encryption = 32;      // u32, 0: none
-inline constexpr std::size_t table_entries = 36;   // u32, of the first level
-inline constexpr std::size_t table_offset = 40;    // u64
-inline constexpr std::size_t incompatible = 72;    // u64, version 3
-inline constexpr std::size_t header_length = 100;  // u32, version 3
-inline constexpr std::size_t compression = 104;    // u8, version 3
-inline constexpr std::uint64_t is_corrupt = 2;     // bits of `incompatible`
+inline constexpr std::size_t version = 4;                            // u32
+inline constexpr std::size_t backing_offset = 8;                     // u64, 0: none
+inline constexpr std::size_t backing_length = 16;                    // u32
+inline constexpr std::size_t cluster_bits = 20;                      // u32
+inline constexpr std::size_t encryption = 32;                        // u32, 0: none
+inline constexpr std::size_t table_entries = 36;                     // u32, of the first level
+inline constexpr std::size_t table_offset = 40;                      // u64
+inline constexpr std::size_t count_table = 48;                       // u64, of how often each cluster is led to
+inline constexpr std::size_t count_table_clusters = 56;              // u32
+inline constexpr std::size_t snapshots = 60;                         // u32
+inline constexpr std::size_t incompatible = 72;                      // u64, version 3
+inline constexpr std::size_t autoclear = 88;                         // u64, version 3
+inline constexpr std::size_t count_order = 96;                       // u32, version 3: a count has 1 << order bits
+inline constexpr std::size_t header_length = 100;                    // u32, version 3
+inline constexpr std::size_t compression = 104;                      // u8, version 3
+inline constexpr std::uint64_t offset_mask = 0x00FF'FFFF'FFFF'FE00;  // of an entry of the first level
+inline constexpr std::uint64_t is_dirty = 1;                         // bits of `incompatible`: the counts may be behind
+inline constexpr std::uint64_t is_corrupt = 2;
 inline constexpr std::uint64_t external_data = 4;
 inline constexpr std::uint64_t other_compression = 8;
 inline constexpr std::uint64_t extended_entries = 16;
 }  // namespace qcow_header
+
+// Finds the clusters that more lead to than their file counts, and whether it counts what nothing leads to. `header`:
+// all of it.
+void check_qcow_references(disk_reader& file, byte_view header, allocation_tables& tables);
 
 // The header of a sparse VMDK extent (little-endian).
 namespace vmdk_header {
@@ -53,8 +65,12 @@ inline constexpr std::size_t grain_size = 20;               // u64, sectors
 inline constexpr std::size_t descriptor = 28;               // u64, first sector; 0: none
 inline constexpr std::size_t descriptor_size = 36;          // u64, sectors
 inline constexpr std::size_t entries_per_table = 44;        // u32
+inline constexpr std::size_t copied_directory = 48;         // u64, first sector
 inline constexpr std::size_t directory = 56;                // u64, first sector
+inline constexpr std::size_t first_grain = 64;              // u64, sector
+inline constexpr std::size_t line_ends = 73;                // 4 bytes that a text transfer would change
 inline constexpr std::size_t compression = 77;              // u16, 0: none
+inline constexpr std::uint32_t kept_twice = 2;              // bit of the flags: the directory and its tables
 inline constexpr std::uint32_t zeroed_grains = 4;           // bit of the flags: 1 in a table stands for zeros
 inline constexpr std::uint64_t at_end = ~std::uint64_t{0};  // the directory is named by a copy of the header
 inline constexpr std::uint64_t footer = 1024;               // of that copy, counted from the end of the file
@@ -66,6 +82,8 @@ struct vmdk_layout {
     std::uint64_t grain = 0;              // sectors
     std::uint32_t entries_per_table = 0;  // grains
     std::uint64_t directory = 0;          // first sector
+    std::uint64_t copied_directory = 0;   // first sector; 0: none
+    std::uint64_t first_grain = 0;        // sector
     bool packed = false;
     bool zeroed_grains = false;
 };
@@ -78,12 +96,17 @@ struct vmdk_layout {
 struct vhdx_layout {
     std::uint64_t table = 0;       // byte offset of the block allocation table
     std::uint64_t table_size = 0;  // bytes
+    std::uint64_t metadata = 0;    // byte offset of that region
+    std::uint64_t metadata_size = 0;
     std::uint32_t block_size = 0;
     std::uint32_t sector_size = 0;
     bool has_parent = false;
+    std::string parent;  // its path as seen from this file; empty when only others are told
 };
 
 [[nodiscard]] bool read_vhdx_layout(disk_reader& file, vhdx_layout& layout);
 
-// Whether the newest header names a log: changes that were not written to their places yet.
-[[nodiscard]] bool vhdx_log_pending(disk_reader& file);
+enum class vhdx_headers : std::uint8_t { sound, damaged, log_pending };
+
+// Of the two headers of a VHDX file. The newest may name a log: changes that were not written to their places yet.
+[[nodiscard]] vhdx_headers read_vhdx_headers(disk_reader& file);

@@ -1,9 +1,12 @@
 #include "storage/containers/container_files.h"
 #include "storage/containers/media.h"
 
+#include "platform/platform.h"
+
 #include <libewf.h>
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -15,6 +18,17 @@ constexpr std::uint32_t largest_chunk = 32768 * 512;  // bytes; the most sectors
 constexpr std::uint64_t most_lost = std::uint64_t{128} << 20U;  // bytes
 constexpr std::size_t most_open_files = 256;
 
+// The library has one function for the names of each kind of system.
+[[nodiscard, maybe_unused]] bool open_named(libewf_handle_t* handle, std::span<char* const> names) {
+    return libewf_handle_open(handle, names.data(), static_cast<int>(names.size()), LIBEWF_OPEN_READ, nullptr) == 1;
+}
+#ifdef LIBEWF_HAVE_WIDE_CHARACTER_TYPE
+[[nodiscard, maybe_unused]] bool open_named(libewf_handle_t* handle, std::span<wchar_t* const> names) {
+    return libewf_handle_open_wide(handle, names.data(), static_cast<int>(names.size()), LIBEWF_OPEN_READ, nullptr) ==
+           1;
+}
+#endif
+
 class ewf_medium final : public medium {
 public:
     ~ewf_medium() override {
@@ -24,18 +38,18 @@ public:
     }
 
     // `chunks`: behind so many nothing is asked for.
-    [[nodiscard]] bool open(std::vector<std::string> segments, std::uint64_t chunks) {
+    [[nodiscard]] bool open(const std::vector<std::string>& segments, std::uint64_t chunks) {
         chunks_ = chunks;
-        std::vector<char*> names;
-        names.reserve(segments.size());
-        for (std::string& segment : segments) names.push_back(segment.data());
+        using native_string = std::filesystem::path::string_type;
+        std::vector<native_string> paths;
+        std::ranges::transform(segments, std::back_inserter(paths), platform::native_path);
+        std::vector<native_string::value_type*> names;
+        std::ranges::transform(paths, std::back_inserter(names), [](native_string& path) { return path.data(); });
         // A limit above the number of files is one that the library fails under.
         const int limit = names.size() > most_open_files ? static_cast<int>(most_open_files) : 0;
         return libewf_handle_initialize(&handle_, nullptr) == 1 &&
                libewf_handle_set_maximum_number_of_open_handles(handle_, limit, nullptr) == 1 &&
-               libewf_handle_open(handle_, names.data(), static_cast<int>(names.size()), LIBEWF_OPEN_READ, nullptr) ==
-                   1 &&
-               libewf_handle_get_media_size(handle_, &size_, nullptr) == 1 &&
+               open_named(handle_, names) && libewf_handle_get_media_size(handle_, &size_, nullptr) == 1 &&
                libewf_handle_get_chunk_size(handle_, &chunk_size_, nullptr) == 1 &&
                libewf_handle_get_bytes_per_sector(handle_, &sector_size_, nullptr) == 1 && sector_size_ != 0 &&
                chunk_size_ != 0 && chunk_size_ <= largest_chunk && chunk_size_ % sector_size_ == 0 && size_ != 0 &&
@@ -45,7 +59,7 @@ public:
     [[nodiscard]] std::uint64_t size() const override { return size_; }
     [[nodiscard]] std::size_t chunk_size() const override { return chunk_size_; }
 
-    [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into) override {
+    [[nodiscard]] bool read(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t /*level*/) override {
         if (offset / chunk_size_ >= chunks_ || lost_ > most_lost) return false;
         if (read_checked(offset, into)) return true;
         lost_ += chunk_size_;

@@ -8,9 +8,9 @@
 #include <vector>
 
 struct opened_medium {
-    std::unique_ptr<medium> disk;       // null: refused
-    std::unique_ptr<allocation> holes;  // null: none known
-    std::string told;                   // as of an opened_container
+    std::unique_ptr<medium> disk;        // null: refused
+    std::unique_ptr<allocation> tables;  // null: of a format without
+    std::string told;                    // as of an opened_container
 };
 
 [[nodiscard]] opened_medium open_ewf(const std::string& path);
@@ -27,4 +27,15 @@ inline constexpr std::size_t longest_chain = 32;
 [[nodiscard]] inline opened_medium refused(std::string why) { return {nullptr, nullptr, std::move(why)}; }
 [[nodiscard]] inline opened_medium refused_parent(const std::string& name) {
     return refused("its parent " + name + " does not lie beside it");
+}
+
+// The tables of an image, of its parent, and so on, as one. `in_part`: a child may keep less than a block.
+[[nodiscard]] inline std::unique_ptr<allocation> laid_over_each_other(std::vector<std::unique_ptr<allocation>> tables,
+                                                                      bool in_part) {
+    while (tables.size() > 1) {
+        std::unique_ptr<allocation> parent = std::move(tables.back());
+        tables.pop_back();
+        tables.back()->lay_over(std::move(parent), in_part);
+    }
+    return std::move(tables.front());
 }

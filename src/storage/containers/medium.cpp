@@ -14,9 +14,9 @@ constexpr std::size_t fewest_chunks = 4;
 
 class container_source final : public byte_source {
 public:
-    container_source(std::unique_ptr<medium> from, std::unique_ptr<allocation> holes)
+    container_source(std::unique_ptr<medium> from, std::unique_ptr<allocation> tables)
         : medium_(std::move(from)),
-          holes_(std::move(holes)),
+          tables_(std::move(tables)),
           chunk_size_(medium_->chunk_size()),
           chunks_(std::max(cache_size / chunk_size_, fewest_chunks)) {}
 
@@ -38,17 +38,19 @@ public:
     }
 
     [[nodiscard]] bool next_data(std::uint64_t offset, std::uint64_t& begin, std::uint64_t& end) const override {
-        std::uint64_t stop = 0;
-        while (holes_ != nullptr && offset < size() && holes_->state_at(offset, stop) == block_state::hole) {
-            offset = stop;
+        while (tables_ != nullptr && offset < size()) {
+            const stretch next = tables_->at(offset);
+            if (next.state != block_state::hole) break;
+            offset = next.end;
         }
         begin = offset;
         if (begin >= size()) return false;
         end = size();
-        if (holes_ == nullptr) return true;
-        for (std::uint64_t at = begin;
-             at < size() && at - begin < longest_stretch && holes_->state_at(at, stop) != block_state::hole;) {
-            end = at = stop;
+        if (tables_ == nullptr) return true;
+        for (std::uint64_t at = begin; at < size() && at - begin < longest_stretch;) {
+            const stretch next = tables_->at(at);
+            if (next.state == block_state::hole) break;
+            end = at = next.end;
         }
         end = std::min(end, size());
         return true;
@@ -110,12 +112,13 @@ private:
 
     [[nodiscard]] bool fill(std::uint64_t offset, std::span<std::uint8_t> into) {
         while (!into.empty()) {
-            std::uint64_t end = offset + into.size();
-            const block_state state = holes_ != nullptr ? holes_->state_at(offset, end) : block_state::data;
-            const auto part = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), end - offset)));
-            if (state == block_state::hole) {
+            const stretch next = tables_ != nullptr ? tables_->at(offset) : stretch{.end = offset + into.size()};
+            const auto part =
+                into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), next.end - offset)));
+            if (next.state == block_state::hole) {
                 std::ranges::fill(part, std::uint8_t{0});
-            } else if (state == block_state::lost || !medium_->read(offset, part)) {
+            } else if (next.state == block_state::lost || !medium_->read(offset, part, next.level) ||
+                       (tables_ != nullptr && !tables_->agrees(offset, part))) {
                 return false;
             }
             offset += part.size();
@@ -125,7 +128,7 @@ private:
     }
 
     std::unique_ptr<medium> medium_;
-    std::unique_ptr<allocation> holes_;
+    std::unique_ptr<allocation> tables_;
     std::size_t chunk_size_;
     std::vector<chunk> chunks_;
     std::map<std::uint64_t, std::uint64_t> lost_;  // beginnings and ends of runs of chunks
@@ -134,6 +137,6 @@ private:
 
 }  // namespace
 
-std::unique_ptr<byte_source> make_container_source(std::unique_ptr<medium> from, std::unique_ptr<allocation> holes) {
-    return std::make_unique<container_source>(std::move(from), std::move(holes));
+std::unique_ptr<byte_source> make_container_source(std::unique_ptr<medium> from, std::unique_ptr<allocation> tables) {
+    return std::make_unique<container_source>(std::move(from), std::move(tables));
 }

@@ -23,11 +23,11 @@ public:
     [[nodiscard]] virtual std::size_t chunk_size() const = 0;
 
     // Fills all of `into` from a byte offset; false when any byte of it is not what was written there. The range lies
-    // inside the medium and in one chunk.
-    [[nodiscard]] virtual bool read(std::uint64_t offset, std::span<std::uint8_t> into) = 0;
+    // inside the medium and in one chunk, and the images of a chain in front of `level` keep nothing of it.
+    [[nodiscard]] virtual bool read(std::uint64_t offset, std::span<std::uint8_t> into, std::size_t level) = 0;
 };
 
-// `holes`: what is known of them, null for nothing. A hole, or what is lost, is never asked of the medium. Keeps the
+// `tables`: null where there are none. A hole, or what is lost, is never asked of the medium. Keeps the
 // chunks that were read in part: neighbouring small reads, and the edges of long ones, inflate a chunk once.
 [[nodiscard]] std::unique_ptr<byte_source> make_container_source(std::unique_ptr<medium> from,
-                                                                 std::unique_ptr<allocation> holes);
+                                                                 std::unique_ptr<allocation> tables);

@@ -2,6 +2,7 @@
 #include "storage/containers/container_files.h"
 #include "storage/containers/disk_fields.h"
 #include "storage/containers/media.h"
+#include "storage/partitions.h"
 
 #include <libvhdi.h>
 
@@ -29,7 +30,13 @@ vhd_file open_file(const std::string& path) {
     return libvhdi_file_open(file, path.c_str(), LIBVHDI_OPEN_READ, nullptr) == 1 ? std::move(owned) : nullptr;
 }
 
-std::string parent_name(libvhdi_file_t* file) {
+// The library tells the place on the machine that the disk was made on before that beside the image.
+std::string parent_name(const std::string& path, libvhdi_file_t* file) {
+    disk_reader image;
+    vhdx_layout layout;
+    if (image.open(path, reader_mode::image_file) && read_vhdx_layout(image, layout) && !layout.parent.empty()) {
+        return layout.parent;
+    }
     std::size_t size = 0;
     if (libvhdi_file_get_utf8_parent_filename_size(file, &size, nullptr) != 1 || size <= 1 || size > longest_name) {
         return {};
@@ -46,18 +53,22 @@ bool is_differential(libvhdi_file_t* file) {
 
 bool has_pending_log(const std::string& path) {
     disk_reader file;
-    return file.open(path, reader_mode::image_file) && vhdx_log_pending(file);
+    std::vector<std::uint8_t> bytes;
+    return file.open(path, reader_mode::image_file) && read_whole(file, 0, 8, bytes) &&
+           holds_text(byte_view(bytes), 0, "vhdxfile") && read_vhdx_headers(file) == vhdx_headers::log_pending;
 }
 
 }  // namespace
 
 std::string vhd_parent_name(const std::string& path) {
     const vhd_file file = open_file(path);
-    return file != nullptr && is_differential(file.get()) ? parent_name(file.get()) : std::string{};
+    return file != nullptr && is_differential(file.get()) ? parent_name(path, file.get()) : std::string{};
 }
 
 opened_medium open_vhd(const std::string& path) {
     std::vector<vhd_file> chain;
+    std::vector<std::unique_ptr<allocation>> tables;
+    std::uint64_t size = 0;
     for (std::string next = path;;) {
         if (chain.size() == longest_chain) return refused("its chain of parents is too long");
         vhd_file file = open_file(next);
@@ -67,25 +78,25 @@ opened_medium open_vhd(const std::string& path) {
         if (!chain.empty() && libvhdi_file_set_parent_file(chain.back().get(), file.get(), nullptr) != 1) {
             return refused("its parent " + next + " is another image");
         }
+        std::uint64_t own_size = 0;
+        int type = 0;
+        if (libvhdi_file_get_media_size(file.get(), &own_size, nullptr) != 1 || own_size == 0 ||
+            libvhdi_file_get_file_type(file.get(), &type, nullptr) != 1) {
+            return refused(next + " is damaged");
+        }
+        if (chain.empty()) size = own_size;
+        tables.push_back(type == LIBVHDI_FILE_TYPE_VHDX ? read_vhdx_allocation(next, own_size)
+                                                        : read_vhd_allocation(next, own_size));
+        if (tables.back() == nullptr) return refused(next + " is damaged or cut short");
         chain.push_back(std::move(file));
         if (!is_differential(chain.back().get())) break;
-        const std::string name = parent_name(chain.back().get());
+        const std::string name = parent_name(next, chain.back().get());
         const std::optional<std::string> parent = file_beside(next, name);
         if (!parent) return refused_parent(name);
         next = *parent;
     }
-    std::uint64_t size = 0;
-    int type = 0;
-    if (libvhdi_file_get_media_size(chain.front().get(), &size, nullptr) != 1 || size == 0 ||
-        libvhdi_file_get_file_type(chain.front().get(), &type, nullptr) != 1) {
-        return refused("it is damaged");
-    }
-    std::unique_ptr<allocation> holes;
-    if (chain.size() == 1) {
-        holes = type == LIBVHDI_FILE_TYPE_VHDX ? read_vhdx_allocation(path, size) : read_vhd_allocation(path, size);
-    }
     return {std::make_unique<chain_medium<vhd_file, libvhdi_file_read_buffer_at_offset>>(std::move(chain), size,
                                                                                          read_at_once),
-            std::move(holes),
+            laid_over_each_other(std::move(tables), true),
             {}};
 }

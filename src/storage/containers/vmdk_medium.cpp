@@ -68,14 +68,16 @@ private:
 };
 
 // Why an extent cannot be read; empty when it can. Raises `chunk` to the grains of a sparse one.
-std::string objection(const std::string& path, std::size_t& chunk) {
+std::string objection(const std::string& path, const vmdk_extent& extent, std::size_t& chunk) {
     disk_reader file;
     std::vector<std::uint8_t> signature;
     if (!file.open(path, reader_mode::image_file)) return path + " is missing";
     if (!read_whole(file, 0, vmdk_header::signature.size(), signature)) return path + " is cut short";
-    if (!holds_text(byte_view(signature), 0, vmdk_header::signature)) return {};
+    const bool sparse = extent.type == "SPARSE";
+    if (holds_text(byte_view(signature), 0, vmdk_header::signature) != sparse) return path + " is no such extent";
+    if (!sparse) return {};
     vmdk_layout layout;
-    if (!read_vmdk_layout(file, layout)) return path + " is damaged or cut short";
+    if (!read_vmdk_layout(file, layout) || layout.capacity != extent.sectors) return path + " is damaged or cut short";
     chunk = std::max(chunk, static_cast<std::size_t>(layout.grain * sector));
     return {};
 }
@@ -87,18 +89,22 @@ std::string extent_files(const std::string& path, const vmdk_descriptor& descrip
         if (extent.type == "ZERO") continue;
         const std::optional<std::string> file = descriptor.embedded ? path : file_beside(path, extent.name);
         if (!file) return "its extent " + extent.name + " does not lie beside it";
-        if (std::string why = objection(*file, chunk); !why.empty()) return why;
+        if (std::string why = objection(*file, extent, chunk); !why.empty()) return why;
         files.back() = *file;
     }
     return {};
 }
 
-std::unique_ptr<allocation> holes_of(const vmdk_descriptor& descriptor, const std::vector<std::string>& files) {
+// Null when the tables of an extent are none that it can have.
+std::unique_ptr<allocation> tables_of(const vmdk_descriptor& descriptor, const std::vector<std::string>& files) {
     std::vector<allocation_extent> extents;
     for (std::size_t i = 0; i < files.size(); ++i) {
         const vmdk_extent& extent = descriptor.extents[i];
         allocation_extent one{extent.sectors * sector, extent.type == "ZERO", {}};
-        if (extent.type == "SPARSE") one.tables = read_vmdk_tables(files[i]);
+        if (extent.type == "SPARSE") {
+            one.tables = read_vmdk_tables(files[i]);
+            if (one.tables.block_size == 0) return nullptr;
+        }
         extents.push_back(std::move(one));
     }
     return std::make_unique<allocation>(std::move(extents));
@@ -110,7 +116,7 @@ opened_medium open_vmdk(const std::string& path) {
     std::vector<vmdk_file> chain;
     std::size_t chunk = read_at_once;
     std::uint64_t size = 0;
-    std::unique_ptr<allocation> holes;
+    std::vector<std::unique_ptr<allocation>> tables;
     for (std::string next = path;;) {
         if (chain.size() == longest_chain) return refused("its chain of parents is too long");
         vmdk_descriptor descriptor;
@@ -123,11 +129,12 @@ opened_medium open_vmdk(const std::string& path) {
             if (libvmdk_handle_get_media_size(file.get(), &size, nullptr) != 1 || size == 0) {
                 return refused("it is damaged");
             }
-            if (descriptor.parent.empty()) holes = holes_of(descriptor, files);
         } else if (libvmdk_handle_set_parent_handle(chain.back().get(), file.get(), nullptr) != 1) {
             // The library holds the parent's identifier against what the child wants.
             return refused("its parent " + next + " is another image");
         }
+        tables.push_back(tables_of(descriptor, files));
+        if (tables.back() == nullptr) return refused(next + " is damaged or cut short");
         chain.push_back(std::move(file));
         if (descriptor.parent.empty()) break;
         const std::optional<std::string> parent = file_beside(next, descriptor.parent);
@@ -136,6 +143,6 @@ opened_medium open_vmdk(const std::string& path) {
     }
     return {
         std::make_unique<chain_medium<vmdk_file, libvmdk_handle_read_buffer_at_offset>>(std::move(chain), size, chunk),
-        std::move(holes),
+        laid_over_each_other(std::move(tables), false),
         {}};
 }
