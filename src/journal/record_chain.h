@@ -28,7 +28,8 @@ inline constexpr unsigned of_the_record = valid | two_bits << version_shift | de
 }
 }  // namespace record_marks
 
-// One cache line, and right behind it `name_units` UTF-16 units.
+// One cache line, and right behind it `name_units` UTF-16 units. None is ever made but by filling what a chain gave.
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
 struct alignas(8) packed_record : record_fields {
     std::uint64_t record_offset;
     std::uint32_t arrival_low;  // its number in order of arrival: 2^48 records are more than memory holds

@@ -6,6 +6,7 @@
 #include "output/text_marks.h"
 #include "output/xml_escape.h"
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -27,10 +28,7 @@ bool is_seen(char32_t point) {
     constexpr char32_t of_no_character = 0xFFFE;  // and the next one, in every plane
     if (uni::is_control(point) || !uni::allowed_in_xml(point) || (point & of_no_character) == of_no_character)
         return false;
-    for (const range& one : unseen) {
-        if (point >= one.first && point <= one.last) return false;
-    }
-    return true;
+    return std::ranges::none_of(unseen, [point](const range& one) { return point >= one.first && point <= one.last; });
 }
 
 struct shown_character {

@@ -14,24 +14,7 @@ std::uint64_t twice_median(std::vector<std::uint32_t>& values) {
     return values.size() % 2 != 0 ? 2 * upper : upper + *std::max_element(values.begin(), middle);
 }
 
-}  // namespace
-
-found_bursts minute_counts::bursts() const {
-    std::vector<const tally*> in_order;
-    in_order.reserve(minutes_.size());
-    for (std::size_t i = 0; i < minutes_.size(); ++i) in_order.push_back(&minutes_[i]);
-    std::ranges::sort(in_order, {}, &tally::key);
-    found_bursts out;
-    out.minutes_left_out = left_out_;
-    largest<burst> kept;
-    for (const record_kind kind : all_kinds) find(kind, in_order, out, kept);
-    out.listed = kept.in_order(&burst::begin);
-    out.left_out = kept.count() - out.listed.size();
-    return out;
-}
-
-void minute_counts::find(record_kind kind, const std::vector<const tally*>& in_order, found_bursts& out,
-                         largest<burst>& kept) const {
+void find_bursts(record_kind kind, const std::vector<const tally*>& in_order, found_bursts& out, largest<burst>& kept) {
     const auto count_of = [kind](const tally* one) { return one->counts[place_of(kind)]; };
     std::vector<std::uint32_t> counts;
     for (const tally* one : in_order) {
@@ -56,6 +39,22 @@ void minute_counts::find(record_kind kind, const std::vector<const tally*>& in_o
         open.records += records;
     }
     close();
+}
+
+}  // namespace
+
+found_bursts minute_counts::bursts() const {
+    std::vector<const tally*> in_order;
+    in_order.reserve(minutes_.size());
+    for (std::size_t i = 0; i < minutes_.size(); ++i) in_order.push_back(&minutes_[i]);
+    std::ranges::sort(in_order, {}, &tally::key);
+    found_bursts out;
+    out.minutes_left_out = left_out_;
+    largest<burst> kept;
+    for (const record_kind kind : all_kinds) find_bursts(kind, in_order, out, kept);
+    out.listed = kept.in_order(&burst::begin);
+    out.left_out = kept.count() - out.listed.size();
+    return out;
 }
 
 }  // namespace report

@@ -53,9 +53,6 @@ public:
     [[nodiscard]] found_bursts bursts() const;
 
 private:
-    void find(record_kind kind, const std::vector<const tally*>& in_order, found_bursts& out,
-              largest<burst>& kept) const;
-
     static constexpr std::size_t most_minutes = std::size_t{1} << 20U;  // two years of them
 
     tally_table minutes_{most_minutes};

@@ -48,7 +48,7 @@ public:
     }
 
 private:
-    void put(ranked_tally& place, tally& one, std::string text) {
+    static void put(ranked_tally& place, tally& one, std::string text) {
         one.mark = 1;
         place = {&one, std::move(text)};
     }

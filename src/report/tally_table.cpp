@@ -25,7 +25,7 @@ tally* tally_table::of(std::uint64_t key) {
     tally& made = tallies_[size_];
     made = {.key = key, .latest = nullptr, .counts = {}, .mark = 0};
     index_[at] = static_cast<std::uint32_t>(++size_);
-    if (size_ * 2 > index_.size()) grow();
+    if (size_ * 4 > index_.size()) grow();
     return &made;
 }
 
