@@ -43,15 +43,19 @@ function runLorq() {
     const done = spawnSync(lorq, lorqArguments, { stdio: ['ignore', out, err] });
     const seconds = Number(process.hrtime.bigint() - begun) / 1e9;
     [out, err].forEach(fs.closeSync);
-    const said = fs.readFileSync(`${work}.stderr`, 'utf8');
+    // Each message wipes the line of the progress first.
+    const messages = fs.readFileSync(`${work}.stderr`, 'utf8').replaceAll('\x1b[2K', '').split(/[\r\n]+/)
+        .filter((line) => line.trim() !== '');
     const ended = done.status === 0 || done.status === 255;
-    if (!ended || /^prob writing/m.test(said)) throw new Error(`${lorq}: ${done.error || done.signal || done.status} ${said}`);
-    const lost = [...said.matchAll(/^prob reading (\d+) bytes of/gm)].reduce((sum, found) => sum + Number(found[1]), 0);
+    if (!ended || messages.some((line) => line.startsWith('prob writing'))) {
+        throw new Error(`${lorq}: ${done.error || done.signal || done.status}: ${messages.join('; ')}`);
+    }
+    const lost = messages.map((line) => /^prob reading (\d+) bytes of/.exec(line)).filter(Boolean);
     return {
         version: spawnSync(lorq, ['-version'], { encoding: 'utf8' }).stdout.trim(), arguments: lorqArguments,
         exit_code: done.status, source_path: lorqArguments[1], source_sha256: fs.readFileSync(hashFile, 'utf8').split(' ')[0],
-        source_size: fs.statSync(lorqArguments[1]).size, lost_bytes: lost,
-        messages: said.split('\n').map((line) => line.trim()).filter(Boolean), started: started.toISOString(), seconds,
+        source_size: fs.statSync(lorqArguments[1]).size, lost_bytes: lost.reduce((sum, [, bytes]) => sum + Number(bytes), 0),
+        messages, started: started.toISOString(), seconds,
     };
 }
 

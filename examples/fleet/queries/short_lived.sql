@@ -9,7 +9,7 @@ WITH lives AS (
     WHERE time_missing IS NULL
     GROUP BY host, source_id, file_reference
 )
-SELECT host, source_id, created, deleted - created AS lived, file
+SELECT host, source_id, created, (deleted - created)::VARCHAR AS lived, file
 FROM lives
 WHERE deleted BETWEEN created AND created + INTERVAL 5 MINUTE
 ORDER BY created, host, file;
