@@ -37,7 +37,11 @@ const quoted = (text) => `'${text.replaceAll("'", "''")}'`;
 const unfinished = (part) => `${part}.unfinished`;
 
 function runLorq() {
-    const [out, err] = [fs.openSync(`${work}.jsonl`, 'w'), fs.openSync(`${work}.stderr`, 'w')];
+    // New files, since a lorq whose job was killed may still write to the old ones.
+    const [out, err] = [`${work}.jsonl`, `${work}.stderr`].map((path) => {
+        fs.rmSync(path, { force: true });
+        return fs.openSync(path, 'wx');
+    });
     const started = new Date();
     const begun = process.hrtime.bigint();
     const done = spawnSync(lorq, lorqArguments, { stdio: ['ignore', out, err] });
