@@ -12,7 +12,8 @@ from journal import FIRST, decoded, page, record
 
 ODD_NAMES = ["\"quoted\\\"", "".join(map(chr, range(32))), "\x7f\x85\u2028\u2029\ufeff\ufffe\uffff", "\ud800x\udc41\udc00\ud800.\udfff",
              "\U0001F600\U0010FFFF.\U00010400", "\0", ".", "..", "", ".X", "a.B\u00c9\"", "2024-01-02", "null", "n" * 255, "\u4e2d" * 253 + ".x"]
-DUCKDB = pathlib.Path(__file__).parents[1] / "duckdb"
+PROJECT = pathlib.Path(__file__).parents[2]
+DUCKDB = PROJECT / "examples/fleet"
 
 
 def told(line):
@@ -89,18 +90,18 @@ def test_unique_tells_what_it_left_out(lorq):
     assert done.code == 0 and "records found again and left out: 1\n" in done.err
 
 
-@pytest.mark.skipif(not (DUCKDB / "node_modules").exists(), reason="needs npm install --no-package-lock --prefix tests/duckdb")
+@pytest.mark.skipif(not (DUCKDB / "node_modules").exists(), reason="needs npm install --no-package-lock --prefix examples/fleet")
 def test_duckdb_reads_what_the_readme_says(lorq):
     """With names that look like dates as far as it guesses types, and a key that first comes behind that."""
     names = ["2024-01-02"] * 24_999 + ["\ud800\"\\", "b.txt"]
     pages = [names[at:at + 40] for at in range(0, len(names), 40)]
     lorq.write("J.bin", b"".join(page(*(record(name, usn=1 + place * 40 + at, filetime=FIRST + place * 40 + at)
                                         for at, name in enumerate(some))) for place, some in enumerate(pages)))
-    statements = re.search(r"<<'END'\n(.*?)\n    END", (DUCKDB.parents[1] / "README.md").read_text(), re.DOTALL)[1].split(";\n")
+    statements = re.search(r"<<'END'\n(.*?)\n    END", (PROJECT / "README.md").read_text(), re.DOTALL)[1].split(";\n")
     assert lorq("-file", "J.bin", "-a", "-jsonl", "-out", "J.jsonl").code == 0
     asked = ["SELECT filename, filename_utf16, datetime, typeof(datetime), file_reference, update_reason, timestamp"
              " FROM journal ORDER BY update_sequence_number DESC LIMIT 2", "SELECT count(*), count(filename_utf16) FROM journal"]
-    answers = list(map(json.loads, lorq.tool("node", DUCKDB / "run.js", *statements, *asked).splitlines()))
+    answers = list(map(json.loads, lorq.tool("node", DUCKDB / "ask.js", "--json", *statements, *asked).splitlines()))
     reasons = ["USN_REASON_DATA_EXTEND", "USN_REASON_FILE_CREATE", "USN_REASON_CLOSE"]
     assert answers[-2:] == [
         [["b.txt", None, "2024-01-02 03:04:05.6805+00", "TIMESTAMP WITH TIME ZONE", "40-3", reasons, "1704164645680500"],
