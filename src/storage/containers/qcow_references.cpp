@@ -43,7 +43,7 @@ std::uint64_t kept_count(byte_view block, std::size_t index, std::uint32_t order
         case 6: return big_endian<std::uint64_t>(block, index * 8);
         default: {
             const std::size_t bit = index << order;
-            return (block.value<std::uint8_t>(bit / 8) >> (bit % 8)) & ((1U << (1U << order)) - 1);
+            return (std::uint32_t{block.value<std::uint8_t>(bit / 8)} >> bit % 8) & ((1U << (1U << order)) - 1);
         }
     }
 }
