@@ -94,12 +94,12 @@ constexpr layout_row rows[] = {
      .write = write_with<body_writer>},
     {.id = layout::xml,
      .option = "-xml",
-     .begins_at_once = false,
      .beginning = xml_beginning,
      .end = xml_end,
      .write = write_with<xml_writer>,
-     .comment = xml_comment},
-    {.id = layout::jsonl, .option = "-jsonl", .bare = true, .beginning = nothing, .write = write_json},
+     .comment = xml_comment,
+     .begins_at_once = false},
+    {.id = layout::jsonl, .option = "-jsonl", .beginning = nothing, .write = write_json, .bare = true},
 };
 
 }  // namespace

@@ -46,12 +46,6 @@ struct layout_row {
     std::string_view option = {};     // that chooses it; empty for the default
     std::string_view separator = {};  // that it begins with, where the user gives none
 
-    // For programs alone: no run header, not even of a run that fails early, and lines end with a line feed everywhere.
-    bool bare = false;
-
-    // Whether the output begins before it is known that there is a source to read.
-    bool begins_at_once = true;
-
     std::string (*beginning)(const layout_settings& settings, const frame_facts& facts) = nullptr;
     std::string_view end = {};
 
@@ -60,6 +54,12 @@ struct layout_row {
 
     // A line of text as a comment, where the layout has any. Null: it has none.
     std::string (*comment)(std::string_view text) = nullptr;
+
+    // For programs alone: no run header, not even of a run that fails early, and lines end with a line feed everywhere.
+    bool bare = false;
+
+    // Whether the output begins before it is known that there is a source to read.
+    bool begins_at_once = true;
 };
 
 [[nodiscard]] std::span<const layout_row> layouts();
