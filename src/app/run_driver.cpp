@@ -17,13 +17,13 @@ void tell_reduced(std::uint64_t records, const usnjrnl_context& settings, uni::s
                           static_cast<unsigned long long>(records));
 }
 
-bool write_rows(std::ostream& out, const usnjrnl_context& settings, const journal_intake& intake,
+bool write_rows(const run_outputs& to, const usnjrnl_context& settings, const journal_intake& intake,
                 const std::string& typed, const run_console& console, record_account& account) {
     // Between the rows of a table on the same terminal, a line about progress would only disturb.
     if (settings.results_path.empty() && platform::is_terminal(platform::standard_stream::output)) {
         console.shown.say_no_more_words();
     }
-    return uni::write_records(out, settings.layout, {.all = intake.records(), .source = typed}, console.meter,
+    return uni::write_records(*to.records, settings.layout, {.all = intake.records(), .source = typed}, console.meter,
                               console.shown, account);
 }
 
@@ -42,7 +42,7 @@ bool run_driver(const run_outputs& to, const usnjrnl_context& settings, opened_s
     if (to.records == nullptr) {
         account.count(record_fate::on_page, records);
     } else if (written) {
-        written = write_rows(*to.records, settings, intake, left.typed, console, account);
+        written = write_rows(to, settings, intake, left.typed, console, account);
     }
     const bool whole = to.page == nullptr || to.page(make_page(to.run_header, settings, left, intake, console));
     if (console.shown.wanted()) console.status.clear_status();

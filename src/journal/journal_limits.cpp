@@ -26,11 +26,9 @@ std::optional<journal_limits> limits_of_journal(ntfs_volume& volume) {
         return std::nullopt;
     }
     std::array<std::uint8_t, max_stream::size> bytes{};
-    byte_view content = stream.content;
-    if (!stream.resident) {
-        const std::size_t got = volume.clusters().read_stream_beginning(stream.extents, 0, bytes);
-        content = byte_view(std::span<const std::uint8_t>(bytes).first(got));
-    }
+    const std::size_t got = stream.resident ? 0 : volume.clusters().read_stream_beginning(stream.extents, 0, bytes);
+    const byte_view content =
+        stream.resident ? stream.content : byte_view(std::span<const std::uint8_t>(bytes).first(got));
     if (!content.fits(0, max_stream::size)) return std::nullopt;
     return journal_limits{content.value<std::uint64_t>(max_stream::maximum_size),
                           content.value<std::uint64_t>(max_stream::allocation_delta),

@@ -10,7 +10,7 @@ std::uint64_t twice_median(std::vector<std::uint32_t>& values) {
     const std::size_t half = values.size() / 2;
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(half);
     std::ranges::nth_element(values, middle);
-    const std::uint64_t upper = *middle;
+    const std::uint64_t upper = values[half];
     return values.size() % 2 != 0 ? 2 * upper : upper + *std::max_element(values.begin(), middle);
 }
 
