@@ -40,7 +40,7 @@ def laid_out(*records):
     """Each of (seconds behind FIRST, entry, name, reason) where the one before ends; without a reason a hole of its size."""
     content = b""
     for seconds, entry, name, reason in records:
-        fields = {"name": name, "reason": reason, "filetime": FIRST + round(seconds * 10_000_000), "entry": entry | 3 << 48}
+        fields = {"name": name, "reason": reason, "filetime": FIRST + round(seconds * 10_000_000), "file": entry | 3 << 48}
         size = len(record(**fields))
         content += bytes(-len(content) % PAGE if len(content) % PAGE + size > PAGE else 0)
         content += record(**fields, usn=len(content)) if reason else bytes(size)
