@@ -93,13 +93,13 @@ constexpr layout_row rows[] = {
      .beginning = run_header_alone,
      .write = write_with<body_writer>},
     {.id = layout::xml,
+     .begins_at_once = false,
      .option = "-xml",
      .beginning = xml_beginning,
      .end = xml_end,
      .write = write_with<xml_writer>,
-     .comment = xml_comment,
-     .begins_at_once = false},
-    {.id = layout::jsonl, .option = "-jsonl", .beginning = nothing, .write = write_json, .bare = true},
+     .comment = xml_comment},
+    {.id = layout::jsonl, .bare = true, .option = "-jsonl", .beginning = nothing, .write = write_json},
 };
 
 }  // namespace

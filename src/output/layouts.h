@@ -43,6 +43,13 @@ struct writing {
 
 struct layout_row {
     layout id = layout::table;
+
+    // For programs alone: no run header, not even of a run that fails early, and lines end with a line feed everywhere.
+    bool bare = false;
+
+    // Whether the output begins before it is known that there is a source to read.
+    bool begins_at_once = true;
+
     std::string_view option = {};     // that chooses it; empty for the default
     std::string_view separator = {};  // that it begins with, where the user gives none
 
@@ -54,12 +61,6 @@ struct layout_row {
 
     // A line of text as a comment, where the layout has any. Null: it has none.
     std::string (*comment)(std::string_view text) = nullptr;
-
-    // For programs alone: no run header, not even of a run that fails early, and lines end with a line feed everywhere.
-    bool bare = false;
-
-    // Whether the output begins before it is known that there is a source to read.
-    bool begins_at_once = true;
 };
 
 [[nodiscard]] std::span<const layout_row> layouts();
