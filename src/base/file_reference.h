@@ -3,6 +3,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <string>
 
 [[nodiscard]] constexpr std::uint64_t entry_number(std::uint64_t file_reference) {
     return file_reference & 0xFFFFFFFFFFFFU;
@@ -18,3 +19,8 @@
 
 // A number that orders references by entry number, then sequence number.
 [[nodiscard]] constexpr std::uint64_t reference_order(std::uint64_t reference) { return std::rotl(reference, 16); }
+
+// "86780-9": entry and sequence number in decimal.
+[[nodiscard]] inline std::string reference_text(std::uint64_t reference) {
+    return std::to_string(entry_number(reference)) + "-" + std::to_string(sequence_number(reference));
+}

@@ -1,6 +1,7 @@
 #include "journal/directory_places.h"
 
 #include "base/file_reference.h"
+#include "journal/usn_text.h"
 #include "ntfs/mft_record.h"
 
 #include <algorithm>
@@ -8,10 +9,6 @@
 #include <utility>
 
 namespace {
-
-constexpr std::uint32_t reason_create = 0x100;
-constexpr std::uint32_t reason_delete = 0x200;
-constexpr std::uint32_t reason_close = 0x80000000;
 
 constexpr std::size_t most_places = 0xFFFFFFFF;
 
@@ -60,8 +57,8 @@ const char16_t* directory_places::name_store::keep(byte_view name) {
 }
 
 std::uint8_t directory_places::marks_of(std::uint32_t reason) {
-    const bool created = (reason & (reason_create | reason_delete)) == reason_create;
-    const bool deleted = (reason & reason_delete) != 0 && (reason & reason_close) != 0;
+    const bool created = (reason & (usn_reason::file_create | usn_reason::file_delete)) == usn_reason::file_create;
+    const bool deleted = (reason & usn_reason::file_delete) != 0 && (reason & usn_reason::close) != 0;
     return static_cast<std::uint8_t>((created ? begins : 0) | (deleted ? ends : 0));
 }
 

@@ -144,7 +144,5 @@ void path_history::append_beginning(std::uint32_t directory) {
         composed_ += "[root]\\";
         return;
     }
-    const std::uint64_t reference = places_.reference_of(directory);
-    composed_ += "[unknown " + std::to_string(entry_number(reference)) + "-" +
-                 std::to_string(sequence_number(reference)) + "]\\";
+    composed_ += "[unknown " + reference_text(places_.reference_of(directory)) + "]\\";
 }

@@ -6,8 +6,12 @@
 #include <string>
 
 namespace usn_reason {
+inline constexpr std::uint32_t file_create = 0x00000100;
+inline constexpr std::uint32_t file_delete = 0x00000200;
+inline constexpr std::uint32_t rename_old_name = 0x00001000;
+inline constexpr std::uint32_t rename_new_name = 0x00002000;
 inline constexpr std::uint32_t close = 0x80000000;
-}
+}  // namespace usn_reason
 
 // Tokens of the set bits in table order, joined by "; "; "unk" when no known bit is set.
 void reason_tokens(std::uint32_t reason, std::string& out);

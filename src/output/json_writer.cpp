@@ -2,6 +2,7 @@
 
 #include "base/case_folding.h"
 #include "base/file_reference.h"
+#include "base/text.h"
 #include "base/utf.h"
 #include "journal/usn_text.h"
 #include "output/entry_text.h"
@@ -77,12 +78,6 @@ std::string_view origin_word(record_origin origin) {
         case record_origin::journal: break;
     }
     return "journal";
-}
-
-// Behind the last dot of a name, where anything stands there.
-std::u16string_view extension_of(std::u16string_view name) {
-    const std::size_t dot = name.rfind(u'.');
-    return dot == std::u16string_view::npos ? std::u16string_view{} : name.substr(dot + 1);
 }
 
 char* put_lower_case(char* to, std::u16string_view text) {

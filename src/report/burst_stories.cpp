@@ -25,32 +25,21 @@ burst_stories::burst_stories(const std::vector<burst>& bursts) {
     }
 }
 
-bool burst_stories::take(std::size_t place, const member_record& one) {
-    member& to = members_[place];
-    burst_story& story = to.story;
-    if (!std::exchange(to.any, true)) {
-        story.directory = one.folder;
-    } else if (one.folder != story.directory) {
-        story.directory = one.folder_is_path ? std::string(shared_part(story.directory, one.folder)) : std::string();
+void burst_stories::share(member& of, const std::string& folder, bool is_path) {
+    std::string& shared = of.story.directory;
+    if (of.directories.empty()) {
+        shared = folder;
+    } else if (folder != shared) {
+        shared = is_path ? std::string(shared_part(shared, folder)) : std::string();
     }
-    count_directory(to, one);
-    if (to.extensions.size() < most_extensions || to.extensions.contains(one.extension)) {
-        ++to.extensions[one.extension];
-    } else {
-        ++story.other_extensions;
-    }
-    if (story.arrivals.size() == most_arrivals) return false;
-    story.arrivals.push_back(one.arrival);
-    return true;
 }
 
-void burst_stories::count_directory(member& of, const member_record& one) {
-    if (of.directories.size() > most_directories && !of.directories.contains(one.directory)) return;
-    const std::uint64_t records = ++of.directories[one.directory];
-    if (records <= of.story.most) return;
-    if (of.story.most == 0 || of.directory_of_most != one.directory) of.story.directory_of_most = one.folder;
-    of.directory_of_most = one.directory;
+bool burst_stories::count_directory(member& of, std::uint64_t directory) {
+    if (of.directories.size() > most_directories && !of.directories.contains(directory)) return false;
+    const std::uint64_t records = ++of.directories[directory];
+    if (records <= of.story.most) return false;
     of.story.most = records;
+    return std::exchange(of.directory_of_most, directory) != directory || records == 1;
 }
 
 std::vector<burst_story> burst_stories::take_stories() {
@@ -58,7 +47,7 @@ std::vector<burst_story> burst_stories::take_stories() {
     for (member& one : members_) {
         burst_story& story = one.story;
         story.directories = one.directories.size();
-        story.extensions.assign(one.extensions.begin(), one.extensions.end());
+        for (auto& [number, of] : one.extensions) story.extensions.emplace_back(std::move(of.text), of.records);
         std::ranges::sort(story.extensions, [](const auto& a, const auto& b) {
             return a.second != b.second ? a.second > b.second : a.first < b.first;
         });

@@ -8,9 +8,11 @@
 namespace report {
 namespace {
 
+constexpr std::string_view in_order_of_time = "In order of time";
+
 void draw_medians(const found_bursts& bursts, html& page) {
     std::string_view before = " Medians of the minutes that have any: ";
-    for (const record_kind kind : all_kinds) {
+    for (const change_kind kind : all_kinds) {
         if (bursts.medians[place_of(kind)] == 0) continue;
         page.markup(before).markup(class_of(kind)).markup(" ").decimal(bursts.medians[place_of(kind)]);
         before = ", ";
@@ -40,8 +42,14 @@ void draw_extensions(const burst_story& story, html& page) {
     if (story.other_extensions != 0) page.markup(", other ").number(story.other_extensions);
 }
 
+html link_to_rows(std::string_view id, std::size_t number) {
+    html link;
+    link.markup("<a href=\"#").markup(id).number(number).markup("\">").number(number).markup("</a>");
+    return link;
+}
+
 void draw_minutes(const findings& found, html& page) {
-    page.markup("<div class=\"scroll\"><table class=\"stack\" id=\"minutes\"><caption>In order of time");
+    page.markup("<div class=\"scroll\"><table class=\"stack\" id=\"minutes\"><caption>").markup(in_order_of_time);
     if (found.bursts.left_out != 0) {
         page.markup(", those with the most records; ")
             .markup(counted(found.bursts.left_out, "burst"))
@@ -64,11 +72,8 @@ void draw_minutes(const findings& found, html& page) {
         draw_directory(story, page);
         page.markup("</td><td>");
         draw_extensions(story, page);
-        page.markup("</td><td data-label=\"rows\"><a href=\"#r-burst-")
-            .number(i + 1)
-            .markup("\">")
-            .number(i + 1)
-            .markup("</a></td></tr>\n");
+        page.markup("</td><td data-label=\"rows\">") += link_to_rows("r-burst-", i + 1);
+        page.markup("</td></tr>\n");
     }
     page.markup("</tbody></table></div>\n");
 }
@@ -91,21 +96,18 @@ void draw_extension_bursts(const findings& found, html& page) {
         "least 3 directories. Programs that encrypt files do that; so can a conversion or a tool that renames.",
         page);
     if (!found.extension_bursts.empty()) {
-        page.markup(
-            "<div class=\"scroll\"><table><thead><tr><th scope=\"col\">From</th><th scope=\"col\">To</th>"
-            "<th scope=\"col\">Extension</th><th scope=\"col\" class=\"n\">Files</th><th scope=\"col\" class=\"n\">"
-            "Extensions before</th><th scope=\"col\" class=\"n\">Directories</th><th scope=\"col\">Rows</th></tr>"
-            "</thead><tbody>\n");
+        constexpr column columns[] = {
+            {"From"},    {"To"}, {"Extension", ""}, {"Files", "n"}, {"Extensions before", "n"}, {"Directories", "n"},
+            {"Rows", ""}};
+        begin_table(in_order_of_time, columns, page);
         std::size_t number = 0;
         for (const extension_burst& one : found.extension_bursts) {
-            ++number;
-            page.markup("<tr><td class=\"t\">").time(one.begin, 3).markup("</td><td class=\"t\">").time(one.end, 3);
-            page.markup("</td><td>").name("." + one.extension, 60).markup("</td><td class=\"n\">").number(one.files);
-            page.markup("</td><td class=\"n\">").number(one.extensions).markup("</td><td class=\"n\">");
-            page.number(one.directories).markup("</td><td><a href=\"#r-extension-").number(number).markup("\">");
-            page.number(number).markup("</a></td></tr>\n");
+            draw_cells({html().time(one.begin, 3), html().time(one.end, 3), html().name("." + one.extension, 60),
+                        html().number(one.files), html().number(one.extensions), html().number(one.directories),
+                        link_to_rows("r-extension-", ++number)},
+                       columns, page);
         }
-        page.markup("</tbody></table></div>\n");
+        end_table(page);
     }
     page.markup("</article>\n");
 }
@@ -118,19 +120,15 @@ void draw_wiping_bursts(const findings& found, html& page) {
         "that moves its temporary files.",
         page);
     if (!found.wiping_bursts.empty()) {
-        page.markup(
-            "<div class=\"scroll\"><table><thead><tr><th scope=\"col\">From</th><th scope=\"col\">To</th>"
-            "<th scope=\"col\" class=\"n\">Files</th><th scope=\"col\" class=\"n\">Renames</th><th scope=\"col\">Rows"
-            "</th></tr></thead><tbody>\n");
+        constexpr column columns[] = {{"From"}, {"To"}, {"Files", "n"}, {"Renames", "n"}, {"Rows", ""}};
+        begin_table(in_order_of_time, columns, page);
         std::size_t number = 0;
         for (const wiping_burst& one : found.wiping_bursts) {
-            ++number;
-            page.markup("<tr><td class=\"t\">").time(one.begin, 3).markup("</td><td class=\"t\">").time(one.end, 3);
-            page.markup("</td><td class=\"n\">").number(one.files).markup("</td><td class=\"n\">").number(one.renames);
-            page.markup("</td><td><a href=\"#r-wiping-").number(number).markup("\">").number(number);
-            page.markup("</a></td></tr>\n");
+            draw_cells({html().time(one.begin, 3), html().time(one.end, 3), html().number(one.files),
+                        html().number(one.renames), link_to_rows("r-wiping-", ++number)},
+                       columns, page);
         }
-        page.markup("</tbody></table></div>\n");
+        end_table(page);
     }
     page.markup("</article>\n");
 }

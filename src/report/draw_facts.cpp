@@ -15,11 +15,14 @@ enum class looked : std::uint8_t { not_at_all, none_found, some_found, told };
 struct fact {
     std::string_view id;
     std::string_view title;
+    std::string_view rows = {};  // the address of the rows behind it, empty for none
     looked how = looked::told;
-    html figure;
-    std::string_view meaning;
-    std::string_view rows;  // the address of the rows behind it, empty for none
+    html figure = {};
+    std::string_view meaning = {};
 };
+
+constexpr std::string_view no_record = "no record of the journal itself";
+constexpr std::string_view no_mft = "no MFT";
 
 void begin_fact(const fact& one, html& page) {
     page.markup("<article class=\"fact\" id=\"").markup(one.id).markup("\">\n<h3>").markup(one.title).markup("<br/>");
@@ -44,34 +47,16 @@ void draw_fact(const fact& one, html& page) {
     end_fact(page);
 }
 
+// Whether there is a reason why the source cannot answer: then all of the fact.
+bool not_looked_at(fact& one, std::string_view why, html& page) {
+    if (why.empty()) return false;
+    one.how = looked::not_at_all;
+    one.figure.markup(why).markup(": not looked at");
+    draw_fact(one, page);
+    return true;
+}
+
 looked found_if(std::uint64_t count) { return count == 0 ? looked::none_found : looked::some_found; }
-
-struct column {
-    std::string_view title;
-    bool number = false;
-};
-
-void begin_table(std::string_view caption, std::span<const column> columns, html& page) {
-    page.markup("<div class=\"scroll\"><table><caption>").markup(caption).markup("</caption><thead><tr>");
-    for (const column& one : columns) {
-        page.markup(one.number ? "<th scope=\"col\" class=\"n\">" : "<th scope=\"col\">")
-            .markup(one.title)
-            .markup("</th>");
-    }
-    page.markup("</tr></thead><tbody>\n");
-}
-
-void end_table(html& page) { page.markup("</tbody></table></div>\n"); }
-
-void draw_cells(std::initializer_list<html> cells, std::span<const column> columns, html& page) {
-    page.markup("<tr>");
-    const column* at = columns.data();
-    for (const html& cell : cells) {
-        page.markup(at++->number ? "<td class=\"n\">" : "<td class=\"t\">") += cell;
-        page.markup("</td>");
-    }
-    page.markup("</tr>\n");
-}
 
 std::string caption_of(std::uint64_t shown, std::uint64_t all, std::string_view which) {
     return shown == all ? "All, in order of USN"
@@ -82,26 +67,21 @@ std::string caption_of(std::uint64_t shown, std::uint64_t all, std::string_view 
 
 void draw_gaps(const findings& found, html& page) {
     const wholeness& whole = found.whole;
-    fact one{.id = "gaps", .title = "Gaps between USNs", .figure = {}, .meaning = {}, .rows = "r-gaps"};
-    if (found.first_in_usn == nullptr) {
-        one.how = looked::not_at_all;
-        one.figure.markup("no record of the journal itself: not looked at");
-        draw_fact(one, page);
-        return;
-    }
+    fact one{.id = "gaps", .title = "Gaps between USNs", .rows = "r-gaps"};
+    if (not_looked_at(one, found.first_in_usn == nullptr ? no_record : "", page)) return;
     one.how = found_if(whole.gap_count);
     one.figure.markup(counted(whole.gap_count, "gap"));
     if (whole.gap_count != 0) one.figure.markup(", ").size(whole.gap_bytes);
     one.meaning =
         "A USN is the byte of the journal at which a record stands, so each record tells where the next one begins; "
-        "the "
-        "padding at the end of a page of 4,096 bytes is not counted. A gap can mean that records were overwritten or "
-        "zeroed, or that pieces of several journals stand here; it can also mean bytes that could not be read, records "
-        "that are kept out by the rules of a run without -complete, or a copy taken while the journal was written.";
+        "the padding at the end of a page of 4,096 bytes is not counted. A gap can mean that records were overwritten "
+        "or zeroed, or that pieces of several journals stand here; it can also mean bytes that could not be read, "
+        "records that are kept out by the rules of a run without -complete, or a copy taken while the journal was "
+        "written.";
     begin_fact(one, page);
     if (!whole.gaps.empty()) {
-        constexpr column columns[] = {{"Ends behind USN", true}, {"Goes on at USN", true}, {"Bytes", true},
-                                      {"Time before"},           {"Time behind"},          {"In between"}};
+        constexpr column columns[] = {{"Ends behind USN", "n"}, {"Goes on at USN", "n"}, {"Bytes", "n"},
+                                      {"Time before"},          {"Time behind"},         {"In between"}};
         begin_table(caption_of(whole.gaps.size(), whole.gap_count, "largest"), columns, page);
         for (const neighbours& gap : whole.gaps) {
             draw_cells(
@@ -117,13 +97,8 @@ void draw_gaps(const findings& found, html& page) {
 
 void draw_clock(const findings& found, html& page) {
     const wholeness& whole = found.whole;
-    fact one{.id = "clock", .title = "Time running backward", .figure = {}, .meaning = {}, .rows = "r-clock"};
-    if (found.first_in_usn == nullptr) {
-        one.how = looked::not_at_all;
-        one.figure.markup("no record of the journal itself: not looked at");
-        draw_fact(one, page);
-        return;
-    }
+    fact one{.id = "clock", .title = "Time running backward", .rows = "r-clock"};
+    if (not_looked_at(one, found.first_in_usn == nullptr ? no_record : "", page)) return;
     one.how = found_if(whole.step_count);
     one.figure.markup(counted(whole.step_count, "step")).markup(" back from one record to the next");
     if (!whole.steps_back.empty()) {
@@ -131,13 +106,12 @@ void draw_clock(const findings& found, html& page) {
         one.figure.markup(", the largest by ").duration(largest->size);
     }
     one.meaning =
-        "In order of USN times only grow. A step back can mean a clock that was set back by hand, or a volume that was "
-        "used on another machine; it can also mean a clock that was corrected over the network, which is common after "
-        "a "
-        "start and small, or another system on the same machine that keeps its clock in local time.";
+        "In order of USN times only grow. A step back can mean a clock that was set back by hand, or a volume that "
+        "was used on another machine; it can also mean a clock that was corrected over the network, which is common "
+        "after a start and small, or another system on the same machine that keeps its clock in local time.";
     begin_fact(one, page);
     if (!whole.steps_back.empty()) {
-        constexpr column columns[] = {{"At USN", true}, {"Back by"}, {"Time before"}, {"Time behind"}};
+        constexpr column columns[] = {{"At USN", "n"}, {"Back by"}, {"Time before"}, {"Time behind"}};
         begin_table(caption_of(whole.steps_back.size(), whole.step_count, "largest"), columns, page);
         for (const neighbours& step : whole.steps_back) {
             draw_cells({html().plain_number(step.behind->usn), html().duration(step.size),
@@ -152,12 +126,12 @@ void draw_clock(const findings& found, html& page) {
 void draw_carved(const findings& found, html& page) {
     const wholeness& whole = found.whole;
     const std::uint64_t outside = whole.carved_behind + whole.carved_far_under;
-    fact one{.id = "carved", .title = "Carved records from elsewhere", .figure = {}, .meaning = {}, .rows = "r-carved"};
-    if (whole.carved == 0 || found.first_in_usn == nullptr) {
-        one.how = looked::not_at_all;
-        one.figure.markup(whole.carved == 0 ? "nothing was carved: not looked at"
-                                            : "no record of the journal itself to compare with: not looked at");
-        draw_fact(one, page);
+    fact one{.id = "carved", .title = "Carved records from elsewhere", .rows = "r-carved"};
+    if (not_looked_at(one,
+                      whole.carved == 0               ? "nothing was carved"
+                      : found.first_in_usn == nullptr ? no_record
+                                                      : "",
+                      page)) {
         return;
     }
     one.how = found_if(outside);
@@ -165,13 +139,18 @@ void draw_carved(const findings& found, html& page) {
     one.figure.markup(" under its first one, of those ").number(whole.carved_far_under);
     one.figure.markup(" by more bytes than it is long");
     one.meaning =
-        "Records under the first USN are what wraps out of every journal in use. Those behind the last one can mean an "
-        "earlier journal, deleted and made anew, or a volume that was put back to an earlier state; they can also come "
-        "from another volume whose clusters lie here, or from a copy of the journal that was taken first.";
+        "Records under the first USN are what wraps out of every journal in use. Those behind the last one can mean "
+        "an earlier journal, deleted and made anew, or a volume that was put back to an earlier state; they can also "
+        "come from another volume whose clusters lie here, or from a copy of the journal that was taken first.";
     draw_fact(one, page);
 }
 
 // ---- By what the volume says of its journal ----
+
+std::string_view no_limits(const run_facts& run) {
+    if (run.limits) return {};
+    return run.has_volume ? "the volume has no $Max that can be read" : "no volume, so no $Max";
+}
 
 // Where the data would begin by the sizes of $Max. All in bytes of the journal.
 struct expected_begin {
@@ -217,24 +196,18 @@ html begin_text(const findings& found, const journal_limits& limits) {
 }
 
 void draw_begin(const findings& found, html& page) {
-    fact one{.id = "begin", .title = "Begin of the data, by $Max", .figure = {}, .meaning = {}, .rows = {}};
-    if (!found.run.limits || found.first_in_usn == nullptr) {
-        one.how = looked::not_at_all;
-        one.figure.markup(!found.run.has_volume          ? "no volume, so no $Max: not looked at"
-                          : found.run.limits.has_value() ? "no record of the journal itself: not looked at"
-                                                         : "the volume has no $Max that can be read: not looked at");
-        draw_fact(one, page);
+    fact one{.id = "begin", .title = "Begin of the data, by $Max"};
+    if (not_looked_at(one, no_limits(found.run), page) ||
+        not_looked_at(one, found.first_in_usn == nullptr ? no_record : "", page)) {
         return;
     }
     const journal_limits& limits = *found.run.limits;
     one.figure = begin_text(found, limits);
     one.meaning =
         "The system drops the oldest records when the journal is longer than its maximum size and one allocation "
-        "delta. "
-        "Data that begin later can mean records that were cleared or could not be read, and earlier ones a size that "
-        "was "
-        "changed; both can also mean that the sizes were changed a short time ago, or a copy that is not of one "
-        "moment.";
+        "delta. Data that begin later can mean records that were cleared or could not be read, and earlier ones a "
+        "size that was changed; both can also mean that the sizes were changed a short time ago, or a copy that is "
+        "not of one moment.";
     begin_fact(one, page);
     page.markup("<p>Maximum size ")
         .size(limits.maximum_size)
@@ -248,14 +221,8 @@ void draw_begin(const findings& found, html& page) {
 }
 
 void draw_made_anew(const findings& found, html& page) {
-    fact one{.id = "anew", .title = "Lowest valid USN", .figure = {}, .meaning = {}, .rows = {}};
-    if (!found.run.limits) {
-        one.how = looked::not_at_all;
-        one.figure.markup(found.run.has_volume ? "the volume has no $Max that can be read: not looked at"
-                                               : "no volume, so no $Max: not looked at");
-        draw_fact(one, page);
-        return;
-    }
+    fact one{.id = "anew", .title = "Lowest valid USN"};
+    if (not_looked_at(one, no_limits(found.run), page)) return;
     const std::int64_t lowest = found.run.limits->lowest_valid_usn;
     one.figure.plain_number(lowest);
     if (lowest != 0) {
@@ -265,11 +232,9 @@ void draw_made_anew(const findings& found, html& page) {
         one.how = looked::none_found;
     }
     one.meaning =
-        "A journal that is made anew goes on behind the USNs of the one before, and says here where it began. Anything "
-        "but "
-        "0 can mean that the journal was deleted, by a person or by a program that cleans; it can also mean an upgrade "
-        "of "
-        "the system, a repair of the volume, or software that switched the journal off and on.";
+        "A journal that is made anew goes on behind the USNs of the one before, and says here where it began. "
+        "Anything but 0 can mean that the journal was deleted, by a person or by a program that cleans; it can also "
+        "mean an upgrade of the system, a repair of the volume, or software that switched the journal off and on.";
     draw_fact(one, page);
 }
 
@@ -277,13 +242,10 @@ void draw_made_anew(const findings& found, html& page) {
 
 void draw_entries(std::string_view caption, const std::vector<named_entry>& entries, html& page) {
     if (entries.empty()) return;
-    constexpr column columns[] = {{"Entry"}, {"Its last USN", true}, {"State"}, {"Name"}};
+    constexpr column columns[] = {{"Entry"}, {"Its last USN", "n"}, {"State"}, {"Name"}};
     begin_table(caption, columns, page);
     for (const named_entry& one : entries) {
-        draw_cells({html()
-                        .plain_number(static_cast<std::int64_t>(one.entry.number))
-                        .markup("-")
-                        .plain_number(one.entry.sequence),
+        draw_cells({html().markup(reference_text(file_reference(one.entry.number, one.entry.sequence))),
                     html().plain_number(one.entry.last_usn), html().markup(one.entry.in_use ? "in use" : "freed"),
                     html().name(one.name)},
                    columns, page);
@@ -293,13 +255,8 @@ void draw_entries(std::string_view caption, const std::vector<named_entry>& entr
 
 void draw_last_usns(const findings& found, html& page) {
     const mft_comparison& mft = found.mft;
-    fact one{.id = "last-usns", .title = "Last USNs of the files", .figure = {}, .meaning = {}, .rows = {}};
-    if (!mft.looked_at || found.first_in_usn == nullptr) {
-        one.how = looked::not_at_all;
-        one.figure.markup(mft.looked_at ? "no record of the journal itself: not looked at" : "no MFT: not looked at");
-        draw_fact(one, page);
-        return;
-    }
+    fact one{.id = "last-usns", .title = "Last USNs of the files"};
+    if (not_looked_at(one, !mft.looked_at ? no_mft : found.first_in_usn == nullptr ? no_record : "", page)) return;
     one.how = found_if(mft.without_record + mft.behind_end);
     one.figure.number(mft.without_record).markup(" where the journal has no record, ").number(mft.behind_end);
     one.figure.markup(" behind its end, of ")
@@ -309,11 +266,9 @@ void draw_last_usns(const findings& found, html& page) {
         .markup(" MFT entries");
     one.meaning =
         "Each entry of the MFT keeps the USN of the last change of its file. One inside the journal where no record "
-        "stands "
-        "can mean that the record was removed, one behind the end that the newest records were, or that an earlier "
-        "journal "
-        "went further; both can also mean records that could not be read, or an MFT of a later moment than the "
-        "journal.";
+        "stands can mean that the record was removed, one behind the end that the newest records were, or that an "
+        "earlier journal went further; both can also mean records that could not be read, or an MFT of a later moment "
+        "than the journal.";
     begin_fact(one, page);
     draw_entries("Inside the journal, without a record", found.missing, page);
     draw_entries("Behind the end of the journal", found.later, page);
@@ -322,22 +277,16 @@ void draw_last_usns(const findings& found, html& page) {
 
 void draw_creations(const findings& found, html& page) {
     const mft_comparison& mft = found.mft;
-    fact one{.id = "creations", .title = "Times of creation", .figure = {}, .meaning = {}, .rows = "r-creations"};
-    if (!mft.looked_at) {
-        one.how = looked::not_at_all;
-        one.figure.markup("no MFT: not looked at");
-        draw_fact(one, page);
-        return;
-    }
+    fact one{.id = "creations", .title = "Times of creation", .rows = "r-creations"};
+    if (not_looked_at(one, !mft.looked_at ? no_mft : "", page)) return;
     one.how = found_if(mft.other_count);
     one.figure.number(mft.other_count).markup(" of ").markup(counted(mft.creations, "created file"));
     one.figure.markup(" have a time in the MFT that is more than a day off");
     one.meaning =
         "The journal tells when a file appeared on the volume, the MFT which time of creation it bears now. That they "
-        "differ "
-        "can mean a time that was set by a program, to hide when the file came; it also means files that were "
-        "unpacked, "
-        "installed or restored with their times, and a name that was used again within seconds of a deletion.";
+        "differ can mean a time that was set by a program, to hide when the file came; it also means files that were "
+        "unpacked, installed or restored with their times, and a name that was used again within seconds of a "
+        "deletion.";
     begin_fact(one, page);
     if (!mft.others.empty()) {
         constexpr column columns[] = {{"Created by the journal"}, {"Created by the MFT"}, {"Apart by"}, {"Name"}};

@@ -15,8 +15,7 @@ void draw_row(const shown_record& one, std::string& reasons, html& page) {
     reason_tokens(one.reason, reasons);
     page.markup("<tr><td class=\"t\">").time(one.time, 7).markup("</td><td class=\"n\" data-label=\"USN\">");
     page.plain_number(one.usn).markup("</td><td class=\"t\" data-label=\"file\">");
-    page.plain_number(static_cast<std::int64_t>(entry_number(one.file_ref))).markup("-");
-    page.plain_number(sequence_number(one.file_ref)).markup("</td><td class=\"name\">").name(one.name);
+    page.markup(reference_text(one.file_ref)).markup("</td><td class=\"name\">").name(one.name);
     if (!one.folder.empty()) page.markup(" <span class=\"soft\">in ").name(one.folder).markup("</span>");
     page.markup("</td><td class=\"r\">").text(reasons);
     if (!one.origin.empty()) page.markup(" <span class=\"soft\">from ").name(one.origin).markup("</span>");

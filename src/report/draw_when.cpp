@@ -48,7 +48,7 @@ void draw_bar(const bar_chart& bars, std::size_t at, std::uint64_t highest, html
     const double x = step * static_cast<double>(at);
     page.markup("<g><title>").markup(bar_title(bars, at)).markup("</title>");
     double y = chart_height;
-    for (const record_kind kind : all_kinds) {
+    for (const change_kind kind : all_kinds) {
         const std::uint64_t records = counts[place_of(kind)];
         if (records == 0) continue;
         const double height = chart_height * static_cast<double>(records) / static_cast<double>(highest);
@@ -80,12 +80,12 @@ void draw_strips(const findings& found, html& page) {
     const bar_chart& bars = found.bars;
     const double step = chart_width / static_cast<double>(bars.bars().size());
     page.markup("<div class=\"chart\"><div class=\"labels rows\">");
-    for (const record_kind kind : all_kinds) page.markup("<span>").markup(class_of(kind)).markup("</span>");
+    for (const change_kind kind : all_kinds) page.markup("<span>").markup(class_of(kind)).markup("</span>");
     page.markup(
         "</div>\n<svg class=\"strips\" viewBox=\"0 0 1200 100\" preserveAspectRatio=\"none\" role=\"img\" "
         "aria-labelledby=\"strips-title\"><title id=\"strips-title\">Each kind over time, the darker the more "
         "records</title>\n");
-    for (const record_kind kind : all_kinds) {
+    for (const change_kind kind : all_kinds) {
         const std::size_t place = place_of(kind);
         std::uint64_t most = 0;
         for (const kind_counts& one : bars.bars()) most = std::max<std::uint64_t>(most, one[place]);
@@ -163,7 +163,7 @@ void draw_when(const findings& found, html& page) {
                                          : ", over the span of all records. ");
     page.markup("A record is of the first kind that what it adds to the record before it of the same file makes it: ");
     page.markup("deleted, renamed, created, data, other, such as closing a file.</p>\n<ul class=\"legend\">");
-    for (const record_kind kind : all_kinds) {
+    for (const change_kind kind : all_kinds) {
         page.markup("<li>");
         draw_kind(kind, page);
         page.markup(" ").number(found.by_kind[place_of(kind)]).markup("</li>");

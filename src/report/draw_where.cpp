@@ -6,7 +6,7 @@ namespace report {
 namespace {
 
 void draw_counts(const kind_counts& counts, html& page) {
-    for (const record_kind kind : all_kinds) {
+    for (const change_kind kind : all_kinds) {
         const std::uint64_t records = counts[place_of(kind)];
         page.markup(records == 0 ? "<td class=\"n zero\">" : "<td class=\"n\" data-label=\"");
         if (records != 0) page.markup(class_of(kind)).markup("\">");
@@ -30,7 +30,7 @@ void draw_ranked(std::string_view id, std::string_view title, std::string_view w
     page.markup("</caption><thead><tr><th scope=\"col\">")
         .markup(what)
         .markup("</th><th scope=\"col\" class=\"n\">Records</th>");
-    for (const record_kind kind : all_kinds) {
+    for (const change_kind kind : all_kinds) {
         page.markup("<th scope=\"col\" class=\"n\">");
         draw_kind(kind, page);
         page.markup("</th>");

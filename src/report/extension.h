@@ -1,7 +1,8 @@
-// report/extension.h: what stands behind the last dot of a name, upper and lower case alike.
+// report/extension.h: extensions of names, upper and lower case alike.
 #pragma once
 
 #include "base/case_folding.h"
+#include "base/text.h"
 #include "base/utf.h"
 
 #include <cstdint>
@@ -9,12 +10,6 @@
 #include <string_view>
 
 namespace report {
-
-// Empty for a name without a dot.
-[[nodiscard]] inline std::u16string_view extension_of(std::u16string_view name) {
-    const std::size_t dot = name.rfind(u'.');
-    return dot == std::u16string_view::npos ? std::u16string_view{} : name.substr(dot + 1);
-}
 
 // A number that two extensions share when they differ in case only, and practically no others. `factor` is odd.
 [[nodiscard]] inline std::uint64_t extension_number(std::u16string_view extension, std::uint64_t factor) {

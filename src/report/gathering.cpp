@@ -23,15 +23,12 @@ constexpr std::uint8_t old_name = 0x10;  // adds the name that the file had
 constexpr std::uint8_t wanted = 0x20;    // to be shown as a row
 
 constexpr std::size_t most_extensions = 65536;
+constexpr std::uint64_t of_directories = ~std::uint64_t{0};  // in place of the number of an extension
 
 void widen(time_span& span, std::uint64_t time) {
     if (span.last == 0) span.first = time;
     span.first = std::min(span.first, time);
     span.last = std::max(span.last, time);
-}
-
-std::string reference_text(std::uint64_t reference) {
-    return std::to_string(entry_number(reference)) + "-" + std::to_string(sequence_number(reference));
 }
 
 std::string text_of(std::u16string_view name) {
@@ -123,7 +120,7 @@ private:
     std::uint32_t take_kind(const packed_record& one) {
         tally& file = *files_.of(one.file_ref);
         const std::uint32_t added = added_reasons(one.reason, file.mark);
-        const record_kind kind = kind_of(added);
+        const change_kind kind = kind_of(added);
         file.latest = &one;
         file.mark = one.reason;
         ++file.counts[place_of(kind)];
@@ -131,7 +128,7 @@ private:
         const record_origin origin = record_marks::origin_of(one.marks);
         ++out_.origins[static_cast<std::size_t>(origin)];
         marks_[static_cast<std::size_t>(one.arrival())] = static_cast<std::uint8_t>(
-            place_of(kind) | counted | ((added & reason::rename_old_name) != 0 ? old_name : 0U));
+            place_of(kind) | counted | ((added & usn_reason::rename_old_name) != 0 ? old_name : 0U));
         if (one.timestamp == 0) {
             ++out_.without_time;
             return added;
@@ -198,25 +195,31 @@ private:
     }
 
     void take(const journal_entry& entry, std::uint8_t marks, burst_stories& stories) {
-        const auto kind = static_cast<record_kind>(marks & kind_mask);
+        const auto kind = static_cast<change_kind>(marks & kind_mask);
         if (entry.timestamp != 0) {
             out_.bars.add(entry.timestamp, kind);
             out_.hours.add(entry.timestamp);
         }
         const std::uint64_t directory = key_of_directory(entry);
         count(directories_, top_directories_, out_.directories, directory, kind, [&] { return folder_text(entry); });
-        count_extension(entry, kind);
+        const std::uint64_t extension = key_of_extension(entry);
+        if (entry.version != 4 && extension != of_directories) {
+            count(extensions_, top_extensions_, out_.extensions, extension, kind,
+                  [&] { return extension_text(entry); });
+        }
         bool show = (marks & wanted) != 0;
         if (entry.timestamp != 0) {
             if (const std::size_t burst = stories.place_of_record(entry.timestamp, kind);
                 burst != burst_stories::none) {
-                show |= stories.take(burst, {.arrival = entry.arrival,
-                                             .directory = directory,
-                                             .folder = folder_text(entry),
-                                             .folder_is_path = !entry.parent_path.empty(),
-                                             .extension = extension_text(entry)});
+                show |= stories.take(
+                    burst,
+                    {.arrival = entry.arrival,
+                     .directory = directory,
+                     .extension = extension,
+                     .folder_is_path = !entry.parent_path.empty()},
+                    [&] { return folder_text(entry); }, [&] { return extension_text(entry); });
             }
-            if (kind == record_kind::deleted || kind == record_kind::renamed || (marks & old_name) != 0) {
+            if (kind == change_kind::deleted || kind == change_kind::renamed || (marks & old_name) != 0) {
                 renames_.take(entry, kind, (marks & old_name) != 0);
             }
         }
@@ -224,7 +227,7 @@ private:
     }
 
     template <typename text_maker>
-    static void count(tally_table& table, ranking& top, ranked_things& things, std::uint64_t key, record_kind kind,
+    static void count(tally_table& table, ranking& top, ranked_things& things, std::uint64_t key, change_kind kind,
                       const text_maker& text) {
         tally* const one = table.of(key);
         if (one == nullptr) {
@@ -236,10 +239,9 @@ private:
     }
 
     // Directories have names like "1.0.0.0_none", which are no types of files.
-    void count_extension(const journal_entry& entry, record_kind kind) {
-        if (entry.version == 4 || (entry.file_attributes & attribute_directory) != 0) return;
-        const std::uint64_t key = extension_number(extension_of(entry.name), factor_);
-        count(extensions_, top_extensions_, out_.extensions, key, kind, [&] { return extension_text(entry); });
+    [[nodiscard]] std::uint64_t key_of_extension(const journal_entry& entry) const {
+        const bool directory = (entry.file_attributes & attribute_directory) != 0;
+        return directory ? of_directories : extension_number(extension_of(entry.name), factor_);
     }
 
     static std::string extension_text(const journal_entry& entry) {

@@ -1,7 +1,7 @@
 #include "report/mft_checks.h"
 
 #include "base/file_reference.h"
-#include "report/record_kind.h"
+#include "report/change_kind.h"
 
 #include <algorithm>
 #include <limits>
@@ -17,7 +17,6 @@ mft_checks::mft_checks(std::vector<surveyed_entry> entries, const usn_order& ord
     for (const surveyed_entry& one : entries_) {
         if (one.last_usn == 0) continue;
         ++found_.with_usn;
-        found_.highest_usn = std::max(found_.highest_usn, one.last_usn);
         if (first != nullptr && one.last_usn >= first->usn) by_usn_.push_back(one);
     }
     std::ranges::sort(by_usn_, {}, [](const surveyed_entry& one) { return std::pair(one.last_usn, one.number); });
@@ -26,7 +25,7 @@ mft_checks::mft_checks(std::vector<surveyed_entry> entries, const usn_order& ord
 void mft_checks::take(const packed_record& one, std::uint32_t added) {
     pass_up_to(one.usn);
     while (at_ < by_usn_.size() && by_usn_[at_].last_usn == one.usn) ++at_;
-    if ((added & reason::file_create) != 0 && one.timestamp != 0) compare_creation(one);
+    if ((added & usn_reason::file_create) != 0 && one.timestamp != 0) compare_creation(one);
 }
 
 // Those below a USN have no record.

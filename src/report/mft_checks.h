@@ -18,10 +18,9 @@ struct other_creation {
 };
 
 struct mft_comparison {
-    bool looked_at = false;        // there is an MFT
-    std::uint64_t entries = 0;     // that tell of themselves
-    std::uint64_t with_usn = 0;    // of those: with a last USN
-    std::int64_t highest_usn = 0;  // of any entry
+    bool looked_at = false;      // there is an MFT
+    std::uint64_t entries = 0;   // that tell of themselves
+    std::uint64_t with_usn = 0;  // of those: with a last USN
 
     std::uint64_t without_record = 0;     // inside the range of the journal, where no record stands
     std::uint64_t behind_end = 0;         // of the journal

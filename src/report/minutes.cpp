@@ -14,7 +14,7 @@ std::uint64_t twice_median(std::vector<std::uint32_t>& values) {
     return values.size() % 2 != 0 ? 2 * upper : upper + *std::max_element(values.begin(), middle);
 }
 
-void find_bursts(record_kind kind, const std::vector<const tally*>& in_order, found_bursts& out, largest<burst>& kept) {
+void find_bursts(change_kind kind, const std::vector<const tally*>& in_order, found_bursts& out, largest<burst>& kept) {
     const auto count_of = [kind](const tally* one) { return one->counts[place_of(kind)]; };
     std::vector<std::uint32_t> counts;
     for (const tally* one : in_order) {
@@ -51,7 +51,7 @@ found_bursts minute_counts::bursts() const {
     found_bursts out;
     out.minutes_left_out = left_out_;
     largest<burst> kept;
-    for (const record_kind kind : all_kinds) find_bursts(kind, in_order, out, kept);
+    for (const change_kind kind : all_kinds) find_bursts(kind, in_order, out, kept);
     out.listed = kept.in_order(&burst::begin);
     out.left_out = kept.count() - out.listed.size();
     return out;

@@ -1,8 +1,8 @@
 // report/minutes.h: how many records of each kind every minute has (UTC), and the minutes that stand out.
 #pragma once
 
+#include "report/change_kind.h"
 #include "report/ranking.h"
-#include "report/record_kind.h"
 #include "report/tally_table.h"
 
 #include <array>
@@ -21,7 +21,7 @@ struct burst {
     static constexpr std::uint64_t fewest = 100;
     static constexpr std::uint64_t times_median = 10;
 
-    record_kind kind = record_kind::other;
+    change_kind kind = change_kind::other;
     std::uint64_t begin = 0;  // FILETIME
     std::uint64_t end = 0;    // the first behind it
     std::uint64_t records = 0;
@@ -37,7 +37,7 @@ struct found_bursts {
 class minute_counts {
 public:
     // A record with its time, in any order.
-    void add(std::uint64_t time, record_kind kind) {
+    void add(std::uint64_t time, change_kind kind) {
         const std::uint64_t minute = time / ticks_per_minute;
         if (latest_ == nullptr || latest_->key != minute) {
             tally* const found = minutes_.of(minute);

@@ -26,11 +26,11 @@ std::string page_of(const findings& found) {
     return page.out();
 }
 
-std::string_view class_of(record_kind kind) { return kind_names[place_of(kind)]; }
+std::string_view class_of(change_kind kind) { return kind_names[place_of(kind)]; }
 
 std::string kinds_text(const kind_counts& counts) {
     std::string out;
-    for (const record_kind kind : all_kinds) {
+    for (const change_kind kind : all_kinds) {
         const std::uint64_t records = counts[place_of(kind)];
         if (records == 0) continue;
         if (!out.empty()) out += ", ";
@@ -51,7 +51,7 @@ void draw_mix(const kind_counts& counts, std::uint64_t full, html& page) {
         "<svg class=\"mix\" viewBox=\"0 0 100 10\" preserveAspectRatio=\"none\" aria-hidden=\"true\" "
         "focusable=\"false\">");
     double at = 0;
-    for (const record_kind kind : all_kinds) {
+    for (const change_kind kind : all_kinds) {
         const std::uint64_t records = counts[place_of(kind)];
         if (records == 0) continue;
         const double width = 100.0 * static_cast<double>(records) / static_cast<double>(full);
@@ -62,7 +62,32 @@ void draw_mix(const kind_counts& counts, std::uint64_t full, html& page) {
     page.markup("</svg>");
 }
 
-void draw_kind(record_kind kind, html& page) {
+void begin_table(std::string_view caption, std::span<const column> columns, html& page) {
+    page.markup("<div class=\"scroll\"><table><caption>").markup(caption).markup("</caption><thead><tr>");
+    for (const column& one : columns) {
+        page.markup(one.kind == "n" ? "<th scope=\"col\" class=\"n\">" : "<th scope=\"col\">")
+            .markup(one.title)
+            .markup("</th>");
+    }
+    page.markup("</tr></thead><tbody>\n");
+}
+
+void draw_cells(std::initializer_list<html> cells, std::span<const column> columns, html& page) {
+    page.markup("<tr>");
+    const column* at = columns.data();
+    for (const html& cell : cells) {
+        page.markup("<td");
+        if (!at->kind.empty()) page.markup(" class=\"").markup(at->kind).markup("\"");
+        page.markup(">") += cell;
+        page.markup("</td>");
+        ++at;
+    }
+    page.markup("</tr>\n");
+}
+
+void end_table(html& page) { page.markup("</tbody></table></div>\n"); }
+
+void draw_kind(change_kind kind, html& page) {
     page.markup("<svg class=\"swatch\" viewBox=\"0 0 10 10\" aria-hidden=\"true\" focusable=\"false\"><rect class=\"")
         .markup(class_of(kind))
         .markup("\" width=\"10\" height=\"10\"/></svg>")

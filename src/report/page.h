@@ -4,8 +4,11 @@
 #include "report/findings.h"
 #include "report/html_text.h"
 
+#include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace report {
 
@@ -27,7 +30,7 @@ extern const std::string_view page_style;      // of the style element
 extern const std::string_view print_patterns;  // of fills, by kind
 
 // The class of a kind's colour and pattern.
-[[nodiscard]] std::string_view class_of(record_kind kind);
+[[nodiscard]] std::string_view class_of(change_kind kind);
 
 // "deleted 3, data 1,200" with what is not 0, as plain text.
 [[nodiscard]] std::string kinds_text(const kind_counts& counts);
@@ -36,7 +39,16 @@ extern const std::string_view print_patterns;  // of fills, by kind
 void draw_mix(const kind_counts& counts, std::uint64_t full, html& page);
 
 // The name of a kind behind its swatch.
-void draw_kind(record_kind kind, html& page);
+void draw_kind(change_kind kind, html& page);
+
+// A table, row by row, with as many cells as it has columns.
+struct column {
+    std::string_view title;
+    std::string_view kind = "t";  // class of its cells: "n" numbers, "t" what stays on one line, empty for texts
+};
+void begin_table(std::string_view caption, std::span<const column> columns, html& page);
+void draw_cells(std::initializer_list<html> cells, std::span<const column> columns, html& page);
+void end_table(html& page);
 
 // A number with so many digits as the page needs, for places in drawings.
 [[nodiscard]] std::string place_text(double place);

@@ -29,9 +29,9 @@ std::uint64_t rename_watch::number_of(std::u16string_view extension) const {
     return extension.empty() ? 0 : extension_number(extension, hash_.factor) | 1U;
 }
 
-void rename_watch::take(const journal_entry& entry, record_kind kind, bool old_name) {
+void rename_watch::take(const journal_entry& entry, change_kind kind, bool old_name) {
     expire(entry.timestamp);
-    if (kind == record_kind::deleted) {
+    if (kind == change_kind::deleted) {
         if (const auto found = files_.find(entry.file_ref); found != files_.end()) take_deletion(entry, found->second);
         return;
     }
@@ -43,7 +43,7 @@ void rename_watch::take(const journal_entry& entry, record_kind kind, bool old_n
                        .directory = entry.parent_ref,
                        .arrival = entry.arrival});
     ++file.events;
-    if (kind == record_kind::renamed) take_new_name(entry, file);
+    if (kind == change_kind::renamed) take_new_name(entry, file);
     if (events_.size() <= most_events) return;
     cut_ = true;
     forget_first();

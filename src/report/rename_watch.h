@@ -49,7 +49,7 @@ public:
     static constexpr std::size_t most_arrivals = 30;
 
     // `old_name`: the record gives the name that the file had until then.
-    void take(const journal_entry& entry, record_kind kind, bool old_name);
+    void take(const journal_entry& entry, change_kind kind, bool old_name);
 
     [[nodiscard]] const std::vector<extension_burst>& extension_bursts() const { return extension_bursts_; }
     [[nodiscard]] const std::vector<wiping_burst>& wiping_bursts() const { return wiping_bursts_; }

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "journal/block_array.h"
-#include "report/record_kind.h"
+#include "report/change_kind.h"
 
 #include <cstddef>
 #include <cstdint>

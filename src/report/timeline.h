@@ -2,7 +2,7 @@
 // their order.
 #pragma once
 
-#include "report/record_kind.h"
+#include "report/change_kind.h"
 
 #include <array>
 #include <cstddef>
@@ -28,7 +28,7 @@ public:
     bar_chart() = default;
     explicit bar_chart(const time_span& over);
 
-    void add(std::uint64_t time, record_kind kind) {
+    void add(std::uint64_t time, change_kind kind) {
         if (time < over_.first || time > over_.last) {
             ++(time < over_.first ? before_ : behind_);
             return;

@@ -176,6 +176,9 @@ def test_hostile_names_stay_letters(lorq):
     assert {row[0].split("  in ")[0] for row in found.rows["files"][1:]} == {shown or name for name, shown in HOSTILE.items()}
     assert [found.texts[one][0] for one in ("anew", "last-usns", "creations")] == [
         "no volume, so no $Max: not looked at", "no MFT: not looked at", "no MFT: not looked at"]
+    lorq.write("folder", page(record("v1.0_none", usn=0x1000, attributes=0x10), record("a.TXT", usn=0x1048, file=41 | 1 << 48)))
+    assert lorq("-file", "folder", "-report", "page.html").code == 0
+    assert [row[:2] for row in read(lorq).rows["extensions"][1:]] == [[".txt", "1"]]
 
 
 def test_page_beside_results(lorq):
