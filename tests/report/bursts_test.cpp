@@ -34,11 +34,12 @@ TEST(bursts, edges) {
 // Its records' directories, as number and text: what they share, how many they are, the one with the most records.
 std::string shared_by(const std::vector<std::pair<std::uint64_t, std::string>>& directories, bool are_paths = true) {
     burst_stories stories({{change_kind::data, noon, noon + ticks_per_minute, directories.size()}});
-    for (const auto& [number, text] : directories) {
+    for (const auto& directory : directories) {
+        const std::string& text = directory.second;
         stories.take(
             stories.place_of_record(noon, change_kind::data),
-            {.arrival = 0, .directory = number, .extension = number, .folder_is_path = are_paths}, [&] { return text; },
-            [&] { return text.substr(text.size() - 2); });
+            {.arrival = 0, .directory = directory.first, .extension = directory.first, .folder_is_path = are_paths},
+            [&] { return text; }, [&] { return text.substr(text.size() - 2); });
     }
     const burst_story story = stories.take_stories().front();
     return story.directory + " " + std::to_string(story.directories) + " " + story.directory_of_most + " " +
