@@ -12,7 +12,7 @@ if(EXISTS ${LORQ_GOOGLETEST}/CMakeLists.txt)
     set(INSTALL_GTEST OFF)
     set(gtest_disable_pthreads OFF)
     add_subdirectory(${LORQ_GOOGLETEST} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
-    target_compile_options(gtest PRIVATE -w)  # its warnings are not ours to mend
+    target_compile_options(gtest PRIVATE -w -O0 -g0)  # its warnings are not ours to mend, nor is its speed
     return()
 endif()
 

@@ -25,7 +25,7 @@ def rows(lorq, *arguments):
     ("--cluster 512 --fragments 4000", {"records": 20000}),
     ("--cluster 1024 --fragments 600 --moved 1", {}),
     ("--cluster 4096", {"holes": [(3 * PAGE, 20 * PAGE), (80 * PAGE, 7 * PAGE)]}),
-    ("--cluster 4096 --fragments 30 --size 12G", {"lead": 10 << 30}),
+    ("--cluster 4096 --fragments 30 --size 12G", {"lead": 5 << 30}),
     ("--cluster 4096 --record 4096 --sector 4096", {}),
     ("--cluster 65536 --record 4096", {"holes": [(3 * 65536 + PAGE, 2 * 65536), (7 * 65536, 65536)], "lead": 0}),
     ("--cluster 2M --size 512M --fragments 2", {"records": 40000}),
