@@ -88,20 +88,21 @@ def layouts(records):
         f"- A page of `-report` adds {(rows['page'][1] - rows['-csv'][1]) / default:.0%} of the time of the default table."]
 
 
-def repeats(records):
+def repeats(count):
     """A journal of a volume, and the same twice again in its free clusters, which carving finds."""
     page, times = 4096, 3
-    journal, image = make("repeats.bin", records // times), FOLDER / "repeats.img"
+    journal, image = make("repeats.bin", count // times), FOLDER / "repeats.img"
     size = (times + 1) * journal.stat().st_size // 2**20 + 64
     subprocess.run([VOLUME_MAKER, "--size", f"{size}M", "--journal", journal, image], check=True, stdout=subprocess.DEVNULL)
     bitmap = subprocess.run(["ntfscat", "-i", "6", image], check=True, capture_output=True).stdout
     free = (at for at in range(size * 2**20 // page - 1) if not bitmap[at // 8] >> at % 8 & 1)
-    content = journal.read_bytes()[LEAD:]
-    with open(image, "r+b") as volume:
-        for at in [*range(0, len(content), page)] * (times - 1):
-            os.pwrite(volume.fileno(), content[at:at + page], next(free) * page)
+    with open(image, "r+b") as volume, open(journal, "rb") as records:  # a child's memory is at least what this program has
+        for _ in range(times - 1):
+            records.seek(LEAD)
+            while content := records.read(page):
+                os.pwrite(volume.fileno(), content, next(free) * page)
     command = [LORQ, "-image", image, "-include_unalloc_clusters", "-complete"]  # which needs no such entries in the MFT
-    found = records // times * times
+    found = count // times * times
     line, seconds, memory = row("carved, each record three times", command, found)
     once, longer, larger = row("carved, each record once", [*command, "-unique"], found)
     image.unlink()
