@@ -33,7 +33,7 @@ RECORDS = ["-quiet", "-a", "-csv"]  # without what depends on other places than 
 RUNS = [[*RECORDS, "-show_offset", "-show_dir_path", *PASSES], [*RECORDS, "-rebuild_mft"], ["-a", "-complete", "-path_history", *PASSES],
         *([style, *PASSES] for style in ("-xml", "-multiline", "-csvl2t", "-bodyfile", "-jsonl"))]
 FLIPS = int(os.environ.get("LORQ_DAMAGE", "4"))  # of each kind; in the long series some hundred
-CUTS = 20 if FLIPS > 4 else 6
+CUTS = 20 if FLIPS > 24 else 6
 
 
 @pytest.fixture(name="forgetful")
@@ -162,7 +162,7 @@ def test_damage_is_told_and_nothing_is_made_up(lorq, made, kind):
         done = lorq("-image", name, *RECORDS)
         assert done.code in (0, FAILED) and set(rows(done)) <= set(good)
         assert rows(done) == good or "prob " in done.err, cut
-    if FLIPS > 4:
+    if FLIPS > 24:
         lorq.command = ["prlimit", f"--as={512 << 20}", *lorq.command]
     chance = random.Random(kind)
     # Half of the places lie where tables and headers do. Without its signature an image is a raw one.
