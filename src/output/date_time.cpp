@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 namespace uni {
 namespace {
@@ -90,10 +91,16 @@ void append_date(std::string& out, const date_time_parts& parts, std::uint32_t f
 
 using clock_text = std::array<char, 18>;  // hh:mm:ss.nnnnnnnnn
 
-void put_two(char* to, std::uint64_t value) {
-    to[0] = static_cast<char>('0' + value / 10);
-    to[1] = static_cast<char>('0' + value % 10);
-}
+constexpr auto two_digits = [] {
+    std::array<char, 200> pairs{};
+    for (std::size_t value = 0; value < 100; ++value) {
+        pairs[2 * value] = static_cast<char>('0' + value / 10);
+        pairs[2 * value + 1] = static_cast<char>('0' + value % 10);
+    }
+    return pairs;
+}();
+
+void put_two(char* to, std::uint64_t value) { std::memcpy(to, two_digits.data() + 2 * value, 2); }
 
 void put_clock(clock_text& to, std::uint64_t second_of_day) {
     put_two(to.data(), second_of_day / 3600);
