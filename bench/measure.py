@@ -30,10 +30,11 @@ def make(name, records, *options):
     return path
 
 
-def run(command, times, codes=(0,)):
+def run(command, times, codes=(0,), pause=0):
     """(best seconds, highest resident bytes) of a command line; paths of the project are cut from what is shown."""
     best, memory = float("inf"), 0
     for _ in range(times):
+        time.sleep(pause)
         before = time.monotonic()
         with open(os.devnull, "wb") as nothing:
             child = subprocess.Popen(["taskset", "-c", "1" if os.cpu_count() > 1 else "0", *map(str, command)],
@@ -51,8 +52,8 @@ def shown(command):
     return " ".join(map(str, command)).replace(str(FOLDER) + "/", "").replace(str(LORQ.parent) + "/", "")
 
 
-def row(what, command, records, times=5):
-    seconds, memory = run(command, times)
+def row(what, command, records, times=5, pause=0):
+    seconds, memory = run(command, times, pause=pause)
     line = f"| {what} | `{shown(command)}` | {seconds:.2f} | {records / seconds / 1e6:.2f} | {memory / 2**20:.0f} |"
     print(line, flush=True)
     return line, seconds, memory
@@ -173,10 +174,13 @@ def containers():
 
 
 def growth(name, *options, arguments=()):
+    """Each run begins after a pause. A virtual machine gives freed memory back to its host within seconds and gets it
+    back at some cost: without the pause a short run finds the memory of the one before, a long one never does."""
     lines, seconds = [], []
     for records, times in [(1_000_000, 5), (20_000_000, 3)]:
         journal = make(f"{name}.bin", records, *options)
-        line, best, _ = row(f"{records // 1_000_000} million, {name}", [LORQ, "-file", journal, *arguments], records, times)
+        line, best, _ = row(f"{records // 1_000_000} million, {name}", [LORQ, "-file", journal, *arguments], records, times,
+                            pause=8)
         journal.unlink()
         lines.append(line)
         seconds.append(best)
