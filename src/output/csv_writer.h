@@ -7,7 +7,6 @@
 #include "journal/journal_entry.h"
 #include "output/date_time.h"
 #include "output/layout_settings.h"
-#include "output/table_row.h"
 #include "output/text_buffer.h"
 #include "output/text_guard.h"
 #include "output/token_cache.h"
@@ -22,6 +21,17 @@
 
 namespace uni {
 
+enum class column_kind : std::uint8_t { plain, short_number, time };
+
+struct table_column {
+    std::string name;
+    std::size_t width = 0;  // characters; 0: not padded
+    column_kind kind = column_kind::plain;
+    std::string lead;                   // what stands in front of its cell: a separator, or the name
+    std::array<char, 16> short_lead{};  // its beginning
+    std::size_t digits = 0;             // of a hexadecimal number
+};
+
 class csv_writer {
 public:
     // The settings outlive the writer. `with_paths`: where files were is known and has its columns.
@@ -34,29 +44,31 @@ public:
     // without a valid time.
     [[nodiscard]] record_fate write_record(const journal_entry& entry, text_buffer& out);
 
-    void write_row(const table_row& row, text_buffer& out);
-
 private:
     void make_column_list();
-    void add_column(std::string_view name, std::size_t width, cell_kind kind = cell_kind::none);
+    void add_column(std::string_view name, std::size_t width, column_kind kind = column_kind::plain);
     void add_time_columns(std::string_view paired_name, std::string_view date_name);
     void set_multiline_widths();
+    void set_leads();
 
-    void fill_row(const journal_entry& entry);
-    std::size_t fill_path_cells(const journal_entry& entry, std::size_t at);
-    std::size_t fill_history_cells(const journal_entry& entry, std::size_t at);
+    // Each puts one cell, or several, of the columns from `column` on at `to`; the result is the place behind them.
+    [[nodiscard]] char* put_cells(const journal_entry& entry, text_buffer& out);
+    [[nodiscard]] char* put_path_cells(const journal_entry& entry, text_buffer& out, char* to,
+                                       const table_column*& column);
+    [[nodiscard]] char* put_number(char* to, std::uint64_t value, const table_column& column) const;
+    [[nodiscard]] char* put_time(char* to, std::uint64_t filetime, const table_column*& column);
+    [[nodiscard]] char* put_split_time(char* to, bool valid, const table_column*& column);
+    [[nodiscard]] char* put_paired_time(char* to, bool valid, const table_column& column);
+    [[nodiscard]] char* put_token(text_buffer& out, char* to, std::string_view text, const table_column& column);
+    [[nodiscard]] char* put_user_text(text_buffer& out, char* to, std::string_view text, const table_column& column);
+    [[nodiscard]] char* put_name_and_path(text_buffer& out, char* to, std::string_view path, bool plain,
+                                          std::u16string_view name, const table_column& column);
+
+    [[nodiscard]] char* put_evidence(text_buffer& out, char* to, std::string_view text, std::size_t width);
+    [[nodiscard]] bool put_name(const text_buffer& out, char* to, std::u16string_view name);
     [[nodiscard]] bool is_plain_path(std::string_view path, std::uint32_t number, std::vector<std::uint8_t>& looked_at);
-
-    char* put_separator(char* to) const;
-    char* put_cell(text_buffer& out, char* to, const table_cell& cell, std::size_t index);
-    char* put_text_cell(text_buffer& out, char* to, const table_cell& cell, std::size_t width);
-    char* put_name_and_path(text_buffer& out, char* to, const table_cell& cell, std::size_t width);
-    bool put_name(const text_buffer& out, char* to, std::u16string_view name);
     [[nodiscard]] std::string_view table_text_of(std::string_view text);
     [[nodiscard]] std::string_view own_words(std::string_view text);
-    char* put_number(char* to, const table_cell& cell, std::size_t width) const;
-    char* put_split_time(char* to, std::uint64_t filetime, std::size_t index);
-    char* put_paired_time(char* to, std::uint64_t filetime, std::size_t width);
 
     const layout_settings& settings_;
     std::optional<text_guard> guard_;  // of -complete
@@ -64,13 +76,11 @@ private:
     bool multiline_;
     bool padding_;
     std::string_view blank_;  // stands for a date or a time that is not valid
-    std::size_t separator_length_;
-    std::array<char, 16> short_separator_{};  // its beginning
-    cell_kind time_kind_;
+    std::string_view line_end_;
+    std::size_t time_columns_;  // 1: date and time in one
     std::vector<table_column> column_list_;
     std::size_t name_width_ = 0;  // of -multiline
     std::size_t fixed_room_ = 0;  // enough for a line without its texts
-    table_row row_;
     time_formatter times_;
     token_cache reasons_;
     token_cache attributes_;
