@@ -1,5 +1,6 @@
 #include "app/time_options.h"
 
+#include "base/filetime.h"
 #include "base/text.h"
 #include "output/date_time.h"
 
@@ -10,8 +11,6 @@
 #include <cstdint>
 
 namespace {
-
-constexpr std::uint64_t units_per_second = 10'000'000;
 
 using three_numbers = std::array<unsigned, 3>;
 
@@ -80,14 +79,14 @@ bool take_clock(std::string_view& text, std::uint64_t& units) {
         if (take(text, '.') && !take_fraction(text, fraction)) return false;
     }
     if (hour > 23 || minute > 59 || second > 59) return false;
-    units = ((hour * 60ULL + minute) * 60 + second) * units_per_second + fraction;
+    units = ((hour * 60ULL + minute) * 60 + second) * ticks_per_second + fraction;
     return true;
 }
 
 }  // namespace
 
 bool read_utc_time(std::string_view text, std::uint64_t& filetime) {
-    constexpr std::uint64_t units_per_day = 86'400 * units_per_second;
+    constexpr std::uint64_t units_per_day = 86'400 * ticks_per_second;
     three_numbers date{};
     std::uint64_t days = 0;
     std::uint64_t units = 0;
@@ -129,6 +128,6 @@ window_text read_time_window(std::string_view value, std::string_view default_ti
 
     const std::uint64_t minutes = (days * 24 + time[0]) * 60 + time[1];
     const std::uint64_t seconds = minutes * 60 + time[2];
-    window = {.valid = true, .filetime = seconds * units_per_second};
+    window = {.valid = true, .filetime = seconds * ticks_per_second};
     return window_text::valid;
 }

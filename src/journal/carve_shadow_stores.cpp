@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::uint64_t clusters_between_texts = 53;
+constexpr std::uint64_t store_clusters_between_texts = 53;
 constexpr std::uint32_t usual_piece_size = 4096;  // read at every cluster, whatever its size
 
 class store_reader {
@@ -63,10 +63,10 @@ private:
 
     void read_held(std::uint64_t lcn, std::uint64_t left) {
         while (left != 0) {
-            if (counter_ % clusters_between_texts == 0 && shown_.wanted()) {
+            if (counter_ % store_clusters_between_texts == 0 && shown_.wanted()) {
                 shown_.show(format_text("analyzing entry %lld", static_cast<long long>(counter_)));
             }
-            const std::uint64_t until_text = clusters_between_texts - counter_ % clusters_between_texts;
+            const std::uint64_t until_text = store_clusters_between_texts - counter_ % store_clusters_between_texts;
             const std::uint64_t count = shown_.wanted() ? std::min(left, until_text) : left;
             if (const auto at = volume_.cluster_offset(lcn)) {
                 reader_.read(*at, count, piece_size_, volume_.cluster_size(), pass_);

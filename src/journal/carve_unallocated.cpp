@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::uint64_t bitmap_piece = 1U << 20U;
 constexpr std::uint64_t largest_bitmap = (std::uint64_t{1} << 29U) - 1;
-constexpr std::uint64_t clusters_between_texts = 753;
+constexpr std::uint64_t free_clusters_between_texts = 753;
 
 // Goes over the bits of $Bitmap in order and reads what is free, a run of free clusters at a time.
 class free_cluster_walk {
@@ -70,14 +70,15 @@ private:
         const std::uint64_t held = std::min(free_to_, volume_.clusters_in_source());
         while (free_from_ < held) {
             // As far as the next text, which comes before its cluster is read.
-            const std::uint64_t until_text = clusters_between_texts - free_seen_ % clusters_between_texts;
+            const std::uint64_t until_text = free_clusters_between_texts - free_seen_ % free_clusters_between_texts;
             if (until_text == 1 && shown_.wanted()) {
                 shown_.show(format_text("analyzing cluster %lld of %lld", static_cast<long long>(free_from_),
                                         static_cast<long long>(shown_clusters_)));
             }
             const std::uint64_t left = held - free_from_;
             const std::uint64_t count =
-                !shown_.wanted() ? left : std::min(left, until_text == 1 ? clusters_between_texts : until_text - 1);
+                !shown_.wanted() ? left
+                                 : std::min(left, until_text == 1 ? free_clusters_between_texts : until_text - 1);
             const auto at = volume_.cluster_offset(free_from_);
             if (at) reader_.read(*at, count, cluster_size, cluster_size, pass_);
             free_from_ += count;

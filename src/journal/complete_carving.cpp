@@ -9,14 +9,12 @@
 
 namespace {
 
-constexpr std::size_t alignment = 8;  // of records
-
 // The first place from `at` on, in steps of 8, where the header of a record of version 2 or 3 may stand; the size when
 // there is none.
 std::size_t next_header(byte_view bytes, std::size_t at) {
     constexpr std::uint64_t fixed_bits = 0xFFFF'FFFE'FFFF'E007;  // of length and versions
     constexpr std::uint64_t version_2 = std::uint64_t{2} << 32U;
-    for (std::uint64_t word = 0; bytes.get(at, word); at += alignment) {
+    for (std::uint64_t word = 0; bytes.get(at, word); at += usn_header::alignment) {
         if ((word & fixed_bits) == version_2) return at;
     }
     return bytes.size();
@@ -62,7 +60,7 @@ void stray_scan::take(journal_collection& records, byte_view piece, const carvin
             continue;
         }
         if (open == piece.size() && reaches_behind(piece, at)) open = at;
-        at += alignment;
+        at += usn_header::alignment;
     }
     if (!small_clusters) return;
     if (joined_.empty()) {
@@ -82,7 +80,7 @@ std::size_t stray_scan::take_crossing(journal_collection& records, byte_view pie
     joined_.insert(joined_.end(), piece.bytes().begin(), piece.bytes().end());
     const byte_view both(joined_, piece.image_offset() - before);
     sound_record record;
-    for (std::size_t at = 0; (at = next_header(both, at)) < before; at += alignment) {
+    for (std::size_t at = 0; (at = next_header(both, at)) < before; at += usn_header::alignment) {
         const byte_view rest = both.from(at);
         if (claimed_length(rest) <= before - at) continue;  // was looked at in its own piece
         if (read_sound_stray(rest, record) && !crosses_page(record)) {
@@ -92,7 +90,7 @@ std::size_t stray_scan::take_crossing(journal_collection& records, byte_view pie
         }
     }
     std::size_t open = 0;
-    while ((open = next_header(both, open)) < before && !reaches_behind(both, open)) open += alignment;
+    while ((open = next_header(both, open)) < before && !reaches_behind(both, open)) open += usn_header::alignment;
     joined_.erase(joined_.begin(),
                   joined_.begin() + static_cast<std::ptrdiff_t>(open < before ? open : joined_.size()));
     return 0;

@@ -8,12 +8,10 @@
 
 namespace {
 
-constexpr std::size_t alignment = 8;  // of records
-
 // The first place from `at` on, in steps of 8, whose 8 bytes are not all 0 or which has fewer.
 std::size_t skip_zeros(byte_view bytes, std::size_t at) {
     std::uint64_t word = 0;
-    while (bytes.get(at, word) && word == 0) at += alignment;
+    while (bytes.get(at, word) && word == 0) at += usn_header::alignment;
     return std::min(at, bytes.size());
 }
 
@@ -72,7 +70,7 @@ void walk_chunk_complete(journal_collection& journal, byte_view chunk, std::span
             account.no_record_bytes += bytes_between(chunk, accounted, at);
             accounted = at + rest.value<std::uint32_t>(usn_header::record_length);
         }
-        at = skip_zeros(chunk, at + alignment);
+        at = skip_zeros(chunk, at + usn_header::alignment);
     }
     if (accounted < chunk.size()) account.no_record_bytes += bytes_between(chunk, accounted, chunk.size());
 }

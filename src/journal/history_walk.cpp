@@ -8,7 +8,6 @@
 namespace {
 
 constexpr std::int64_t journal_page = 4096;
-constexpr std::size_t alignment = 8;  // of records
 
 bool begins_with_zeros(byte_view bytes) {
     std::uint64_t head = 0;
@@ -36,7 +35,7 @@ void history_walk::take(byte_view chunk, std::span<const placed_part> parts) {
     while (at < chunk.size()) {
         const byte_view rest = chunk.from(at);
         if (begins_with_zeros(rest)) {
-            at += alignment;
+            at += usn_header::alignment;
             continue;
         }
         const bool sound = read_sound_record(rest, record_);
@@ -46,7 +45,7 @@ void history_walk::take(byte_view chunk, std::span<const placed_part> parts) {
             continue;
         }
         interrupted_ = true;
-        const std::size_t next = std::min(chunk.size(), at + (sound ? record_.length : alignment));
+        const std::size_t next = std::min(chunk.size(), at + (sound ? record_.length : usn_header::alignment));
         const std::uint64_t begin = reported_offset(parts, at);
         doubt(begin, begin + (next - at));
         at = next;

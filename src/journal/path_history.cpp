@@ -13,7 +13,6 @@ namespace {
 
 // In bytes. Real paths are shorter; those that are not are made each time, so that no tree of directories can make
 // texts that grow with the square of its depth.
-constexpr std::size_t longest_kept_text = text_slots::longest;
 
 }  // namespace
 
@@ -94,7 +93,7 @@ path_history::past_path& path_history::text_of(std::uint32_t directory, std::int
             append_beginning(at);
         }
         while (height != 0) append_name(ways_[way_[--height]].name);
-        if (composed_.size() > longest_kept_text) return not_kept(basis);
+        if (composed_.size() > text_slots::longest) return not_kept(basis);
         keep_text(directory);
     }
     return steps_[directory];

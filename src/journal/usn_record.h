@@ -17,6 +17,7 @@ inline constexpr std::size_t major_version = 4;  // u16
 inline constexpr std::size_t minor_version = 6;  // u16
 inline constexpr std::size_t size = 8;
 inline constexpr std::uint32_t longest_record = 4096;
+inline constexpr std::size_t alignment = 8;  // of records of every version
 }  // namespace usn_header
 
 namespace usn_v2 {

@@ -7,8 +7,6 @@
 namespace {
 
 constexpr std::uint32_t largest_cluster = 2U << 20U;
-constexpr std::uint32_t smallest_record = 48;
-constexpr std::uint32_t largest_record = 64U << 10U;
 
 bool is_ntfs(byte_view sector) {
     constexpr std::string_view identifier = "NTFS    ";

@@ -17,6 +17,9 @@ inline constexpr std::size_t clusters_per_record = 0x40;  // i8; -n stands for 2
 inline constexpr std::size_t size = 512;
 }  // namespace boot_sector
 
+inline constexpr std::uint32_t smallest_record = 48;  // bytes, of the MFT
+inline constexpr std::uint32_t largest_record = 64U << 10U;
+
 struct volume_geometry {
     std::uint32_t bytes_per_sector = 0;
     std::uint32_t cluster_size = 0;  // bytes

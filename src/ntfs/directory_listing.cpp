@@ -13,12 +13,11 @@ namespace {
 
 // kept: an entry above 512 bytes, which a name of more than 215 units has, ends the listing: what follows it in its
 // node is not listed. Path look-ups (index_node.cpp) go on behind it.
-constexpr std::uint32_t largest_node = 4095;
 constexpr std::uint16_t longest_entry = 512;
 constexpr std::uint16_t longest_whole_entry = 600;  // with a name of 255 units and a sub-node
 constexpr std::size_t least_slack = 8;
 constexpr std::uint8_t longest_remnant_name = 64;
-constexpr std::uint8_t longest_name = 255;
+constexpr std::uint8_t longest_whole_name = 255;
 
 void take_entry(byte_view entry, listed_in where, directory_listing& listing) {
     wanted_file* const file = listing.meet(entry.value<std::uint64_t>(index_entry::reference), where);
@@ -34,7 +33,7 @@ void take_entry(byte_view entry, listed_in where, directory_listing& listing) {
 byte_view walk_live_entries(byte_view node, listed_in where, std::uint16_t longest, directory_listing& listing) {
     std::uint64_t remaining = node.value<std::uint32_t>(index_node_header::total_size);
     byte_view entry = node.from(node.value<std::uint32_t>(index_node_header::first_entry));
-    while (remaining != 0 && remaining <= largest_node && entry.fits(0, index_entry::key)) {
+    while (remaining != 0 && remaining <= index_node_header::largest_total && entry.fits(0, index_entry::key)) {
         const auto length = entry.value<std::uint16_t>(index_entry::length);
         const auto flags = entry.value<std::uint16_t>(index_entry::flags);
         if (length > longest || entry.value<std::uint16_t>(index_entry::key_length) > longest ||
@@ -93,7 +92,7 @@ void collect_index_entries(byte_view node, bool in_use, std::uint64_t directory,
     const std::uint16_t longest = reading.complete ? longest_whole_entry : longest_entry;
     const byte_view slack = walk_live_entries(node, where, longest, listing);
     if (!reading.slack || slack.size() < least_slack) return;
-    const std::uint8_t longest_name_there = reading.complete ? longest_name : longest_remnant_name;
+    const std::uint8_t longest_name_there = reading.complete ? longest_whole_name : longest_remnant_name;
     for (const std::size_t start : find_slack_entries(slack, directory, longest_name_there)) {
         take_entry(slack.from(start), listed_in::slack, listing);
     }

@@ -6,14 +6,13 @@ namespace {
 
 // kept: path look-ups walk an index by other limits than the listing of a directory (directory_listing.cpp). Here an
 // entry may be as long as its node, one that follows another 768 bytes; there every entry at most 512.
-constexpr std::uint32_t largest_node = 4095;
 constexpr std::uint16_t longest_next_entry = 768;
 
 }  // namespace
 
 void collect_index_node(byte_view node, std::set<std::uint64_t>& children) {
     const auto total = node.value<std::uint32_t>(index_node_header::total_size);
-    if (total == 0 || total > largest_node) return;
+    if (total == 0 || total > index_node_header::largest_total) return;
     byte_view entry = node.from(node.value<std::uint32_t>(index_node_header::first_entry));
     std::uint32_t remaining = total;
     while (entry.fits(0, index_entry::key)) {

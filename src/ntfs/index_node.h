@@ -24,6 +24,7 @@ inline constexpr std::size_t node = 24;  // node header
 namespace index_node_header {
 inline constexpr std::size_t first_entry = 0;  // u32, from the header
 inline constexpr std::size_t total_size = 4;   // u32, of the entries in use, from the header
+inline constexpr std::uint32_t largest_total = 4095;
 }  // namespace index_node_header
 
 namespace index_entry {

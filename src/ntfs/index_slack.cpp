@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t word_size = sizeof(std::uint64_t);
 constexpr std::size_t fixed_size = index_entry::key + file_name_value::name;
-constexpr std::size_t least_slack = 84;  // for an entry with a name
+constexpr std::size_t least_named_entry = 84;  // bytes
 constexpr std::size_t times_size = 4 * word_size;
 
 // FILETIMEs of 1986-01-01 and 2100-01-01: what lies between is taken for a time of a file.
@@ -86,7 +86,7 @@ void scan_for_times(byte_view slack, std::uint8_t longest_name, start_set& start
 
 bool holds_name(byte_view entry) {
     const std::size_t units = entry.value<std::uint8_t>(index_entry::key + file_name_value::name_length);
-    return units != 0 && entry.fits(0, least_slack) && entry.fits(0, (units + fixed_size / 2) * 2);
+    return units != 0 && entry.fits(0, least_named_entry) && entry.fits(0, (units + fixed_size / 2) * 2);
 }
 
 }  // namespace

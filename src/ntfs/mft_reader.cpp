@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr std::uint32_t smallest_record = 48;
-constexpr std::uint32_t largest_record = 64U << 10U;
 constexpr std::size_t smallest_rebuilt_mft = 4096;
 
 // A record that begins at most `nearby` behind the one before is read together with what follows it, `window_size`

@@ -1,5 +1,7 @@
 #include "output/date_time.h"
 
+#include "base/filetime.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -7,7 +9,6 @@
 namespace uni {
 namespace {
 
-constexpr std::uint64_t units_per_second = 10'000'000;
 constexpr std::uint64_t unix_epoch = 11'644'473'600;        // second 0 of 1970, in seconds since 1601
 constexpr std::uint64_t last_unix_second = 32'535'215'999;  // 3000-12-31 23:59:59
 constexpr std::uint64_t seconds_per_day = 86'400;
@@ -21,7 +22,7 @@ constexpr bool is_usual(std::uint64_t second) {
 }
 
 constexpr bool is_valid(std::uint64_t filetime, time_range range) {
-    return range == time_range::any ? filetime != 0 : is_usual(filetime / units_per_second);
+    return range == time_range::any ? filetime != 0 : is_usual(filetime / ticks_per_second);
 }
 
 constexpr bool is_leap(std::uint64_t year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
@@ -167,7 +168,7 @@ bool set_filetime(date_time_parts& parts, std::uint64_t filetime, time_range ran
     parts = date_time_parts{};
     parts.filetime = filetime;
     if (!is_valid(filetime, range)) return false;
-    set_date(parts, filetime / units_per_second / seconds_per_day);
+    set_date(parts, filetime / ticks_per_second / seconds_per_day);
     parts.valid = true;
     return true;
 }
@@ -192,8 +193,8 @@ bool format_date_time(std::string& date_text, std::string& time_text, const date
     const std::uint32_t used = flags != 0 ? flags : time_format::of_default_patterns;
     append_date(date_text, parts, used);
     clock_text clock{};
-    put_clock(clock, parts.filetime / units_per_second % seconds_per_day);
-    put_fraction(clock, parts.filetime % units_per_second);
+    put_clock(clock, parts.filetime / ticks_per_second % seconds_per_day);
+    put_fraction(clock, parts.filetime % ticks_per_second);
     time_text.assign(clock.data(), clock_length(used));
     return flags != 0;
 }
@@ -210,7 +211,7 @@ time_formatter::time_formatter(std::uint32_t flags, time_range range)
 bool time_formatter::format_new(std::uint64_t filetime) {
     filetime_ = filetime;
     time_length_ = 0;
-    const std::uint64_t second = filetime / units_per_second;
+    const std::uint64_t second = filetime / ticks_per_second;
     if (!is_valid(filetime, range_)) return false;
     if (second / seconds_per_day != day_) {
         date_time_parts parts;
@@ -223,7 +224,7 @@ bool time_formatter::format_new(std::uint64_t filetime) {
         put_clock(clock_, second % seconds_per_day);
         second_ = second;
     }
-    put_fraction(clock_, filetime % units_per_second);
+    put_fraction(clock_, filetime % ticks_per_second);
     time_length_ = full_length_;
     return true;
 }

@@ -1,5 +1,7 @@
 #include "output/iso_time.h"
 
+#include "base/filetime.h"
+
 #include <chrono>
 #include <cstddef>
 
@@ -15,7 +17,6 @@ void put_number(char* to, std::uint64_t value) {
 }  // namespace
 
 std::string_view iso_time::text_of(std::uint64_t filetime) {
-    constexpr std::uint64_t ticks_per_second = 10'000'000;
     constexpr std::uint64_t seconds_per_day = 86'400;
     const std::uint64_t second = filetime / ticks_per_second;
     if (second != second_) {

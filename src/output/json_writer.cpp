@@ -16,7 +16,7 @@ namespace uni {
 namespace {
 
 // Enough for a record without its name, its path, its extents and what the run is called.
-constexpr std::size_t fixed_room = 4096;
+constexpr std::size_t room_without_texts = 4096;
 constexpr std::size_t room_of_extent = 48;
 constexpr std::size_t longest_number = 20;
 
@@ -160,7 +160,7 @@ record_fate json_writer::write_record(const journal_entry& entry, text_buffer& o
     const std::size_t texts =
         times_written * most_json_bytes * (entry.name.size() + entry.parent_path.size() + entry.path_now.size());
     const std::size_t extents = entry.has_details ? room_of_extent * entry.details.extents.size() : 0;
-    char* to = out.room(fixed_room + texts + extents + entry.snapshot_label.size() + room_of(entry.also_in) +
+    char* to = out.room(room_without_texts + texts + extents + entry.snapshot_label.size() + room_of(entry.also_in) +
                         run_fields_.size());
     to = put_event(to, entry, timed);
     if (entry.version != 4) to = put_names(to, entry);

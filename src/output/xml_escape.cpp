@@ -9,7 +9,7 @@
 namespace uni {
 namespace {
 
-constexpr std::string_view replacement_character = "\xEF\xBF\xBD";
+constexpr std::string_view replacement_text = "\xEF\xBF\xBD";
 
 // Empty for a character that stands for itself.
 constexpr std::string_view reference_for(char32_t point) {
@@ -64,7 +64,7 @@ void append_escaped(std::string_view utf8, std::string& out) {
         const std::size_t begin = at;
         char32_t point = 0;
         if (!read_code_point(utf8, at, point) || !allowed_in_xml(point)) {
-            out += replacement_character;
+            out += replacement_text;
         } else if (const std::string_view reference = reference_for(point); !reference.empty()) {
             out += reference;
         } else {

@@ -18,9 +18,9 @@ namespace {
 
 // Marks of a record, by arrival.
 constexpr std::uint8_t kind_mask = 0x07;
-constexpr std::uint8_t counted = 0x08;   // sound and no copy
-constexpr std::uint8_t old_name = 0x10;  // adds the name that the file had
-constexpr std::uint8_t wanted = 0x20;    // to be shown as a row
+constexpr std::uint8_t is_counted = 0x08;  // sound and no copy
+constexpr std::uint8_t old_name = 0x10;    // adds the name that the file had
+constexpr std::uint8_t wanted = 0x20;      // to be shown as a row
 
 constexpr std::size_t most_extensions = 65536;
 constexpr std::uint64_t of_directories = ~std::uint64_t{0};  // in place of the number of an extension
@@ -128,7 +128,7 @@ private:
         const record_origin origin = record_marks::origin_of(one.marks);
         ++out_.origins[static_cast<std::size_t>(origin)];
         marks_[static_cast<std::size_t>(one.arrival())] = static_cast<std::uint8_t>(
-            place_of(kind) | counted | ((added & usn_reason::rename_old_name) != 0 ? old_name : 0U));
+            place_of(kind) | is_counted | ((added & usn_reason::rename_old_name) != 0 ? old_name : 0U));
         if (one.timestamp == 0) {
             ++out_.without_time;
             return added;
@@ -182,7 +182,7 @@ private:
         for (std::uint64_t done = 0; reader.next(entry); ++done) {
             tell("drawing", done);
             const std::uint8_t marks = marks_[static_cast<std::size_t>(entry.arrival)];
-            if ((marks & counted) == 0) continue;
+            if ((marks & is_counted) == 0) continue;
             take(entry, marks, stories);
         }
         out_.stories = stories.take_stories();

@@ -1,5 +1,6 @@
 #include "report/html_text.h"
 
+#include "base/filetime.h"
 #include "base/format_text.h"
 #include "base/utf.h"
 #include "output/iso_time.h"
@@ -139,7 +140,7 @@ std::string duration_text(std::uint64_t ticks) {
         std::uint64_t ticks;
         const char* name;
     };
-    constexpr std::uint64_t second = 10'000'000;
+    constexpr std::uint64_t second = ticks_per_second;
     constexpr std::array<unit, 4> units{
         {{86'400 * second, "d"}, {3'600 * second, "h"}, {60 * second, "min"}, {second, "s"}}};
     if (ticks < second) return format_text("%g s", static_cast<double>(ticks) / static_cast<double>(second));

@@ -1,6 +1,7 @@
 // report/minutes.h: how many records of each kind every minute has (UTC), and the minutes that stand out.
 #pragma once
 
+#include "base/filetime.h"
 #include "report/change_kind.h"
 #include "report/ranking.h"
 #include "report/tally_table.h"
@@ -12,7 +13,6 @@
 
 namespace report {
 
-inline constexpr std::uint64_t ticks_per_second = 10'000'000;  // of FILETIME
 inline constexpr std::uint64_t ticks_per_minute = 60 * ticks_per_second;
 
 // Minutes of one kind that each have at least `fewest` records and `times_median` times the median of the kind over the

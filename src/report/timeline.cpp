@@ -1,11 +1,13 @@
 #include "report/timeline.h"
 
+#include "base/filetime.h"
+
 #include <algorithm>
 
 namespace report {
 
 std::uint64_t width_of_bars(const time_span& over) {
-    constexpr std::uint64_t second = 10'000'000;
+    constexpr std::uint64_t second = ticks_per_second;
     constexpr std::uint64_t minute = 60 * second;
     constexpr std::uint64_t hour = 60 * minute;
     constexpr std::uint64_t day = 24 * hour;

@@ -4,7 +4,6 @@ namespace {
 constexpr std::size_t entry_type = 4;      // u8
 constexpr std::size_t entry_start = 8;     // u32
 constexpr std::size_t entry_sectors = 12;  // u32
-constexpr std::size_t oem_identifier = 3;
 }  // namespace
 
 bool read_entry(byte_view record, std::size_t index, boot_record_entry& entry) {
@@ -22,6 +21,7 @@ bool has_boot_signature(byte_view sector) {
 }
 
 bool begins_volume(byte_view sector) {
-    return holds_text(sector, oem_identifier, "EXFA") || holds_text(sector, oem_identifier, "MSDO") ||
-           holds_text(sector, oem_identifier, "NTFS");
+    return holds_text(sector, boot_record::oem_identifier, "EXFA") ||
+           holds_text(sector, boot_record::oem_identifier, "MSDO") ||
+           holds_text(sector, boot_record::oem_identifier, "NTFS");
 }

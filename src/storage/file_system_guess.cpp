@@ -6,7 +6,6 @@
 namespace {
 
 constexpr std::size_t smallest_sector = 512;
-constexpr std::size_t oem_identifier = 3;  // 8 bytes
 constexpr std::size_t oem_length = 8;
 constexpr std::string_view ntfs_name = "NTFS    ";
 constexpr std::size_t bytes_per_sector = 0x0B;  // u16, of FAT, NTFS and BitLocker
@@ -104,7 +103,8 @@ bool guess_behind_blank_sector(partition& found, byte_view first_bytes) {
 
 bool guess_file_system(partition& found, byte_view first_bytes) {
     byte_view oem;
-    if (first_bytes.size() < smallest_sector || !first_bytes.sub(oem_identifier, oem_length, oem)) return false;
+    if (first_bytes.size() < smallest_sector || !first_bytes.sub(boot_record::oem_identifier, oem_length, oem))
+        return false;
     if (holds_text(oem, 0, "EXFAT   ")) return guess_exfat(found, first_bytes);
     if (holds_text(oem, 0, ntfs_name) || holds_text(oem, 0, "-FVE-FS-")) return guess_ntfs(found, first_bytes);
     if (std::ranges::all_of(oem.bytes(), [](std::uint8_t byte) { return byte == 0; })) {
@@ -119,7 +119,8 @@ bool guess_file_system(partition& found, byte_view first_bytes) {
 bool is_ntfs_at(disk_reader& reader, std::uint64_t offset) {
     std::array<std::uint8_t, 36> buffer{};
     byte_view sector;
-    return read_sectors(reader, offset, 1, buffer, sector) && holds_text(sector, oem_identifier, ntfs_name);
+    return read_sectors(reader, offset, 1, buffer, sector) &&
+           holds_text(sector, boot_record::oem_identifier, ntfs_name);
 }
 
 bool has_ext_superblock(byte_view volume) {

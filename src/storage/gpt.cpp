@@ -29,7 +29,7 @@ constexpr std::size_t size = 128;         // the part that is defined
 // Disks with sectors of 4096 bytes keep the signature of the protective record at byte 510 all the same.
 constexpr std::uint32_t large_sector = 4096;
 constexpr std::uint16_t whole_gpt = 0xEE;
-constexpr std::uint64_t first_bytes = 2048;  // as far as the guess looks
+constexpr std::uint64_t guessed_from = 2048;  // bytes, as far as the guess looks
 
 class gpt_walk {
 public:
@@ -97,8 +97,8 @@ private:
         partition found{.start = entry.value<std::uint64_t>(gpt_entry::first_sector), .sector_size = sector_size_};
         found.from_backup = from_backup_;
         found.sector_count = entry.value<std::uint64_t>(gpt_entry::last_sector) - found.start + 1;
-        const bool is_small = found.sector_count <= first_bytes / sector_size_;
-        std::vector<std::uint8_t> buffer(is_small ? sector_size_ : first_bytes);
+        const bool is_small = found.sector_count <= guessed_from / sector_size_;
+        std::vector<std::uint8_t> buffer(is_small ? sector_size_ : guessed_from);
         byte_view first;
         if (!read_sectors(reader_, found.start, sector_size_, buffer, first)) return false;
         if (first.size() >= 512) {

@@ -81,6 +81,7 @@ void read_gpt(disk_reader& reader, std::uint32_t sector_size, partition_list& li
 // The first one may stand on a disk with larger sectors; the entries keep their places then.
 namespace boot_record {
 inline constexpr std::size_t size = 512;
+inline constexpr std::size_t oem_identifier = 3;  // 8 bytes, where a volume begins
 inline constexpr std::size_t entries = 446;
 inline constexpr std::size_t entry_size = 16;
 inline constexpr std::size_t entry_count = 4;

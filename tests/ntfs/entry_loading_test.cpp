@@ -81,20 +81,20 @@ TEST(LoadEntry, ListsThatClaimMoreThanTheSourceHoldsEnd) {
 
 // Names stand in extension records when a file has many.
 TEST(MftChildren, ANameInAnExtensionRecordCountsForTheFileItsBaseReferenceNames) {
-    constexpr std::uint64_t home = reference(30, 1);
+    constexpr std::uint64_t folder = reference(30, 1);
     ntfs_image_builder made;
     made.build();
     made.put(40, {.sequence = 7});
-    made.put(41, {.attributes = {name_attribute(u"of 40", home)}, .base = reference(40, 7)});
-    made.put(42, {.attributes = {name_attribute(u"of the file that had it before", home)}, .base = reference(40, 6)});
-    made.put(43, {.attributes = {name_attribute(u"of a record that is no base", home)}, .base = reference(41, 0)});
-    made.put(44, {.attributes = {name_attribute(u"elsewhere", reference(30, 2)), name_attribute(u"here", home)}});
+    made.put(41, {.attributes = {name_attribute(u"of 40", folder)}, .base = reference(40, 7)});
+    made.put(42, {.attributes = {name_attribute(u"of the file that had it before", folder)}, .base = reference(40, 6)});
+    made.put(43, {.attributes = {name_attribute(u"of a record that is no base", folder)}, .base = reference(41, 0)});
+    made.put(44, {.attributes = {name_attribute(u"elsewhere", reference(30, 2)), name_attribute(u"here", folder)}});
     opened_volume opened(made.image);
     ASSERT_TRUE(opened.volume.mount());
     std::vector<std::uint64_t> met;
     progress shown;
     visit_mft_children(
-        opened.volume.mft(), [](std::uint64_t directory) { return directory == home; },
+        opened.volume.mft(), [](std::uint64_t directory) { return directory == folder; },
         [&met](std::uint64_t, std::uint64_t file, const file_times&) { met.push_back(file); }, shown);
     EXPECT_EQ(met, (std::vector{reference(40, 7), reference(44, 0)}));
 }

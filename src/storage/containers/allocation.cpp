@@ -14,7 +14,7 @@
 namespace {
 
 constexpr std::uint64_t sector_size = 512;
-constexpr auto no_offset = std::numeric_limits<std::uint64_t>::max();
+constexpr auto no_place = std::numeric_limits<std::uint64_t>::max();
 
 constexpr std::size_t entry_size(entry_form form) {
     return form == entry_form::vhd || form == entry_form::vmdk || form == entry_form::vmdk_zeroed ? 4 : 8;
@@ -44,7 +44,7 @@ std::uint64_t unit_of(const allocation_tables& tables) {
     }
 }
 
-// Where the entry `index` says that its block is kept: a byte offset, 0 for nowhere, no_offset for what cannot be.
+// Where the entry `index` says that its block is kept: a byte offset, 0 for nowhere, no_place for what cannot be.
 // `packed`: in so many bytes at most, 0 for all that the block has.
 std::uint64_t kept_at(entry_form form, std::uint64_t block_size, byte_view table, std::size_t index,
                       std::uint64_t& packed) {
@@ -54,31 +54,31 @@ std::uint64_t kept_at(entry_form form, std::uint64_t block_size, byte_view table
         case entry_form::vhd: {
             const std::uint32_t sector = big_endian<std::uint32_t>(table, at);
             if (sector == std::numeric_limits<std::uint32_t>::max()) return 0;
-            return sector == 0 ? no_offset : sector * sector_size;
+            return sector == 0 ? no_place : sector * sector_size;
         }
         case entry_form::vhdx:
         case entry_form::vhdx_over: {
             const vhdx_entry entry(table.value<std::uint64_t>(at));
             const bool in_part = entry.state == vhdx_entry::partly_present && form == entry_form::vhdx_over;
-            if (!entry.possible || (entry.state > vhdx_entry::unmapped && entry.offset == 0)) return no_offset;
+            if (!entry.possible || (entry.state > vhdx_entry::unmapped && entry.offset == 0)) return no_place;
             if (entry.state <= vhdx_entry::unmapped) return 0;
-            return entry.state == vhdx_entry::fully_present || in_part ? entry.offset : no_offset;
+            return entry.state == vhdx_entry::fully_present || in_part ? entry.offset : no_place;
         }
         case entry_form::vmdk:
         case entry_form::vmdk_zeroed: {
             const auto sector = table.value<std::uint32_t>(at);
-            if (sector == 1) return form == entry_form::vmdk_zeroed ? 0 : no_offset;
+            if (sector == 1) return form == entry_form::vmdk_zeroed ? 0 : no_place;
             return sector * sector_size;
         }
         case entry_form::qcow2:
         case entry_form::qcow3: {
             const qcow_entry entry(big_endian<std::uint64_t>(table, at), block_size);
             packed = entry.packed;
-            if (!entry.possible || (entry.zeros && form == entry_form::qcow2)) return no_offset;
+            if (!entry.possible || (entry.zeros && form == entry_form::qcow2)) return no_place;
             return entry.zeros ? 0 : entry.offset;
         }
     }
-    return no_offset;
+    return no_place;
 }
 
 }  // namespace
@@ -111,7 +111,7 @@ stretch allocation::own_at(std::uint64_t offset) {
         }
         begin += extent.size;
     }
-    return {block_state::data, no_offset};
+    return {block_state::data, no_place};
 }
 
 std::string allocation::damage() {

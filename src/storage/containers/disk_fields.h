@@ -55,6 +55,9 @@ inline constexpr std::uint64_t extended_entries = 16;
 // all of it.
 void check_qcow_references(disk_reader& file, byte_view header, allocation_tables& tables);
 
+// What the headers and descriptors of VMDK count in.
+inline constexpr std::uint64_t vmdk_sector = 512;
+
 // The header of a sparse VMDK extent (little-endian).
 namespace vmdk_header {
 inline constexpr std::size_t size = 512;

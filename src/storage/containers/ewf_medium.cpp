@@ -16,7 +16,6 @@ constexpr std::uint32_t largest_chunk = 32768 * 512;  // bytes; the most sectors
 // Of a chunk that it does not find the library never gives the memory back, so it is not asked for many: behind that
 // much damage all is lost, and told.
 constexpr std::uint64_t most_lost = std::uint64_t{128} << 20U;  // bytes
-constexpr std::size_t most_open_files = 256;
 
 // The library has one function for the names of each kind of system.
 [[nodiscard, maybe_unused]] bool open_named(libewf_handle_t* handle, std::span<char* const> names) {

@@ -21,6 +21,12 @@ struct opened_medium {
 // The name of the parent of a differencing VHD or VHDX; empty for none.
 [[nodiscard]] std::string vhd_parent_name(const std::string& path);
 
+// What is read at once of a disk that is kept as it is.
+inline constexpr std::size_t usual_chunk = std::size_t{64} << 10U;
+
+// Of one container at a time.
+inline constexpr std::size_t most_open_files = 256;
+
 // Images that a disk is put together from, itself included.
 inline constexpr std::size_t longest_chain = 32;
 

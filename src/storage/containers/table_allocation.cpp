@@ -8,19 +8,19 @@
 
 namespace {
 
-constexpr std::uint64_t sector = 512;
 constexpr std::uint64_t largest_grain = 2048;         // sectors
-constexpr std::uint32_t entries = 512;                // of each table of a sparse extent
+constexpr std::uint32_t entries_of_table = 512;       // of each table of a sparse extent
 constexpr std::uint64_t nowhere = ~std::uint64_t{0};  // what a table that cannot be is read from
 
 // The sectors that a grain directory names.
 bool read_directory(disk_reader& file, std::uint64_t at, std::uint64_t count, std::vector<std::uint64_t>& tables) {
     std::vector<std::uint8_t> bytes;
-    if (at > file.disk_size() / sector || !read_whole(file, at * sector, static_cast<std::size_t>(count * 4), bytes)) {
+    if (at > file.disk_size() / vmdk_sector ||
+        !read_whole(file, at * vmdk_sector, static_cast<std::size_t>(count * 4), bytes)) {
         return false;
     }
     for (std::size_t i = 0; i < count; ++i) {
-        tables.push_back(byte_view(bytes).value<std::uint32_t>(i * 4) * sector);
+        tables.push_back(byte_view(bytes).value<std::uint32_t>(i * 4) * vmdk_sector);
     }
     return true;
 }
@@ -79,7 +79,7 @@ bool read_vmdk_layout(disk_reader& file, vmdk_layout& layout) {
                   .packed = header.value<std::uint16_t>(compression) != 0,
                   .zeroed_grains = (header.value<std::uint32_t>(flags) & vmdk_header::zeroed_grains) != 0};
         if (layout.grain == 0 || layout.grain > largest_grain) return false;
-        if (layout.entries_per_table != entries || !holds_text(header, line_ends, "\n \r\n")) return false;
+        if (layout.entries_per_table != entries_of_table || !holds_text(header, line_ends, "\n \r\n")) return false;
         // The directory takes four bytes a table.
         if (layout.capacity / layout.grain / layout.entries_per_table > file_size / 4) return false;
         if (layout.directory != at_end) return true;
@@ -97,11 +97,11 @@ allocation_tables read_vmdk_tables(const std::string& path) {
     allocation_tables tables{.path = path,
                              .form = layout.zeroed_grains ? entry_form::vmdk_zeroed : entry_form::vmdk,
                              .packed = layout.packed,
-                             .block_size = layout.grain * sector,
+                             .block_size = layout.grain * vmdk_sector,
                              .blocks_per_table = layout.entries_per_table};
     if (!read_directory(file, layout.directory, count, tables.tables)) return {};
-    if (layout.packed || layout.first_grain > file.disk_size() / sector) return tables;
-    tables.taken.push_back({0, layout.first_grain * sector});
+    if (layout.packed || layout.first_grain > file.disk_size() / vmdk_sector) return tables;
+    tables.taken.push_back({0, layout.first_grain * vmdk_sector});
     if (layout.copied_directory == 0) return tables;
     if (!read_directory(file, layout.copied_directory, count, tables.copies)) return {};
     // A table that only one of the two knows is none that can be gone by.

@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr std::size_t read_at_once = std::size_t{64} << 10U;
 constexpr std::size_t longest_name = 4096;  // bytes
 
 struct vhd_closer {
@@ -96,7 +95,7 @@ opened_medium open_vhd(const std::string& path) {
         next = *parent;
     }
     return {std::make_unique<chain_medium<vhd_file, libvhdi_file_read_buffer_at_offset>>(std::move(chain), size,
-                                                                                         read_at_once),
+                                                                                         usual_chunk),
             laid_over_each_other(std::move(tables), true),
             {}};
 }

@@ -11,8 +11,7 @@ namespace {
 
 constexpr std::uint64_t longest_text = std::uint64_t{1} << 20U;
 constexpr std::size_t most_extents = 4096;
-constexpr std::uint64_t sector = 512;
-constexpr std::uint64_t most_sectors = ~std::uint64_t{0} / 2 / sector;  // of all extents
+constexpr std::uint64_t most_sectors = ~std::uint64_t{0} / 2 / vmdk_sector;  // of all extents
 
 // The text between the first and the last quotation mark.
 std::string quoted(const std::string& line) {
@@ -34,9 +33,9 @@ bool read_text(disk_reader& file, bool& embedded, std::string& text) {
         embedded = true;
         at = byte_view(bytes).value<std::uint64_t>(vmdk_header::descriptor);
         length = byte_view(bytes).value<std::uint64_t>(vmdk_header::descriptor_size);
-        if (at == 0 || at > file.disk_size() / sector || length > longest_text / sector) return false;
-        at *= sector;
-        length *= sector;
+        if (at == 0 || at > file.disk_size() / vmdk_sector || length > longest_text / vmdk_sector) return false;
+        at *= vmdk_sector;
+        length *= vmdk_sector;
     }
     if (!read_whole(file, at, static_cast<std::size_t>(length), bytes)) return false;
     text.assign(bytes.begin(), std::ranges::find(bytes, std::uint8_t{0}));

@@ -12,10 +12,6 @@
 
 namespace {
 
-constexpr std::size_t read_at_once = std::size_t{64} << 10U;
-constexpr std::uint64_t sector = 512;
-constexpr std::size_t most_open_files = 256;
-
 // A handle and the pool of its extents, which the library does not close.
 class vmdk_file {
 public:
@@ -78,7 +74,7 @@ std::string objection(const std::string& path, const vmdk_extent& extent, std::s
     if (!sparse) return {};
     vmdk_layout layout;
     if (!read_vmdk_layout(file, layout) || layout.capacity != extent.sectors) return path + " is damaged or cut short";
-    chunk = std::max(chunk, static_cast<std::size_t>(layout.grain * sector));
+    chunk = std::max(chunk, static_cast<std::size_t>(layout.grain * vmdk_sector));
     return {};
 }
 
@@ -100,7 +96,7 @@ std::unique_ptr<allocation> tables_of(const vmdk_descriptor& descriptor, const s
     std::vector<allocation_extent> extents;
     for (std::size_t i = 0; i < files.size(); ++i) {
         const vmdk_extent& extent = descriptor.extents[i];
-        allocation_extent one{extent.sectors * sector, extent.type == "ZERO", {}};
+        allocation_extent one{extent.sectors * vmdk_sector, extent.type == "ZERO", {}};
         if (extent.type == "SPARSE") {
             one.tables = read_vmdk_tables(files[i]);
             if (one.tables.block_size == 0) return nullptr;
@@ -114,7 +110,7 @@ std::unique_ptr<allocation> tables_of(const vmdk_descriptor& descriptor, const s
 
 opened_medium open_vmdk(const std::string& path) {
     std::vector<vmdk_file> chain;
-    std::size_t chunk = read_at_once;
+    std::size_t chunk = usual_chunk;
     std::uint64_t size = 0;
     std::vector<std::unique_ptr<allocation>> tables;
     for (std::string next = path;;) {
