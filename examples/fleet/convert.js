@@ -33,6 +33,12 @@ const run = {
     seconds: 'DOUBLE',
 };
 
+// Columns that repeat the texts of others need a search that looks far back, so level 8; above it little is won for much
+// time. Of a column with many values a dictionary, which zstd finds nothing in, and the Bloom filter over it cost more than
+// they spare.
+const layout = `FORMAT parquet, PARQUET_VERSION v2, COMPRESSION zstd, COMPRESSION_LEVEL 8, ROW_GROUP_SIZE 122880,
+    DICTIONARY_SIZE_LIMIT 1000, WRITE_BLOOM_FILTER false`;
+
 const quoted = (text) => `'${text.replaceAll("'", "''")}'`;
 const unfinished = (part) => `${part}.unfinished`;
 
@@ -67,7 +73,7 @@ async function writePart(connection, types, json, part, order) {
     const typed = Object.entries(types).map(([key, type]) => `"${key}": '${type}'`);
     const chosen = Object.keys(types).map((key) => (types === keys && columns[key]) || `"${key}"`);
     await connection.run(`COPY (SELECT ${chosen} FROM read_json(${quoted(json)}, format = 'newline_delimited', columns = {${typed}})
-        ${order}) TO ${quoted(unfinished(part))} (FORMAT parquet, COMPRESSION zstd, ROW_GROUP_SIZE 122880)`);
+        ${order}) TO ${quoted(unfinished(part))} (${layout})`);
     const file = fs.openSync(unfinished(part), 'r+');
     fs.fsyncSync(file);
     fs.closeSync(file);
