@@ -38,11 +38,11 @@ endfunction()
 
 if(LORQ_CONTAINERS)
     container_library(ewf)
-    if(NOT WIN32)  # which mounts VHD and VHDX itself, and has qemu-img for the others
-        container_library(vhdi)
-        container_library(vmdk bfio)
-        container_library(qcow)
-    endif()
+    container_library(vhdi)
+    container_library(vmdk bfio)
+    # Asks the header of libvmdk for the functions that take files of libbfio.
+    target_compile_definitions(container_libraries INTERFACE HAVE_LIBBFIO)
+    container_library(qcow)
     if(libqcow IN_LIST found_containers)  # whose compressed clusters are inflated here
         target_link_libraries(container_libraries INTERFACE ${z_archive})
     endif()

@@ -22,7 +22,7 @@ STUBS = {"E01": (b"EVF\x09\x0d\x0a\xff\0", "libewf"), "VMDK": (b"KDMV", "libvmdk
 MADE = {
     **{f"E01 {level}": ("libewf", f"ewfacquire -u -t böx -c deflate:{level} -S 2097152 v.raw", "böx.E01")
        for level in ("none", "fast", "best")},
-    **{name: (library, f"qemu-img convert {options} v.raw box", "box") for name, library, options in [
+    **{name: (library, f"qemu-img convert {options} v.raw böx", "böx") for name, library, options in [
         ("VMDK", "libvmdk", "-O vmdk"), ("stream", "libvmdk", "-O vmdk -o subformat=streamOptimized"),
         ("split", "libvmdk", "-O vmdk -o subformat=twoGbMaxExtentSparse"), ("VHDX", "libvhdi", "-O vhdx"),
         ("VHD", "libvhdi", "-O vpc"), ("VHD forced", "libvhdi", "-O vpc -o force_size=on"),
@@ -153,7 +153,7 @@ def test_damage_is_told_and_nothing_is_made_up(lorq, made, kind):
     """A flipped byte of the disk that no checksum covers is one of the disk: the raw image with the same damage gives the
     same. Of all else nothing is made up and what is lost is told."""
     name = made(kind)
-    file = "box-s001" if kind == "split" else name
+    file = "böx-s001" if kind == "split" else name
     good = rows(lorq("-image", "v.raw", *RECORDS))
     content, raw = lorq.path(file).read_bytes(), lorq.path("v.raw").read_bytes()
     kept = kept_as_it_is(lorq, kind, name, file)
@@ -205,15 +205,15 @@ def test_a_missing_segment_ends_the_medium_and_is_named(lorq, made):
 def test_other_files_of_an_image_lie_beside_it(lorq, made):
     name = made("split")
     text = lorq.path(name).read_text()
-    extent = "box-s001"
+    extent = "böx-s001"
     assert lorq("-image", name, "-out", extent).code == FAILED
     os.mkdir(lorq.path("sub"))
     shutil.copy(lorq.path(name), lorq.path("sub/box"))
     done = lorq("-image", "sub/box")
-    assert done.code == FAILED and "prob sub/box is VMDK that cannot be read: sub/" + extent + " is missing\n" in done.err
+    assert done.code == FAILED and "prob sub/box is VMDK that cannot be read: sub/" + extent + " is missing\n" in said(done)
     lorq.path("sub/box").write_text(text.replace(f'"{extent}', f'"../{extent}'))
     done = lorq("-image", "sub/box")
-    assert done.code == FAILED and f"its extent ../{extent} does not lie beside it\n" in done.err
+    assert done.code == FAILED and f"its extent ../{extent} does not lie beside it\n" in said(done)
 
 
 @pytest.mark.usefixtures("forgetful")

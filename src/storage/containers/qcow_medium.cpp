@@ -6,6 +6,8 @@
 #include "storage/containers/qcow_entry.h"
 #include "storage/partitions.h"
 
+#include "platform/platform.h"
+
 #include <libqcow.h>
 #include <zlib.h>
 
@@ -23,6 +25,16 @@ struct qcow_closer {
     }
 };
 
+// The library has one function for the names of each kind of system.
+[[nodiscard, maybe_unused]] bool open_image(libqcow_file_t* file, const std::string& path) {
+    return libqcow_file_open(file, path.c_str(), LIBQCOW_OPEN_READ, nullptr) == 1;
+}
+#ifdef LIBQCOW_HAVE_WIDE_CHARACTER_TYPE
+[[nodiscard, maybe_unused]] bool open_image(libqcow_file_t* file, const std::wstring& path) {
+    return libqcow_file_open_wide(file, path.c_str(), LIBQCOW_OPEN_READ, nullptr) == 1;
+}
+#endif
+
 // An image as the library reads it, but for its compressed clusters: of one that inflates to less than it should the
 // library gives what happens to lie behind as a success.
 class qcow_image {
@@ -33,7 +45,7 @@ public:
         file_.reset(opened);
         std::vector<std::uint8_t> header;
         if (!bytes_.open(path, reader_mode::image_file) || !read_whole(bytes_, 0, qcow_header::incompatible, header) ||
-            libqcow_file_open(opened, path.c_str(), LIBQCOW_OPEN_READ, nullptr) != 1) {
+            !open_image(opened, platform::native_path(path))) {
             return false;
         }
         cluster_ = std::uint64_t{1} << big_endian<std::uint32_t>(byte_view(header), qcow_header::cluster_bits);

@@ -4,6 +4,8 @@
 #include "storage/containers/media.h"
 #include "storage/partitions.h"
 
+#include "platform/platform.h"
+
 #include <libvhdi.h>
 
 #include <algorithm>
@@ -22,11 +24,21 @@ struct vhd_closer {
 
 using vhd_file = std::unique_ptr<libvhdi_file_t, vhd_closer>;
 
+// The library has one function for the names of each kind of system.
+[[nodiscard, maybe_unused]] bool open_disk(libvhdi_file_t* file, const std::string& path) {
+    return libvhdi_file_open(file, path.c_str(), LIBVHDI_OPEN_READ, nullptr) == 1;
+}
+#ifdef LIBVHDI_HAVE_WIDE_CHARACTER_TYPE
+[[nodiscard, maybe_unused]] bool open_disk(libvhdi_file_t* file, const std::wstring& path) {
+    return libvhdi_file_open_wide(file, path.c_str(), LIBVHDI_OPEN_READ, nullptr) == 1;
+}
+#endif
+
 vhd_file open_file(const std::string& path) {
     libvhdi_file_t* file = nullptr;
     if (libvhdi_file_initialize(&file, nullptr) != 1) return nullptr;
     vhd_file owned(file);
-    return libvhdi_file_open(file, path.c_str(), LIBVHDI_OPEN_READ, nullptr) == 1 ? std::move(owned) : nullptr;
+    return open_disk(file, platform::native_path(path)) ? std::move(owned) : nullptr;
 }
 
 // The library tells the place on the machine that the disk was made on before that beside the image.

@@ -4,6 +4,8 @@
 #include "storage/containers/media.h"
 #include "storage/partitions.h"
 
+#include "platform/platform.h"
+
 #include <libbfio.h>
 #include <libvmdk.h>
 
@@ -11,6 +13,22 @@
 #include <utility>
 
 namespace {
+
+// The libraries have one function for the names of each kind of system.
+[[nodiscard, maybe_unused]] bool open_descriptor(libvmdk_handle_t* handle, const std::string& path) {
+    return libvmdk_handle_open(handle, path.c_str(), LIBVMDK_OPEN_READ, nullptr) == 1;
+}
+[[nodiscard, maybe_unused]] bool set_name(libbfio_handle_t* file, const std::string& path) {
+    return libbfio_file_set_name(file, path.c_str(), path.size(), nullptr) == 1;
+}
+#ifdef LIBVMDK_HAVE_WIDE_CHARACTER_TYPE
+[[nodiscard, maybe_unused]] bool open_descriptor(libvmdk_handle_t* handle, const std::wstring& path) {
+    return libvmdk_handle_open_wide(handle, path.c_str(), LIBVMDK_OPEN_READ, nullptr) == 1;
+}
+[[nodiscard, maybe_unused]] bool set_name(libbfio_handle_t* file, const std::wstring& path) {
+    return libbfio_file_set_name_wide(file, path.c_str(), path.size(), nullptr) == 1;
+}
+#endif
 
 // A handle and the pool of its extents, which the library does not close.
 class vmdk_file {
@@ -35,7 +53,7 @@ public:
         // A limit above the number of files is one that the library fails under.
         const int limit = extents.size() > most_open_files ? static_cast<int>(most_open_files) : 0;
         if (libvmdk_handle_initialize(&handle_, nullptr) != 1 ||
-            libvmdk_handle_open(handle_, path.c_str(), LIBVMDK_OPEN_READ, nullptr) != 1 ||
+            !open_descriptor(handle_, platform::native_path(path)) ||
             libbfio_pool_initialize(&pool_, static_cast<int>(extents.size()), limit, nullptr) != 1) {
             return false;
         }
@@ -51,7 +69,7 @@ private:
     [[nodiscard]] bool add(int entry, const std::string& path) {
         libbfio_handle_t* file = nullptr;
         if (libbfio_file_initialize(&file, nullptr) != 1) return false;
-        if (libbfio_file_set_name(file, path.c_str(), path.size(), nullptr) == 1 &&
+        if (set_name(file, platform::native_path(path)) &&
             libbfio_pool_set_handle(pool_, entry, file, LIBBFIO_OPEN_READ, nullptr) == 1) {
             return true;
         }
