@@ -96,7 +96,12 @@ private:
             constexpr std::size_t lead = 8;
             if (const packed_record* const later = order.ahead(2 * lead); later != nullptr) {
                 __builtin_prefetch(files_.index_place(later->file_ref));
-                const auto soon = static_cast<const char*>(files_.tally_place(order.ahead(lead)->file_ref));
+                const packed_record& next = *order.ahead(lead);
+                if (of_mft) {
+                    __builtin_prefetch(of_mft->group_place(*later));
+                    __builtin_prefetch(of_mft->entry_place(next));
+                }
+                const auto soon = static_cast<const char*>(files_.tally_place(next.file_ref));
                 __builtin_prefetch(soon);
                 if (soon != nullptr) __builtin_prefetch(soon + sizeof(tally) - 1);
             }

@@ -1,10 +1,10 @@
 #include "report/mft_checks.h"
 
-#include "base/file_reference.h"
 #include "report/change_kind.h"
 
 #include <algorithm>
 #include <limits>
+#include <span>
 #include <utility>
 
 namespace report {
@@ -14,34 +14,53 @@ mft_checks::mft_checks(std::vector<surveyed_entry> entries, const usn_order& ord
     found_.looked_at = true;
     found_.entries = entries_.size();
     const packed_record* const first = order_.journal().first;
-    for (const surveyed_entry& one : entries_) {
-        if (one.last_usn == 0) continue;
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+        if (entries_[i].last_usn == 0) continue;
         ++found_.with_usn;
-        if (first != nullptr && one.last_usn >= first->usn) by_usn_.push_back(one);
+        if (first != nullptr && entries_[i].last_usn >= first->usn) by_usn_.push_back({entries_[i].last_usn, i});
     }
-    std::ranges::sort(by_usn_, {}, [](const surveyed_entry& one) { return std::pair(one.last_usn, one.number); });
+    std::ranges::sort(by_usn_, {}, [](const keyed_entry& one) { return std::pair(one.usn, one.place); });
+    find_groups();
+}
+
+// Of one entry each unless most of the numbers are holes; never more than twice as many as entries.
+void mft_checks::find_groups() {
+    if (entries_.empty()) return;
+    while (entries_.back().number >> group_bits_ >= 2 * entries_.size()) ++group_bits_;
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+        while (groups_.size() <= entries_[i].number >> group_bits_) groups_.push_back(i);
+    }
+}
+
+const surveyed_entry* mft_checks::entry_of(std::uint64_t number) const {
+    const std::uint64_t group = number >> group_bits_;
+    if (group >= groups_.size()) return nullptr;
+    const auto begin = groups_.begin() + static_cast<std::ptrdiff_t>(group);
+    const std::size_t end = begin + 1 == groups_.end() ? entries_.size() : begin[1];
+    const auto among = std::span(entries_).subspan(*begin, end - *begin);
+    const auto found = std::ranges::lower_bound(among, number, {}, &surveyed_entry::number);
+    return found != among.end() && found->number == number ? &*found : nullptr;
 }
 
 void mft_checks::take(const packed_record& one, std::uint32_t added) {
     pass_up_to(one.usn);
-    while (at_ < by_usn_.size() && by_usn_[at_].last_usn == one.usn) ++at_;
+    while (at_ < by_usn_.size() && by_usn_[at_].usn == one.usn) ++at_;
     if ((added & usn_reason::file_create) != 0 && one.timestamp != 0) compare_creation(one);
 }
 
 // Those below a USN have no record.
 void mft_checks::pass_up_to(std::int64_t usn) {
-    for (; at_ < by_usn_.size() && by_usn_[at_].last_usn < usn; ++at_) {
-        const bool later = by_usn_[at_].last_usn > order_.journal().last->usn;
+    for (; at_ < by_usn_.size() && by_usn_[at_].usn < usn; ++at_) {
+        const bool later = by_usn_[at_].usn > order_.journal().last->usn;
         ++(later ? found_.behind_end : found_.without_record);
         std::vector<surveyed_entry>& named = later ? found_.later : found_.missing;
-        if (named.size() < most_named) named.push_back(by_usn_[at_]);
+        if (named.size() < most_named) named.push_back(entries_[by_usn_[at_].place]);
     }
 }
 
 void mft_checks::compare_creation(const packed_record& one) {
-    const auto found = std::ranges::lower_bound(entries_, entry_number(one.file_ref), {}, &surveyed_entry::number);
-    if (found == entries_.end() || found->number != entry_number(one.file_ref) || !found->in_use ||
-        found->sequence != sequence_number(one.file_ref) || found->created == 0) {
+    const surveyed_entry* const found = entry_of(entry_number(one.file_ref));
+    if (found == nullptr || !found->in_use || found->sequence != sequence_number(one.file_ref) || found->created == 0) {
         return;
     }
     ++found_.creations;

@@ -2,10 +2,13 @@
 // and when they were made.
 #pragma once
 
+#include "base/file_reference.h"
 #include "journal/usn_order.h"
+#include "journal/usn_record.h"
 #include "ntfs/mft_survey.h"
 #include "report/ranking.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -40,6 +43,14 @@ public:
     // `entries`: in order of number. The order of USNs has not begun.
     mft_checks(std::vector<surveyed_entry> entries, const usn_order& order);
 
+    // Places in memory that a record will need when it is taken, which come in no order: the second stands where the
+    // first, once it is there, says. Null for none.
+    [[nodiscard]] const void* group_place(const packed_record& later) const { return group_of(later); }
+    [[nodiscard]] const void* entry_place(const packed_record& soon) const {
+        const std::size_t* const group = group_of(soon);
+        return group != nullptr ? &entries_[*group] : nullptr;
+    }
+
     // Every record, in order of USN.
     void take(const packed_record& one, std::uint32_t added);
 
@@ -48,11 +59,25 @@ public:
 private:
     void pass_up_to(std::int64_t usn);
     void compare_creation(const packed_record& one);
+    void find_groups();
+    [[nodiscard]] const surveyed_entry* entry_of(std::uint64_t number) const;
+    [[nodiscard]] const std::size_t* group_of(const packed_record& one) const {
+        const std::uint64_t group = entry_number(one.file_ref) >> group_bits_;
+        const bool any = (one.reason & usn_reason::file_create) != 0 && group < groups_.size();
+        return any ? &groups_[static_cast<std::size_t>(group)] : nullptr;
+    }
+
+    struct keyed_entry {
+        std::int64_t usn;
+        std::size_t place;  // in entries_
+    };
 
     const usn_order& order_;
     std::vector<surveyed_entry> entries_;
-    std::vector<surveyed_entry> by_usn_;  // from the journal's first USN on
-    std::size_t at_ = 0;                  // the first of those that was not reached yet
+    std::vector<std::size_t> groups_;  // where the entries begin whose numbers share all but the lowest bits
+    unsigned group_bits_ = 0;          // how many those are
+    std::vector<keyed_entry> by_usn_;  // from the journal's first USN on
+    std::size_t at_ = 0;               // the first of those that was not reached yet
     largest<other_creation, most_named> others_;
     mft_comparison found_;
 };
