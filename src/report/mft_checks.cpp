@@ -33,10 +33,9 @@ void mft_checks::find_groups() {
 }
 
 const surveyed_entry* mft_checks::entry_of(std::uint64_t number) const {
-    const std::uint64_t group = number >> group_bits_;
-    if (group >= groups_.size()) return nullptr;
-    const auto begin = groups_.begin() + static_cast<std::ptrdiff_t>(group);
-    const std::size_t end = begin + 1 == groups_.end() ? entries_.size() : begin[1];
+    const std::size_t* const begin = group_of(number);
+    if (begin == nullptr) return nullptr;
+    const std::size_t end = begin == &groups_.back() ? entries_.size() : begin[1];
     const auto among = std::span(entries_).subspan(*begin, end - *begin);
     const auto found = std::ranges::lower_bound(among, number, {}, &surveyed_entry::number);
     return found != among.end() && found->number == number ? &*found : nullptr;

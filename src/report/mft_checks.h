@@ -45,9 +45,11 @@ public:
 
     // Places in memory that a record will need when it is taken, which come in no order: the second stands where the
     // first, once it is there, says. Null for none.
-    [[nodiscard]] const void* group_place(const packed_record& later) const { return group_of(later); }
+    [[nodiscard]] const void* group_place(const packed_record& later) const {
+        return may_create(later) ? group_of(entry_number(later.file_ref)) : nullptr;
+    }
     [[nodiscard]] const void* entry_place(const packed_record& soon) const {
-        const std::size_t* const group = group_of(soon);
+        const std::size_t* const group = may_create(soon) ? group_of(entry_number(soon.file_ref)) : nullptr;
         return group != nullptr ? &entries_[*group] : nullptr;
     }
 
@@ -61,10 +63,13 @@ private:
     void compare_creation(const packed_record& one);
     void find_groups();
     [[nodiscard]] const surveyed_entry* entry_of(std::uint64_t number) const;
-    [[nodiscard]] const std::size_t* group_of(const packed_record& one) const {
-        const std::uint64_t group = entry_number(one.file_ref) >> group_bits_;
-        const bool any = (one.reason & usn_reason::file_create) != 0 && group < groups_.size();
-        return any ? &groups_[static_cast<std::size_t>(group)] : nullptr;
+    // Null behind the last.
+    [[nodiscard]] const std::size_t* group_of(std::uint64_t number) const {
+        const std::uint64_t group = number >> group_bits_;
+        return group < groups_.size() ? &groups_[static_cast<std::size_t>(group)] : nullptr;
+    }
+    [[nodiscard]] static bool may_create(const packed_record& one) {
+        return (one.reason & usn_reason::file_create) != 0;
     }
 
     struct keyed_entry {
